@@ -1,0 +1,9 @@
+# QUILLMARK_SANITIZE is a list for -fsanitize=, set by the presets asan and tsan; empty otherwise.
+set(QUILLMARK_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
+if(QUILLMARK_SANITIZE)
+  add_compile_options(-fsanitize=${QUILLMARK_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${QUILLMARK_SANITIZE})
+  if(QUILLMARK_SANITIZE MATCHES "undefined")
+    add_compile_options(-fno-sanitize-recover=undefined)
+  endif()
+endif()
