@@ -23,6 +23,10 @@
 #include <urlmon.h>
 // clang-format on
 
+// Members of ours carry these names; the functions are called by their wide names.
+#undef GetFileAttributes
+#undef SetFileAttributes
+
 namespace quillmark {
 using WideChar = wchar_t;
 }
