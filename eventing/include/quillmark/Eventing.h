@@ -24,11 +24,8 @@ struct EventDescriptor {
 };
 
 #ifdef _WIN32
-#ifdef QUILLMARK_EVENTING_BUILD
-#define QUILLMARK_EVENTING_API extern "C" __declspec(dllexport)
-#else
-#define QUILLMARK_EVENTING_API extern "C" __declspec(dllimport)
-#endif
+// No dllimport: who is linked decides between the DLL, which exports by a .def file, and a test's own recorder.
+#define QUILLMARK_EVENTING_API extern "C"
 #else
 #define QUILLMARK_EVENTING_API extern "C" __attribute__((visibility("default")))
 #endif

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 
 #include "quillmark/platform/Types.h"
 
@@ -23,17 +24,28 @@ public:
     // Called once, after the entry left the table and outside the table's lock, on the thread that closes the handle.
     // Objects on which other threads may be blocked (WinHTTP requests, registry notifications, waits) wake them here.
     virtual void OnClose() {}
+
+    // Whether CloseHandle closes this kind. Searches, registry keys and WinHTTP handles have functions of their own and
+    // answer false.
+    [[nodiscard]] virtual bool ClosesWithCloseHandle() const { return true; }
 };
 
 // Objects that WaitForSingleObject and WaitForMultipleObjects accept.
 class WaitableObject : public HandleObject {
 public:
-    // A descriptor that polls readable while the object is signalled. Owned by the object.
+    // A descriptor that polls readable from the moment the object is signalled, or can no longer be. Owned by the
+    // object.
     [[nodiscard]] virtual int PollDescriptor() const = 0;
 
-    // Takes the signal on behalf of one wait that the object satisfied: an auto-reset event resets itself. False when
-    // another thread took the signal first; the wait then goes on.
-    [[nodiscard]] virtual bool Acquire() = 0;
+    // The signal itself. These three are called with SignalLock() held, which all objects share, so that a wait for
+    // all takes either every signal or none.
+    [[nodiscard]] virtual bool IsSignalled() const = 0;
+
+    // Takes the signal on behalf of one wait that the object satisfied: an auto-reset event resets itself.
+    virtual void Take() = 0;
+
+    // False when the object is not signalled and never will be: nobody has a handle of it any more.
+    [[nodiscard]] virtual bool CanBeSignalled() const = 0;
 };
 
 // Enters the object and returns its new handle. Null, with ERROR_NOT_ENOUGH_MEMORY set, when there is no room.
@@ -53,7 +65,10 @@ template <typename T>
 // reference is the table's last one.
 std::shared_ptr<HandleObject> RemoveHandle(HANDLE handle);
 
+// The lock over the signals of all waitable objects of the process. Held for moments only; nothing blocks under it.
+[[nodiscard]] std::mutex& SignalLock();
+
 // How many handles are open in this process, for tests that look for leaks.
-[[nodiscard]] std::size_t OpenHandleCount();
+[[nodiscard]] __attribute__((visibility("default"))) std::size_t OpenHandleCount();
 
 }  // namespace quillmark::platform

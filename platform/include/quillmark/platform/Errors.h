@@ -87,7 +87,12 @@ inline constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057u);
 inline constexpr HRESULT CO_E_NOTINITIALIZED = static_cast<HRESULT>(0x800401F0u);
 inline constexpr HRESULT RPC_E_CHANGED_MODE = static_cast<HRESULT>(0x80010106u);
 inline constexpr HRESULT REGDB_E_CLASSNOTREG = static_cast<HRESULT>(0x80040154u);
+inline constexpr HRESULT CO_E_CLASSSTRING = static_cast<HRESULT>(0x800401F3u);
 inline constexpr HRESULT CLASS_E_NOAGGREGATION = static_cast<HRESULT>(0x80040110u);
 
-inline constexpr bool SUCCEEDED(HRESULT result) { return result >= 0; }
-inline constexpr bool FAILED(HRESULT result) { return result < 0; }
+inline constexpr bool SUCCEEDED(HRESULT result) {
+    return result >= 0;
+}
+inline constexpr bool FAILED(HRESULT result) {
+    return result < 0;
+}
