@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Builds and runs every suite; ends with "N passed, M failed, K skipped". Exits non-zero when something failed.
+#
+#   ./test.sh             everything
+#   ./test.sh --quick     the optimised build only, without the sanitizers
+#
+# Works on a fresh Debian 12 machine as root or with sudo: it installs the packages that are missing.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+presets=(linux asan tsan)
+case "${1:-}" in
+--quick) presets=(linux) ;;
+"") ;;
+*) echo "usage: ./test.sh [--quick]" >&2; exit 2 ;;
+esac
+
+scripts/packages.sh test
+results=build/results
+mkdir -p "$results"
+rm -f "$results"/*.xml
+
+for preset in "${presets[@]}"; do
+    echo "== building $preset"
+    scripts/build.sh "$preset" >"build/build-$preset.log" 2>&1 || { tail -n 60 "build/build-$preset.log"; exit 1; }
+done
+
+failed=0
+for preset in "${presets[@]}"; do
+    echo "== testing $preset"
+    # The big files and the measured ratios belong to the optimised build alone.
+    skip=()
+    [ "$preset" = linux ] || skip=(--label-exclude optimised-only)
+    ctest --test-dir "build/$preset" --parallel 2 --output-on-failure --output-junit "$PWD/$results/$preset.xml" \
+        "${skip[@]}" >"build/test-$preset.log" 2>&1 || failed=1
+    # Failures with their output, and what the measuring tests print.
+    grep -hE '^ *[0-9]+/[0-9]+ .*(Failed|Timeout|Exception)' "build/test-$preset.log" || true
+done
+
+python3 scripts/summary.py "$results"/*.xml || failed=1
+exit $failed
