@@ -16,8 +16,8 @@
 
 namespace quillmark {
 
-// To be called inside a catch block. Logs the exception as an error and returns its code: 13 for one of the JSON library,
-// 8 for std::bad_alloc, 1359 for anything else.
+// To be called inside a catch block. Logs the exception as an error and returns its code: 13 for one of the JSON
+// library, 8 for std::bad_alloc, 1359 for anything else.
 [[nodiscard]] DWORD CodeOfExceptionInFlight(const Logger& log) noexcept;
 
 }  // namespace quillmark

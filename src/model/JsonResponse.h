@@ -1,10 +1,10 @@
 // What operations read from a server's reply, without knowing JSON: single values by key, and the attribute records of
 // the items that a reply describes. The JSON library stays behind these functions.
 //
-// A reply is read as strict JSON (no comments, the root an object or an array). Missing fields and fields of another type
-// are logged and defaulted wherever an item can do without them. None of the functions sends anything or keeps anything:
-// they may be called from any thread, each call with its own buffers and lists. A null buffer is a reply that does not
-// parse.
+// A reply is read as strict JSON (no comments, the root an object or an array). Missing fields and fields of another
+// type are logged and defaulted wherever an item can do without them. None of the functions sends anything or keeps
+// anything: they may be called from any thread, each call with its own buffers and lists. A null buffer is a reply that
+// does not parse.
 //
 // For the exceptions that come out of here see JsonExceptions.h.
 #pragma once
