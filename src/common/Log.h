@@ -9,13 +9,14 @@
 // Formats are printf-style with the meaning that Windows gives them (see Format.h) and are checked against the argument
 // types when the program is compiled. Nothing is formatted unless the log wants records of the level.
 //
-// Logging never throws and never changes the thread's last-error value, so a message may stand between a failing call and
-// the GetLastError that asks for its code.
+// Logging never throws and never changes the thread's last-error value, so a message may stand between a failing call
+// and the GetLastError that asks for its code.
 #pragma once
 
 #include <cstdint>
 #include <functional>
 #include <source_location>
+#include <type_traits>
 
 #include "common/Format.h"
 #include "quillmark/Eventing.h"
@@ -50,6 +51,11 @@ inline constexpr EventDescriptor Critical{104, 0, 16, 1, 0, 2, 0x800000000000000
 [[nodiscard]] std::uint64_t LogContext() noexcept;
 void SetLogContext(std::uint64_t context) noexcept;
 
+// A handle as records show it, "[0x%x]": its low 32 bits.
+[[nodiscard]] inline std::uint32_t HandleNumber(const void* handle) noexcept {
+    return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(handle));
+}
+
 // A format with the place where it stands, checked against the types of its arguments.
 template <typename... Arguments>
 struct LogFormat {
@@ -68,7 +74,8 @@ public:
     constexpr Logger(const char* function, const char* source) noexcept : m_function(function), m_source(source) {}
 
     template <typename... Arguments>
-    void Information(LogFormat<std::type_identity_t<Arguments>...> format, const Arguments&... arguments) const noexcept {
+    void Information(LogFormat<std::type_identity_t<Arguments>...> format,
+                     const Arguments&... arguments) const noexcept {
         Write(LogEvent::Information, format.format, format.line, arguments...);
     }
     template <typename... Arguments>
