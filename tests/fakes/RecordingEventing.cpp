@@ -14,7 +14,7 @@ namespace {
 struct Recorder {
     std::mutex lock;
     std::condition_variable added;
-    std::vector<quillmark::testing::LogRecord> records;
+    std::vector<quillmark::fakes::LogRecord> records;
     std::atomic<int> highestLevel{0};
     bool inUse = false;
 };
@@ -44,7 +44,7 @@ std::size_t CountRecords(const Recorder& recorder, Predicate predicate) {
 }
 
 auto TextIs(int event, std::string_view text) {
-    return [event, text](const quillmark::testing::LogRecord& record) {
+    return [event, text](const quillmark::fakes::LogRecord& record) {
         return record.descriptor.id == event && record.text == text;
     };
 }
@@ -73,7 +73,7 @@ void WriteScope(std::uint64_t context, const EventDescriptor* descriptor, const 
 
 }  // namespace Eventing
 
-namespace quillmark::testing {
+namespace quillmark::fakes {
 
 RecordedLog::RecordedLog() {
     Recorder& recorder = TheRecorder();
@@ -152,4 +152,4 @@ bool RecordedLog::WaitFor(int event, std::string_view text, std::size_t count) c
                                    [&] { return CountRecords(recorder, TextIs(event, text)) >= count; });
 }
 
-}  // namespace quillmark::testing
+}  // namespace quillmark::fakes

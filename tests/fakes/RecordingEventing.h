@@ -20,7 +20,7 @@
 
 #include "quillmark/Eventing.h"
 
-namespace quillmark::testing {
+namespace quillmark::fakes {
 
 struct LogRecord {
     std::uint64_t context;
@@ -58,4 +58,4 @@ public:
     [[nodiscard]] bool WaitFor(int event, std::string_view text, std::size_t count = 1) const;
 };
 
-}  // namespace quillmark::testing
+}  // namespace quillmark::fakes

@@ -12,7 +12,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-namespace quillmark::testing {
+namespace quillmark::fakes {
 
 template <typename Member>
 requires std::is_member_function_pointer_v<Member>
@@ -26,4 +26,4 @@ requires std::is_member_function_pointer_v<Member>
     return (word - 1) / sizeof(void*);
 }
 
-}  // namespace quillmark::testing
+}  // namespace quillmark::fakes
