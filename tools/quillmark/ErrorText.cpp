@@ -1,0 +1,84 @@
+#include "ErrorText.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace quillmark::cli {
+namespace {
+
+struct KnownError {
+    DWORD error;
+    ExitCode exit;
+    const char* text;
+};
+
+constexpr DWORD SERVER_UNAUTHORIZED = SERVER_ERROR_BASE + 401;
+constexpr DWORD SERVER_FORBIDDEN = SERVER_ERROR_BASE + 403;
+constexpr DWORD SERVER_NOT_FOUND = SERVER_ERROR_BASE + 404;
+constexpr DWORD SERVER_CONFLICT = SERVER_ERROR_BASE + 409;
+
+// Sorted by error.
+constexpr KnownError KNOWN_ERRORS[] = {
+    {ERROR_FILE_NOT_FOUND, ExitCode::LocalFile, "the local file does not exist"},
+    {ERROR_PATH_NOT_FOUND, ExitCode::LocalFile, "the local folder does not exist"},
+    {ERROR_ACCESS_DENIED, ExitCode::LocalFile, "access to the local file is denied"},
+    {ERROR_NOT_ENOUGH_MEMORY, ExitCode::LocalFile, "memory is short"},
+    {ERROR_INVALID_DATA, ExitCode::InvalidReply, "the server's reply is missing or unreadable"},
+    {ERROR_SHARING_VIOLATION, ExitCode::LocalFile, "another program uses the local file"},
+    {ERROR_INVALID_PARAMETER, ExitCode::Usage, "the server or this library does not accept the arguments"},
+    {ERROR_DISK_FULL, ExitCode::LocalFile, "the local disk is full"},
+    {ERROR_CALL_NOT_IMPLEMENTED, ExitCode::Usage, "this build does not offer the operation"},
+    {ERROR_NO_UNICODE_TRANSLATION, ExitCode::LocalFile, "the name is not valid text and cannot be sent to a server"},
+    {ERROR_CANCELLED, ExitCode::Cancelled, "cancelled"},
+    {ERROR_RETRY, ExitCode::NotLoggedIn, "the login was renewed meanwhile; repeat the command"},
+    {ERROR_WINHTTP_TIMEOUT, ExitCode::CannotConnect, "the server did not answer in time"},
+    {ERROR_BAD_SERVER_REPLY, ExitCode::InvalidReply, "this does not look like a server of this product"},
+    {ERROR_WINHTTP_NAME_NOT_RESOLVED, ExitCode::CannotConnect, "the server's name cannot be found"},
+    {ERROR_WINHTTP_OPERATION_CANCELLED, ExitCode::Cancelled, "cancelled"},
+    {ERROR_WINHTTP_CANNOT_CONNECT, ExitCode::CannotConnect, "nothing answers at this address and port"},
+    {ERROR_WINHTTP_CONNECTION_ERROR, ExitCode::CannotConnect, "the connection was lost"},
+    {ERROR_WINHTTP_INVALID_SERVER_RESPONSE, ExitCode::InvalidReply, "the reply is not what the protocol asks for"},
+    {ERROR_WINHTTP_SECURE_FAILURE, ExitCode::CannotConnect,
+     "the server's certificate is not trusted; name its authority with --ca FILE"},
+    {ERROR_INCOMPATIBLE_SERVER, ExitCode::InvalidReply, "the server offers no API that this client speaks"},
+    {ERROR_DOWNLOAD_UNDERFLOW, ExitCode::CannotConnect, "the download ended before it was complete"},
+    {SERVER_ERROR_SESSION_TOKEN, ExitCode::NotLoggedIn, "the session has ended; log in again with 'quillmark login'"},
+    {SERVER_UNAUTHORIZED, ExitCode::NotLoggedIn, "the server refuses the user name, password or session"},
+    {SERVER_FORBIDDEN, ExitCode::NotLoggedIn, "the server does not permit this"},
+    {SERVER_NOT_FOUND, ExitCode::NotFound, "the server has no such item"},
+    {SERVER_CONFLICT, ExitCode::Conflict, "the item exists already or is in the way"},
+    {SERVER_ERROR_REVISION_MISMATCH, ExitCode::Conflict, "the item was changed on the server meanwhile"},
+};
+
+const KnownError* FindKnown(DWORD error) {
+    const auto* found = std::lower_bound(std::begin(KNOWN_ERRORS), std::end(KNOWN_ERRORS), error,
+                                         [](const KnownError& known, DWORD wanted) { return known.error < wanted; });
+    return found != std::end(KNOWN_ERRORS) && found->error == error ? found : nullptr;
+}
+
+std::string GeneralText(DWORD error) {
+    if (error >= SERVER_ERROR_BASE && error < SERVER_ERROR_BASE + 7776) {
+        return "the server refused with its error " + std::to_string(error - SERVER_ERROR_BASE);
+    }
+    return "the system reports an error";
+}
+
+}  // namespace
+
+std::string ErrorText(DWORD error) {
+    const KnownError* known = FindKnown(error);
+    return (known != nullptr ? std::string(known->text) : GeneralText(error)) + " (" + std::to_string(error) + ")";
+}
+
+ExitCode ExitCodeFor(DWORD error, bool cancelled) {
+    if (error == ERROR_SUCCESS) {
+        return ExitCode::Success;
+    }
+    if (cancelled) {
+        return ExitCode::Cancelled;
+    }
+    const KnownError* known = FindKnown(error);
+    return known != nullptr ? known->exit : ExitCode::SomeFailed;
+}
+
+}  // namespace quillmark::cli

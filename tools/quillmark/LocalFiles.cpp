@@ -1,0 +1,122 @@
+#include "LocalFiles.h"
+
+#include "Paths.h"
+
+namespace quillmark::cli {
+namespace {
+
+class FileHandle {
+public:
+    FileHandle(const WideString& path, DWORD access, DWORD disposition)
+        : m_handle(CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                               disposition, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
+    ~FileHandle() {
+        if (IsOpen()) {
+            CloseHandle(m_handle);
+        }
+    }
+    FileHandle(const FileHandle&) = delete;
+    FileHandle& operator=(const FileHandle&) = delete;
+    [[nodiscard]] bool IsOpen() const { return m_handle != INVALID_HANDLE_VALUE; }
+    [[nodiscard]] HANDLE Get() const { return m_handle; }
+
+private:
+    HANDLE m_handle;
+};
+
+LocalItem ItemFrom(const WIN32_FIND_DATAW& data) {
+    return {data.cFileName, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
+            (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0};
+}
+
+}  // namespace
+
+DWORD FindLocalItem(const WideString& path, LocalItem& item) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        return GetLastError();
+    }
+    item = {LeafName(path), (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0, false};
+    return ERROR_SUCCESS;
+}
+
+DWORD ForEachLocalItem(const WideString& folder, const std::function<void(const LocalItem&)>& visit) {
+    WIN32_FIND_DATAW data = {};
+    HANDLE search = FindFirstFileW(JoinPath(folder, QM_W("*")).c_str(), &data);
+    if (search == INVALID_HANDLE_VALUE) {
+        const DWORD error = GetLastError();
+        return error == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : error;
+    }
+    const std::unique_ptr<void, BOOL(WINAPI*)(HANDLE)> closer(search, &FindClose);
+    do {
+        const LocalItem item = ItemFrom(data);
+        if (item.name != QM_W(".") && item.name != QM_W("..")) {
+            visit(item);
+        }
+    } while (FindNextFileW(search, &data) != FALSE);
+    const DWORD error = GetLastError();
+    return error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
+}
+
+DWORD LocalAttributes(const WideString& path, std::shared_ptr<IServerAttributes>& attributes) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) == FALSE) {
+        return GetLastError();
+    }
+    attributes = MakeAttributes();
+    attributes->SetCreationTime(CAttributeTime::FromFileTime(data.ftCreationTime));
+    attributes->SetLastAccessTime(CAttributeTime::FromFileTime(data.ftLastAccessTime));
+    attributes->SetLastWriteTime(CAttributeTime::FromFileTime(data.ftLastWriteTime));
+    attributes->SetChangeTime(CAttributeTime::FromFileTime(data.ftLastWriteTime));
+    attributes->SetFileAttributes(data.dwFileAttributes);
+    attributes->SetSize((static_cast<std::int64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow);
+    attributes->SetName(LeafName(path));
+    return ERROR_SUCCESS;
+}
+
+DWORD ApplyTimes(const WideString& path, const IServerAttributes& attributes) {
+    if (!attributes.HasTimes()) {
+        return ERROR_SUCCESS;
+    }
+    const FileHandle file(path, GENERIC_WRITE, OPEN_EXISTING);
+    if (!file.IsOpen()) {
+        return GetLastError();
+    }
+    const FILETIME creation = attributes.GetCreationTime().ToFileTime();
+    const FILETIME write = attributes.GetLastWriteTime().ToFileTime();
+    return SetFileTime(file.Get(), &creation, &write, &write) != FALSE ? ERROR_SUCCESS : GetLastError();
+}
+
+bool MakeLocalFolders(const WideString& folder) {
+    LocalItem item;
+    if (FindLocalItem(folder, item) == ERROR_SUCCESS) {
+        return item.folder;
+    }
+    const std::size_t slash = folder.FindLast(QM_W('/'));
+    if (slash != WideString::npos && slash > 0 && !MakeLocalFolders(folder.Substring(0, slash))) {
+        return false;
+    }
+    return CreateDirectoryW(folder.c_str(), nullptr) != FALSE || GetLastError() == ERROR_ALREADY_EXISTS;
+}
+
+DWORD ReadLocalFile(const WideString& path, std::size_t limit, std::string& content) {
+    const FileHandle file(path, GENERIC_READ, OPEN_EXISTING);
+    if (!file.IsOpen()) {
+        return GetLastError();
+    }
+    content.clear();
+    char buffer[4096];
+    DWORD count = 0;
+    do {
+        if (ReadFile(file.Get(), buffer, sizeof(buffer), &count, nullptr) == FALSE) {
+            return GetLastError();
+        }
+        content.append(buffer, count);
+        if (content.size() > limit) {
+            return ERROR_FILE_TOO_LARGE;
+        }
+    } while (count != 0);
+    return ERROR_SUCCESS;
+}
+
+}  // namespace quillmark::cli

@@ -1,0 +1,19 @@
+// What commands print: results on standard output, everything else on standard error.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "quillmark/Attributes.h"
+
+namespace quillmark::cli {
+
+void Print(const std::string& line);
+void PrintError(const std::string& line);
+
+// "d  2026-11-20T16:07:00.123Z           4096  name"
+[[nodiscard]] std::string LongLine(const IServerAttributes& item);
+
+[[nodiscard]] bool IsFolder(const IServerAttributes& item);
+
+}  // namespace quillmark::cli

@@ -1,0 +1,43 @@
+#include "Paths.h"
+
+namespace quillmark::cli {
+
+WideString JoinPath(const WideString& folder, const WideString& name) {
+    WideString joined = folder;
+    if (joined.empty() || joined[joined.size() - 1] != QM_W('/')) {
+        joined += QM_W("/");
+    }
+    return joined + name;
+}
+
+WideString LeafName(const WideString& path) {
+    std::size_t end = path.size();
+    while (end > 0 && path[end - 1] == QM_W('/')) {
+        --end;
+    }
+    const WideString trimmed = path.Substring(0, end);
+    const std::size_t slash = trimmed.FindLast(QM_W('/'));
+    return slash == WideString::npos ? trimmed : trimmed.Substring(slash + 1);
+}
+
+WideString ServerPath(const WideString& text) {
+    WideString path = text.StartsWith(QM_W("/")) ? text : JoinPath(QM_W(""), text);
+    while (path.size() > 1 && path[path.size() - 1] == QM_W('/')) {
+        path.Resize(path.size() - 1);
+    }
+    return path;
+}
+
+std::string Printable(const WideString& text) {
+    WideString shown = text;
+    WideChar* units = shown.empty() ? nullptr : shown.MutableData();
+    for (std::size_t index = 0; index < shown.size(); ++index) {
+        const bool control = units[index] < 0x20 || (units[index] >= 0x7F && units[index] < 0xA0);
+        if (control) {
+            units[index] = QM_W('?');
+        }
+    }
+    return NarrowUtf8(shown);
+}
+
+}  // namespace quillmark::cli

@@ -1,0 +1,23 @@
+// Server paths and local paths as texts: joining, splitting, turning into bytes for the terminal.
+#pragma once
+
+#include <string>
+
+#include "quillmark/WideString.h"
+
+namespace quillmark::cli {
+
+// "/a" and "b" give "/a/b"; a folder that ends in '/' gets none added.
+[[nodiscard]] WideString JoinPath(const WideString& folder, const WideString& name);
+
+// The last component, a trailing '/' aside.
+[[nodiscard]] WideString LeafName(const WideString& path);
+
+// A server path as the operations take it: it begins with '/', and ends in one only when it is the root.
+[[nodiscard]] WideString ServerPath(const WideString& text);
+
+// For messages and listings: control characters, and what is not text, are shown as '?', so that a name can neither
+// steer the terminal nor break a line.
+[[nodiscard]] std::string Printable(const WideString& text);
+
+}  // namespace quillmark::cli

@@ -1,0 +1,73 @@
+#include "SessionFile.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "LocalFiles.h"
+#include "Paths.h"
+#include "System.h"
+
+namespace quillmark::cli {
+namespace {
+
+constexpr const char* FIRST_LINE = "quillmark session 1";
+
+// The file's lines: a name, one space, the value.
+std::vector<std::pair<const char*, std::string StoredSession::*>> Lines() {
+    return {{"server", &StoredSession::server},
+            {"user", &StoredSession::user},
+            {"device", &StoredSession::device},
+            {"token", &StoredSession::token}};
+}
+
+void MakeFolderOf(const WideString& path) {
+    const std::size_t slash = path.FindLast(QM_W('/'));
+    if (slash != WideString::npos && slash > 0) {
+        MakeLocalFolders(path.Substring(0, slash));
+    }
+}
+
+}  // namespace
+
+WideString DefaultSessionPath() {
+    WideChar folder[MAX_PATH] = {};
+    if (SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, folder) != S_OK) {
+        return QM_W("quillmark-session");
+    }
+    return JoinPath(JoinPath(folder, QM_W("quillmark")), QM_W("session"));
+}
+
+DWORD LoadSession(const WideString& path, StoredSession& session) {
+    std::string text;
+    if (const DWORD error = ReadLocalFile(path, 64 * 1024, text); error != ERROR_SUCCESS) {
+        return error == ERROR_PATH_NOT_FOUND ? ERROR_FILE_NOT_FOUND : error;
+    }
+    if (text.compare(0, std::char_traits<char>::length(FIRST_LINE), FIRST_LINE) != 0) {
+        return ERROR_INVALID_DATA;
+    }
+    for (const auto& [name, member] : Lines()) {
+        const std::string key = std::string("\n") + name + " ";
+        const std::size_t start = text.find(key);
+        if (start != std::string::npos) {
+            const std::size_t value = start + key.size();
+            session.*member = text.substr(value, text.find('\n', value) - value);
+        }
+    }
+    return session.server.empty() ? ERROR_INVALID_DATA : ERROR_SUCCESS;
+}
+
+DWORD SaveSession(const WideString& path, const StoredSession& session) {
+    std::string text = FIRST_LINE;
+    for (const auto& [name, member] : Lines()) {
+        const std::string& value = session.*member;
+        if (value.find_first_of("\r\n") != std::string::npos) {
+            return ERROR_INVALID_DATA;
+        }
+        text += std::string("\n") + name + " " + value;
+    }
+    MakeFolderOf(path);
+    return WritePrivateFile(path, text + "\n");
+}
+
+}  // namespace quillmark::cli

@@ -1,0 +1,27 @@
+// The file that keeps a login from one command to the next: server, user, device and session token, readable by its
+// owner only. The password is never in it.
+#pragma once
+
+#include <string>
+
+#include "quillmark/WideString.h"
+
+namespace quillmark::cli {
+
+struct StoredSession {
+    std::string server;  // with scheme and port: "https://files.example.com:8443"
+    std::string user;
+    std::string device;
+    std::string token;
+};
+
+// Where the file is when no other place is named.
+[[nodiscard]] WideString DefaultSessionPath();
+
+// 0, ERROR_FILE_NOT_FOUND when nobody logged in, ERROR_INVALID_DATA when the file is not one of ours.
+[[nodiscard]] DWORD LoadSession(const WideString& path, StoredSession& session);
+
+// Makes the folder when it is missing. 0 or an error code.
+[[nodiscard]] DWORD SaveSession(const WideString& path, const StoredSession& session);
+
+}  // namespace quillmark::cli

@@ -1,0 +1,146 @@
+#include "System.h"
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <thread>
+
+#include "ErrorText.h"
+
+namespace quillmark::cli {
+namespace {
+
+// Closes a descriptor of ours.
+class Descriptor {
+public:
+    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
+    ~Descriptor() {
+        if (m_descriptor >= 0) {
+            ::close(m_descriptor);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    [[nodiscard]] int Get() const { return m_descriptor; }
+
+private:
+    int m_descriptor;
+};
+
+// Switches a terminal's echo off for as long as it lives.
+class SilentTerminal {
+public:
+    explicit SilentTerminal(int terminal) : m_terminal(terminal) {
+        m_changed = ::tcgetattr(m_terminal, &m_before) == 0;
+        if (m_changed) {
+            termios silent = m_before;
+            silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+            ::tcsetattr(m_terminal, TCSAFLUSH, &silent);
+        }
+    }
+    ~SilentTerminal() {
+        if (m_changed) {
+            ::tcsetattr(m_terminal, TCSAFLUSH, &m_before);
+        }
+    }
+    SilentTerminal(const SilentTerminal&) = delete;
+    SilentTerminal& operator=(const SilentTerminal&) = delete;
+
+private:
+    int m_terminal;
+    termios m_before = {};
+    bool m_changed = false;
+};
+
+bool WriteAll(int descriptor, const std::string& content) {
+    std::size_t written = 0;
+    while (written < content.size()) {
+        const ssize_t count = ::write(descriptor, content.data() + written, content.size() - written);
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        written += count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+    return true;
+}
+
+void WatchSignals(sigset_t signals, HANDLE event) {
+    int signal = 0;
+    sigwait(&signals, &signal);
+    SetEvent(event);
+    sigwait(&signals, &signal);
+    ::_exit(static_cast<int>(ExitCode::Cancelled));
+}
+
+}  // namespace
+
+std::vector<WideString> Arguments(int count, char** values) {
+    std::vector<WideString> arguments;
+    for (int index = 1; index < count; ++index) {
+        arguments.emplace_back(platform::PathFromBytes(values[index]));
+    }
+    return arguments;
+}
+
+bool IsText(const WideString& path) {
+    return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, path.c_str(), -1, nullptr, 0, nullptr, nullptr) != 0;
+}
+
+std::string Environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+bool AskSecret(const std::string& prompt, std::string& secret) {
+    const Descriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (terminal.Get() < 0 || !WriteAll(terminal.Get(), prompt)) {
+        return false;
+    }
+    const SilentTerminal silent(terminal.Get());
+    secret.clear();
+    char unit = 0;
+    while (::read(terminal.Get(), &unit, 1) == 1 && unit != '\n') {
+        secret.push_back(unit);
+    }
+    return WriteAll(terminal.Get(), "\n");
+}
+
+HANDLE InterruptEvent() {
+    HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    // Every thread made from here on inherits the mask, so that only the watcher sees these signals.
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread(WatchSignals, signals, event).detach();
+    std::signal(SIGPIPE, SIG_IGN);
+    return event;
+}
+
+DWORD WritePrivateFile(const WideString& path, const std::string& content) {
+    std::string target;
+    if (!platform::PathToBytes(path, target)) {
+        return ERROR_INVALID_NAME;
+    }
+    const std::string temporary = target + ".new";
+    {
+        const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+        if (file.Get() < 0) {
+            return errno == ENOENT ? ERROR_PATH_NOT_FOUND : ERROR_ACCESS_DENIED;
+        }
+        if (::fchmod(file.Get(), 0600) != 0 || !WriteAll(file.Get(), content) || ::fsync(file.Get()) != 0) {
+            ::unlink(temporary.c_str());
+            return ERROR_WRITE_FAULT;
+        }
+    }
+    return std::rename(temporary.c_str(), target.c_str()) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+}
+
+}  // namespace quillmark::cli

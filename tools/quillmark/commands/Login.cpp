@@ -1,0 +1,82 @@
+// quillmark login: signs in and keeps the session.
+#include <cstdio>
+#include <memory>
+
+#include "Client.h"
+#include "LocalFiles.h"
+#include "Output.h"
+#include "System.h"
+
+namespace quillmark::cli {
+namespace {
+
+struct LoginOptions {
+    std::string server;
+    std::string user;
+    std::string device;
+    std::string deviceToken;
+    std::string passwordFile;
+};
+
+constexpr std::size_t LONGEST_PASSWORD = 4096;
+
+// The first line of what standard input gives.
+std::string ReadStandardInput() {
+    std::string line;
+    int unit = 0;
+    while ((unit = std::getchar()) != EOF && unit != '\n' && line.size() < LONGEST_PASSWORD) {
+        line.push_back(static_cast<char>(unit));
+    }
+    return line;
+}
+
+std::string Password(const LoginOptions& options, const GlobalOptions& global) {
+    if (options.passwordFile == "-") {
+        return ReadStandardInput();
+    }
+    std::string password = Environment("QUILLMARK_PASSWORD");
+    if (!options.passwordFile.empty()) {
+        Require(ReadLocalFile(global.Path(options.passwordFile), LONGEST_PASSWORD, password),
+                "cannot read the password file");
+        return password.substr(0, password.find_first_of("\r\n"));
+    }
+    if (password.empty() && !AskSecret("Password for " + options.user + ": ", password)) {
+        throw Failure("no password: there is no terminal to ask on; use --password-file or QUILLMARK_PASSWORD",
+                      ERROR_INVALID_PARAMETER);
+    }
+    return password;
+}
+
+ExitCode RunLogin(const LoginOptions& options, const GlobalOptions& global) {
+    Client client(global);
+    client.UseServer(options.server);
+    WideString policy;
+    Require(client.Api().Login(WidenUtf8(options.user), WidenUtf8(Password(options, global)),
+                               WidenUtf8(options.deviceToken), WidenUtf8(options.device), policy, QM_W(""), QM_W(""),
+                               client.CancelEvent()),
+            "cannot log in to " + options.server + " as " + options.user);
+    WideString token;
+    client.Api().GetSessionToken(token);
+    Require(SaveSession(global.sessionPath, {options.server, options.user, options.device, NarrowUtf8(token)}),
+            "cannot keep the session");
+    Print("Logged in to " + options.server + " as " + options.user + ".");
+    return ExitCode::Success;
+}
+
+}  // namespace
+
+void RegisterLogin(CLI::App& program, const GlobalOptions& global, Action& action) {
+    const auto options = std::make_shared<LoginOptions>();
+    CLI::App* command = program.add_subcommand("login", "Log in to a server; the other commands then use that session");
+    command->add_option("server", options->server, "The server: https://files.example.com:8443")->required();
+    command->add_option("-u,--user", options->user, "The user's name")->required();
+    command->add_option("--device", options->device, "The identifier of this device")->default_val("quillmark-cli");
+    command->add_option("--device-token", options->deviceToken, "The token of this device, where the server wants one");
+    command->add_option("--password-file", options->passwordFile,
+                        "A file whose first line is the password; - is standard input. Without it: the variable "
+                        "QUILLMARK_PASSWORD, else the terminal is asked");
+    command->callback(
+        [options, &global, &action] { action = [options, &global] { return RunLogin(*options, global); }; });
+}
+
+}  // namespace quillmark::cli
