@@ -51,7 +51,6 @@ inline constexpr DWORD GENERIC_READ = 0x80000000u;
 inline constexpr DWORD GENERIC_WRITE = 0x40000000u;
 inline constexpr DWORD GENERIC_EXECUTE = 0x20000000u;
 inline constexpr DWORD GENERIC_ALL = 0x10000000u;
-inline constexpr DWORD MAXIMUM_ALLOWED = 0x02000000u;
 inline constexpr DWORD DELETE = 0x00010000u;
 inline constexpr DWORD READ_CONTROL = 0x00020000u;
 inline constexpr DWORD SYNCHRONIZE = 0x00100000u;
@@ -174,87 +173,88 @@ using PACL = ACL*;
 // _DELETE_ON_CLOSE are honoured, _NO_BUFFERING is ignored; FILE_FLAG_OVERLAPPED, FILE_FLAG_OPEN_REPARSE_POINT and a
 // template file give ERROR_NOT_SUPPORTED. Security attributes are ignored: no handle is inherited. Opening a pipe
 // waits for its other end, as POSIX does.
-QUILLMARK_PLATFORM_API HANDLE CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
-                                          LPSECURITY_ATTRIBUTES lpSecurityAttributes, DWORD dwCreationDisposition,
-                                          DWORD dwFlagsAndAttributes, HANDLE hTemplateFile);
+QUILLMARK_PLATFORM_API HANDLE WINAPI CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
+                                                 LPSECURITY_ATTRIBUTES lpSecurityAttributes,
+                                                 DWORD dwCreationDisposition, DWORD dwFlagsAndAttributes,
+                                                 HANDLE hTemplateFile);
 
 // Reads from the position and moves it. Fewer bytes than asked for only at the end of the file; there TRUE and 0. With
 // an OVERLAPPED the read is from its offset (the handle's position follows it), and at the end fails with
 // ERROR_HANDLE_EOF. A handle without read access: ERROR_ACCESS_DENIED; a folder: ERROR_INVALID_FUNCTION. From a pipe or
 // terminal it returns what there is, and waits when there is nothing. Without an OVERLAPPED lpNumberOfBytesRead is
 // required (ERROR_INVALID_PARAMETER).
-QUILLMARK_PLATFORM_API BOOL ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead,
-                                     LPDWORD lpNumberOfBytesRead, LPOVERLAPPED lpOverlapped);
+QUILLMARK_PLATFORM_API BOOL WINAPI ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead,
+                                            LPDWORD lpNumberOfBytesRead, LPOVERLAPPED lpOverlapped);
 
 // Writes all bytes at the position (or at the OVERLAPPED's offset) and moves it. When it fails on the way,
 // lpNumberOfBytesWritten and the position count what did get written.
-QUILLMARK_PLATFORM_API BOOL WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite,
-                                      LPDWORD lpNumberOfBytesWritten, LPOVERLAPPED lpOverlapped);
+QUILLMARK_PLATFORM_API BOOL WINAPI WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite,
+                                             LPDWORD lpNumberOfBytesWritten, LPOVERLAPPED lpOverlapped);
 
 // Moves the position; past the end is allowed, before the start is ERROR_NEGATIVE_SEEK and leaves it where it was. What
 // cannot seek (pipe, terminal, folder): ERROR_INVALID_FUNCTION.
-QUILLMARK_PLATFORM_API BOOL SetFilePointerEx(HANDLE hFile, LARGE_INTEGER liDistanceToMove,
-                                             PLARGE_INTEGER lpNewFilePointer, DWORD dwMoveMethod);
+QUILLMARK_PLATFORM_API BOOL WINAPI SetFilePointerEx(HANDLE hFile, LARGE_INTEGER liDistanceToMove,
+                                                    PLARGE_INTEGER lpNewFilePointer, DWORD dwMoveMethod);
 
 // The same with the distance in two halves (the high one may be null: 32 bits, signed). Returns the low half of the new
 // position; when that is INVALID_SET_FILE_POINTER, the last error tells: NO_ERROR for success. Without the
 // high half a new position of 4 GiB or more is ERROR_INVALID_PARAMETER and nothing moves.
-QUILLMARK_PLATFORM_API DWORD SetFilePointer(HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveHigh,
-                                            DWORD dwMoveMethod);
+QUILLMARK_PLATFORM_API DWORD WINAPI SetFilePointer(HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveHigh,
+                                                   DWORD dwMoveMethod);
 
 // Cuts or extends (with zeros) the file to the position. Needs write access.
-QUILLMARK_PLATFORM_API BOOL SetEndOfFile(HANDLE hFile);
+QUILLMARK_PLATFORM_API BOOL WINAPI SetEndOfFile(HANDLE hFile);
 
 // Returns when data and metadata are on the medium. Needs write access.
-QUILLMARK_PLATFORM_API BOOL FlushFileBuffers(HANDLE hFile);
+QUILLMARK_PLATFORM_API BOOL WINAPI FlushFileBuffers(HANDLE hFile);
 
 // The size in bytes: the low half as result, the high half through lpFileSizeHigh (may be null). INVALID_FILE_SIZE is
 // a size when the last error is NO_ERROR. Pipes and terminals have none: ERROR_INVALID_FUNCTION.
-QUILLMARK_PLATFORM_API DWORD GetFileSize(HANDLE hFile, LPDWORD lpFileSizeHigh);
-QUILLMARK_PLATFORM_API BOOL GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize);
+QUILLMARK_PLATFORM_API DWORD WINAPI GetFileSize(HANDLE hFile, LPDWORD lpFileSizeHigh);
+QUILLMARK_PLATFORM_API BOOL WINAPI GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize);
 
 // Any of the three pointers may be null.
-QUILLMARK_PLATFORM_API BOOL GetFileTime(HANDLE hFile, LPFILETIME lpCreationTime, LPFILETIME lpLastAccessTime,
-                                        LPFILETIME lpLastWriteTime);
+QUILLMARK_PLATFORM_API BOOL WINAPI GetFileTime(HANDLE hFile, LPFILETIME lpCreationTime, LPFILETIME lpLastAccessTime,
+                                               LPFILETIME lpLastWriteTime);
 
 // A null pointer, a time of 0 and a time of all ones leave that time alone; a negative one is ERROR_INVALID_PARAMETER.
 // The creation time cannot be set on POSIX and is ignored. Needs FILE_WRITE_ATTRIBUTES (part of GENERIC_WRITE).
-QUILLMARK_PLATFORM_API BOOL SetFileTime(HANDLE hFile, const FILETIME* lpCreationTime, const FILETIME* lpLastAccessTime,
-                                        const FILETIME* lpLastWriteTime);
+QUILLMARK_PLATFORM_API BOOL WINAPI SetFileTime(HANDLE hFile, const FILETIME* lpCreationTime,
+                                               const FILETIME* lpLastAccessTime, const FILETIME* lpLastWriteTime);
 
 // --- Whole files
 // ------------------------------------------------------------------------------------------------------
 
 // Removes a file or a symbolic link. A folder or a read-only file: ERROR_ACCESS_DENIED.
-QUILLMARK_PLATFORM_API BOOL DeleteFileW(LPCWSTR lpFileName);
+QUILLMARK_PLATFORM_API BOOL WINAPI DeleteFileW(LPCWSTR lpFileName);
 
 // Copies contents, permissions (less the umask) and the last write time of a regular file. An existing target: with
 // bFailIfExists ERROR_FILE_EXISTS, read-only ERROR_ACCESS_DENIED, the source itself ERROR_SHARING_VIOLATION, else
 // overwritten. When it fails on the way, the target is removed.
-QUILLMARK_PLATFORM_API BOOL CopyFileW(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName, BOOL bFailIfExists);
+QUILLMARK_PLATFORM_API BOOL WINAPI CopyFileW(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName, BOOL bFailIfExists);
 
 // Renames a file or folder; an existing target is ERROR_ALREADY_EXISTS. A regular file also moves to another file
 // system (copied beside the target, synced, renamed, source removed); a folder does not: ERROR_ACCESS_DENIED, links and
 // special files: ERROR_NOT_SAME_DEVICE. A folder into itself: ERROR_SHARING_VIOLATION.
-QUILLMARK_PLATFORM_API BOOL MoveFileW(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName);
+QUILLMARK_PLATFORM_API BOOL WINAPI MoveFileW(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName);
 
 // The same with flags. MOVEFILE_REPLACE_EXISTING replaces a file atomically; a folder, a read-only file or one open
 // without FILE_SHARE_DELETE as target is ERROR_ACCESS_DENIED. Without MOVEFILE_COPY_ALLOWED another file system is
 // ERROR_NOT_SAME_DEVICE. MOVEFILE_WRITE_THROUGH returns when the rename is on the medium.
 // MOVEFILE_DELAY_UNTIL_REBOOT: ERROR_NOT_SUPPORTED.
-QUILLMARK_PLATFORM_API BOOL MoveFileExW(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName, DWORD dwFlags);
+QUILLMARK_PLATFORM_API BOOL WINAPI MoveFileExW(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName, DWORD dwFlags);
 
 // INVALID_FILE_ATTRIBUTES on failure.
-QUILLMARK_PLATFORM_API DWORD GetFileAttributesW(LPCWSTR lpFileName);
+QUILLMARK_PLATFORM_API DWORD WINAPI GetFileAttributesW(LPCWSTR lpFileName);
 
 // Attributes, times and size. A level other than GetFileExInfoStandard: ERROR_INVALID_PARAMETER.
-QUILLMARK_PLATFORM_API BOOL GetFileAttributesExW(LPCWSTR lpFileName, GET_FILEEX_INFO_LEVELS fInfoLevelId,
-                                                 LPVOID lpFileInformation);
+QUILLMARK_PLATFORM_API BOOL WINAPI GetFileAttributesExW(LPCWSTR lpFileName, GET_FILEEX_INFO_LEVELS fInfoLevelId,
+                                                        LPVOID lpFileInformation);
 
 // FILE_ATTRIBUTE_READONLY takes every write permission from a file, its absence gives the owner's back; folders are
 // left alone, since a folder without write permission would refuse new entries, which the attribute does not mean. The
 // other attributes are accepted and not kept.
-QUILLMARK_PLATFORM_API BOOL SetFileAttributesW(LPCWSTR lpFileName, DWORD dwFileAttributes);
+QUILLMARK_PLATFORM_API BOOL WINAPI SetFileAttributesW(LPCWSTR lpFileName, DWORD dwFileAttributes);
 
 // --- Folders
 // ----------------------------------------------------------------------------------------------------------
@@ -268,30 +268,30 @@ QUILLMARK_PLATFORM_API BOOL SetFileAttributesW(LPCWSTR lpFileName, DWORD dwFileA
 // ERROR_PATH_NOT_FOUND. A symbolic link shows its target's data, or its own when it leads nowhere, with
 // FILE_ATTRIBUTE_REPARSE_POINT added. A name longer than cFileName holds ends this call with
 // ERROR_FILENAME_EXCED_RANGE; the search goes on with the next call.
-QUILLMARK_PLATFORM_API HANDLE FindFirstFileW(LPCWSTR lpFileName, LPWIN32_FIND_DATAW lpFindFileData);
+QUILLMARK_PLATFORM_API HANDLE WINAPI FindFirstFileW(LPCWSTR lpFileName, LPWIN32_FIND_DATAW lpFindFileData);
 
 // The next entry; ERROR_NO_MORE_FILES after the last one.
-QUILLMARK_PLATFORM_API BOOL FindNextFileW(HANDLE hFindFile, LPWIN32_FIND_DATAW lpFindFileData);
-QUILLMARK_PLATFORM_API BOOL FindClose(HANDLE hFindFile);
+QUILLMARK_PLATFORM_API BOOL WINAPI FindNextFileW(HANDLE hFindFile, LPWIN32_FIND_DATAW lpFindFileData);
+QUILLMARK_PLATFORM_API BOOL WINAPI FindClose(HANDLE hFindFile);
 
 // Anything of that name exists: ERROR_ALREADY_EXISTS; the folder above is missing: ERROR_PATH_NOT_FOUND.
-QUILLMARK_PLATFORM_API BOOL CreateDirectoryW(LPCWSTR lpPathName, LPSECURITY_ATTRIBUTES lpSecurityAttributes);
+QUILLMARK_PLATFORM_API BOOL WINAPI CreateDirectoryW(LPCWSTR lpPathName, LPSECURITY_ATTRIBUTES lpSecurityAttributes);
 
 // Not empty: ERROR_DIR_NOT_EMPTY; not a folder (a link to one included): ERROR_DIRECTORY.
-QUILLMARK_PLATFORM_API BOOL RemoveDirectoryW(LPCWSTR lpPathName);
+QUILLMARK_PLATFORM_API BOOL WINAPI RemoveDirectoryW(LPCWSTR lpPathName);
 
 // The length without the terminating null; when the buffer is too small, the size needed with it; 0 on failure.
-QUILLMARK_PLATFORM_API DWORD GetCurrentDirectoryW(DWORD nBufferLength, LPWSTR lpBuffer);
+QUILLMARK_PLATFORM_API DWORD WINAPI GetCurrentDirectoryW(DWORD nBufferLength, LPWSTR lpBuffer);
 
 // $TMPDIR, or /tmp, with a separator at its end; results as above. Whether it exists is not checked.
-QUILLMARK_PLATFORM_API DWORD GetTempPathW(DWORD nBufferLength, LPWSTR lpBuffer);
+QUILLMARK_PLATFORM_API DWORD WINAPI GetTempPathW(DWORD nBufferLength, LPWSTR lpBuffer);
 
 // Makes a name: the folder, up to three characters of the prefix, a number of 16 bits in hexadecimal, ".tmp". With
 // uUnique 0 the number is one that is free, and the file is created, empty, for its owner only; otherwise it is uUnique
 // and nothing is created or checked. Returns the number, 0 on failure. lpTempFileName has room for MAX_PATH characters:
 // a folder of more than MAX_PATH - 14 is ERROR_BUFFER_OVERFLOW. No such folder: ERROR_DIRECTORY.
-QUILLMARK_PLATFORM_API UINT GetTempFileNameW(LPCWSTR lpPathName, LPCWSTR lpPrefixString, UINT uUnique,
-                                             LPWSTR lpTempFileName);
+QUILLMARK_PLATFORM_API UINT WINAPI GetTempFileNameW(LPCWSTR lpPathName, LPCWSTR lpPrefixString, UINT uUnique,
+                                                    LPWSTR lpTempFileName);
 
 // A folder of the user's, into a buffer of MAX_PATH characters:
 //   CSIDL_PROFILE         $HOME, or the user database's home
@@ -301,20 +301,21 @@ QUILLMARK_PLATFORM_API UINT GetTempFileNameW(LPCWSTR lpPathName, LPCWSTR lpPrefi
 // A variable that is no absolute path is ignored. S_FALSE and an empty text when the folder does not exist (it is made
 // with CSIDL_FLAG_CREATE and not looked for with CSIDL_FLAG_DONT_VERIFY). Any other folder, a token, other flags or
 // a null buffer: E_INVALIDARG. The last error is left alone.
-QUILLMARK_PLATFORM_API HRESULT SHGetFolderPathW(HWND hwnd, int csidl, HANDLE hToken, DWORD dwFlags, LPWSTR pszPath);
+QUILLMARK_PLATFORM_API HRESULT WINAPI SHGetFolderPathW(HWND hwnd, int csidl, HANDLE hToken, DWORD dwFlags,
+                                                       LPWSTR pszPath);
 
 // --- Without a counterpart on POSIX
 // -----------------------------------------------------------------------------------
 
 // No name is a device name here: 0 and ERROR_FILE_NOT_FOUND, as for a name that is not defined
 // (ERROR_INSUFFICIENT_BUFFER when there is no buffer).
-QUILLMARK_PLATFORM_API DWORD QueryDosDeviceW(LPCWSTR lpDeviceName, LPWSTR lpTargetPath, DWORD ucchMax);
+QUILLMARK_PLATFORM_API DWORD WINAPI QueryDosDeviceW(LPCWSTR lpDeviceName, LPWSTR lpTargetPath, DWORD ucchMax);
 
 // Returns its code: ERROR_NOT_SUPPORTED, as for a volume that keeps no security descriptors; ERROR_INVALID_HANDLE
 // when the handle names nothing.
-QUILLMARK_PLATFORM_API DWORD SetSecurityInfo(HANDLE handle, SE_OBJECT_TYPE objectType,
-                                             SECURITY_INFORMATION securityInfo, PSID psidOwner, PSID psidGroup,
-                                             PACL pDacl, PACL pSacl);
+QUILLMARK_PLATFORM_API DWORD WINAPI SetSecurityInfo(HANDLE handle, SE_OBJECT_TYPE objectType,
+                                                    SECURITY_INFORMATION securityInfo, PSID psidOwner, PSID psidGroup,
+                                                    PACL pDacl, PACL pSacl);
 
 // --- Names --------------------------------------------------------------------------------------------------------
 

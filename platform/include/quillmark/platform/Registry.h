@@ -59,7 +59,8 @@ inline const HKEY HKEY_CURRENT_USER = quillmark::platform::PredefinedKey(0x80000
 inline const HKEY HKEY_LOCAL_MACHINE = quillmark::platform::PredefinedKey(0x80000002u);
 inline const HKEY HKEY_USERS = quillmark::platform::PredefinedKey(0x80000003u);
 
-// Rights.
+// Rights, beside the GENERIC_ ones.
+inline constexpr REGSAM MAXIMUM_ALLOWED = 0x02000000u;
 inline constexpr REGSAM KEY_QUERY_VALUE = 0x0001u;
 inline constexpr REGSAM KEY_SET_VALUE = 0x0002u;
 inline constexpr REGSAM KEY_CREATE_SUB_KEY = 0x0004u;
@@ -102,48 +103,49 @@ inline constexpr DWORD REG_NOTIFY_THREAD_AGNOSTIC = 0x10000000u;
 // handle. A backslash at the end of the path is ignored. The rights of hKey do not matter. Writing rights in a folder
 // that this process may not write: ERROR_ACCESS_DENIED (MAXIMUM_ALLOWED gives what there is). On failure *phkResult
 // is null.
-QUILLMARK_PLATFORM_API LSTATUS RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD ulOptions, REGSAM samDesired,
-                                             PHKEY phkResult);
+QUILLMARK_PLATFORM_API LSTATUS WINAPI RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD ulOptions, REGSAM samDesired,
+                                                    PHKEY phkResult);
 
 // Opens a key, and makes it and the keys above it when missing; *lpdwDisposition (may be null) tells which. Classes and
 // security attributes are not kept. Volatile keys: ERROR_NOT_SUPPORTED.
-QUILLMARK_PLATFORM_API LSTATUS RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD Reserved, LPWSTR lpClass,
-                                               DWORD dwOptions, REGSAM samDesired,
-                                               const LPSECURITY_ATTRIBUTES lpSecurityAttributes, PHKEY phkResult,
-                                               LPDWORD lpdwDisposition);
+QUILLMARK_PLATFORM_API LSTATUS WINAPI RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD Reserved, LPWSTR lpClass,
+                                                      DWORD dwOptions, REGSAM samDesired,
+                                                      const LPSECURITY_ATTRIBUTES lpSecurityAttributes, PHKEY phkResult,
+                                                      LPDWORD lpdwDisposition);
 
 // Deletes a key and its values; one with sub-keys, or a predefined one, is ERROR_ACCESS_DENIED. Handles to it stay
 // open and answer ERROR_KEY_DELETED, also when a key of that name is made anew.
-QUILLMARK_PLATFORM_API LSTATUS RegDeleteKeyExW(HKEY hKey, LPCWSTR lpSubKey, REGSAM samDesired, DWORD Reserved);
+QUILLMARK_PLATFORM_API LSTATUS WINAPI RegDeleteKeyExW(HKEY hKey, LPCWSTR lpSubKey, REGSAM samDesired, DWORD Reserved);
 
 // Closing ends the notifications that wait on this handle.
-QUILLMARK_PLATFORM_API LSTATUS RegCloseKey(HKEY hKey);
+QUILLMARK_PLATFORM_API LSTATUS WINAPI RegCloseKey(HKEY hKey);
 
 // Sub-key number dwIndex, in the order of the names; ERROR_NO_MORE_ITEMS past the last one. *lpcchName is the buffer's
 // size with, on return the length without, the terminating null; ERROR_MORE_DATA when it is too small. The class is
 // always empty; the time is that of the folder's newest file. Needs KEY_ENUMERATE_SUB_KEYS.
-QUILLMARK_PLATFORM_API LSTATUS RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName,
-                                             LPDWORD lpReserved, LPWSTR lpClass, LPDWORD lpcchClass,
-                                             PFILETIME lpftLastWriteTime);
+QUILLMARK_PLATFORM_API LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName,
+                                                    LPDWORD lpReserved, LPWSTR lpClass, LPDWORD lpcchClass,
+                                                    PFILETIME lpftLastWriteTime);
 
 // Value number dwIndex likewise, the default value (empty name) among them; the data as RegQueryValueExW does. Needs
 // KEY_QUERY_VALUE.
-QUILLMARK_PLATFORM_API LSTATUS RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWORD lpcchValueName,
-                                             LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData);
+QUILLMARK_PLATFORM_API LSTATUS WINAPI RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName,
+                                                    LPDWORD lpcchValueName, LPDWORD lpReserved, LPDWORD lpType,
+                                                    LPBYTE lpData, LPDWORD lpcbData);
 
 // A value's kind and data, byte for byte as stored; a null or empty name is the default value. Without a buffer
 // the size alone, and success; with one that is too small ERROR_MORE_DATA and the size needed, the buffer untouched.
 // lpcbData is required with a buffer (ERROR_INVALID_PARAMETER). Needs KEY_QUERY_VALUE.
-QUILLMARK_PLATFORM_API LSTATUS RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType,
-                                                LPBYTE lpData, LPDWORD lpcbData);
+QUILLMARK_PLATFORM_API LSTATUS WINAPI RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved,
+                                                       LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData);
 
 // Makes or replaces a value. Texts are stored as given: the caller counts the terminating null. More than 1 MiB:
 // ERROR_NO_SYSTEM_RESOURCES. Needs KEY_SET_VALUE.
-QUILLMARK_PLATFORM_API LSTATUS RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD Reserved, DWORD dwType,
-                                              const BYTE* lpData, DWORD cbData);
+QUILLMARK_PLATFORM_API LSTATUS WINAPI RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD Reserved, DWORD dwType,
+                                                     const BYTE* lpData, DWORD cbData);
 
 // Needs KEY_SET_VALUE.
-QUILLMARK_PLATFORM_API LSTATUS RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName);
+QUILLMARK_PLATFORM_API LSTATUS WINAPI RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName);
 
 // Tells of the next change below the key (of its own names and values, or with bWatchSubtree of all keys below it too),
 // whoever makes it, by these functions or in the files: REG_NOTIFY_CHANGE_NAME sub-keys made and deleted,
@@ -157,5 +159,5 @@ QUILLMARK_PLATFORM_API LSTATUS RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName);
 //
 // Cost: a watch on the folder and, for the asynchronous form, a thread, both until the change or the closing. None
 // to be had: ERROR_NO_SYSTEM_RESOURCES. Files in the folder that are links are watched as links.
-QUILLMARK_PLATFORM_API LSTATUS RegNotifyChangeKeyValue(HKEY hKey, BOOL bWatchSubtree, DWORD dwNotifyFilter,
-                                                       HANDLE hEvent, BOOL fAsynchronous);
+QUILLMARK_PLATFORM_API LSTATUS WINAPI RegNotifyChangeKeyValue(HKEY hKey, BOOL bWatchSubtree, DWORD dwNotifyFilter,
+                                                              HANDLE hEvent, BOOL fAsynchronous);
