@@ -31,12 +31,14 @@ class Waiter {
 public:
     Waiter(std::vector<HANDLE> handles, bool all, DWORD timeLimit) {
         std::promise<DWORD> started;
-        thread_ = std::thread([this, handles = std::move(handles), all, timeLimit, &started] {
-            started.set_value(GetCurrentThreadId());
-            result_ = WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), all, timeLimit);
-            error_ = GetLastError();
-        });
-        AwaitBlockedInPoll(started.get_future().get());
+        std::future<DWORD> threadId = started.get_future();
+        thread_ =
+            std::thread([this, handles = std::move(handles), all, timeLimit, started = std::move(started)]() mutable {
+                started.set_value(GetCurrentThreadId());
+                result_ = WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), all, timeLimit);
+                error_ = GetLastError();
+            });
+        AwaitBlockedInPoll(threadId.get());
     }
     ~Waiter() {
         if (thread_.joinable()) {

@@ -1,0 +1,175 @@
+#include "quillmark/platform/Crypto.h"
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+#include <numeric>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "quillmark/platform/Errors.h"
+#include "quillmark/platform/Handles.h"
+
+namespace {
+
+constexpr DWORD kOneLine = CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF;
+
+// The bytes 0, 1, 2, ...
+std::vector<BYTE> Bytes(std::size_t count) {
+    std::vector<BYTE> bytes(count);
+    std::iota(bytes.begin(), bytes.end(), BYTE{0});
+    return bytes;
+}
+
+const std::u16string kFirst48 = u"AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8gISIjJCUmJygpKissLS4v";
+
+std::u16string Base64(const std::vector<BYTE>& bytes, DWORD flags) {
+    DWORD size = 0;
+    EXPECT_TRUE(CryptBinaryToStringW(bytes.data(), static_cast<DWORD>(bytes.size()), flags, nullptr, &size));
+    std::u16string text(size, u'#');
+    const DWORD queried = size;
+    EXPECT_TRUE(CryptBinaryToStringW(bytes.data(), static_cast<DWORD>(bytes.size()), flags, text.data(), &size));
+    EXPECT_EQ(size, queried - 1);
+    EXPECT_EQ(text.back(), u'\0');
+    text.pop_back();
+    return text;
+}
+
+TEST(CryptoBase64Test, PadsToFourCharacters) {
+    EXPECT_EQ(Base64({'M'}, kOneLine), u"TQ==");
+    EXPECT_EQ(Base64({'M', 'a'}, kOneLine), u"TWE=");
+    EXPECT_EQ(Base64({'M', 'a', 'n'}, kOneLine), u"TWFu");
+    EXPECT_EQ(Base64({0xFB, 0xFF, 0xBF}, kOneLine), u"+/+/");
+}
+
+TEST(CryptoBase64Test, EndsEachLineOf64CharactersWithALineBreak) {
+    EXPECT_EQ(Base64(Bytes(3), CRYPT_STRING_BASE64), u"AAEC\r\n");
+    EXPECT_EQ(Base64(Bytes(48), CRYPT_STRING_BASE64), kFirst48 + u"\r\n");
+    EXPECT_EQ(Base64(Bytes(49), CRYPT_STRING_BASE64), kFirst48 + u"\r\nMA==\r\n");
+    EXPECT_EQ(Base64(Bytes(49), CRYPT_STRING_BASE64 | CRYPT_STRING_NOCR), kFirst48 + u"\nMA==\n");
+    EXPECT_EQ(Base64(Bytes(49), kOneLine), kFirst48 + u"MA==");
+}
+
+TEST(CryptoBase64Test, ASmallBufferIsMoreDataAndTellsTheSizeNeeded) {
+    const std::vector<BYTE> bytes = Bytes(3);
+    WCHAR text[8];
+    DWORD size = 6;
+    SetLastError(0);
+    EXPECT_FALSE(CryptBinaryToStringW(bytes.data(), 3, CRYPT_STRING_BASE64, text, &size));
+    EXPECT_EQ(GetLastError(), 234u);
+    EXPECT_EQ(size, 7u);
+    EXPECT_TRUE(CryptBinaryToStringW(bytes.data(), 3, CRYPT_STRING_BASE64, text, &size));
+    EXPECT_EQ(size, 6u);
+    EXPECT_EQ(std::u16string(text), u"AAEC\r\n");
+}
+
+TEST(CryptoBase64Test, RefusesBadArguments) {
+    const BYTE byte = 1;
+    DWORD size = 0;
+    const auto error = [&](const BYTE* bytes, DWORD flags, DWORD* count) {
+        SetLastError(0);
+        EXPECT_FALSE(CryptBinaryToStringW(bytes, 1, flags, nullptr, count));
+        return GetLastError();
+    };
+    EXPECT_EQ(error(nullptr, CRYPT_STRING_BASE64, &size), 87u);
+    EXPECT_EQ(error(&byte, CRYPT_STRING_BASE64, nullptr), 87u);
+    EXPECT_EQ(error(&byte, 0x12345, &size), 87u);
+}
+
+TEST(CryptoBase64Test, RefusesATextThatWouldNotFitIntoTheCount) {
+    const BYTE byte = 1;
+    DWORD size = 0;
+    // Only the size is asked for, so the bytes that are not there are not read.
+    SetLastError(0);
+    EXPECT_FALSE(CryptBinaryToStringW(&byte, 0xFFFFFFFF, CRYPT_STRING_BASE64, nullptr, &size));
+    EXPECT_EQ(GetLastError(), 87u);
+    EXPECT_TRUE(CryptBinaryToStringW(&byte, 0x80000000, CRYPT_STRING_BASE64, nullptr, &size));
+    EXPECT_EQ(size, 2952790019u);
+}
+
+constexpr GUID kSample = {0x0F8FAD5B, 0xD9CB, 0x469F, {0xA1, 0x65, 0x70, 0x86, 0x77, 0x28, 0x95, 0x0E}};
+const WCHAR* const kSampleText = u"{0F8FAD5B-D9CB-469F-A165-70867728950E}";
+
+TEST(CryptoGuidTest, CreatesDifferentRandomGuidsOnManyThreads) {
+    std::mutex lock;
+    std::set<std::u16string> all;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([&] {
+            for (int j = 0; j < 250; ++j) {
+                GUID guid{};
+                WCHAR text[39];
+                ASSERT_EQ(CoCreateGuid(&guid), 0);
+                ASSERT_EQ(StringFromGUID2(guid, text, 39), 39);
+                // Version 4, variant 10xx.
+                ASSERT_EQ(text[15], u'4');
+                ASSERT_NE(std::u16string(u"89AB").find(text[20]), std::u16string::npos);
+                const std::lock_guard guard(lock);
+                all.insert(text);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(all.size(), 2000u);
+}
+
+TEST(CryptoGuidTest, CreationRefusesNull) {
+    EXPECT_EQ(CoCreateGuid(nullptr), static_cast<HRESULT>(0x80070057));
+}
+
+TEST(CryptoGuidTest, PrintsInBracesWithUpperCaseDigits) {
+    WCHAR text[40];
+    text[39] = u'#';
+    EXPECT_EQ(StringFromGUID2(kSample, text, 40), 39);
+    EXPECT_EQ(std::u16string(text), kSampleText);
+    EXPECT_EQ(text[39], u'#');
+}
+
+TEST(CryptoGuidTest, DoesNotPrintIntoASmallBuffer) {
+    WCHAR text[39];
+    text[0] = u'#';
+    EXPECT_EQ(StringFromGUID2(kSample, text, 38), 0);
+    EXPECT_EQ(text[0], u'#');
+    EXPECT_EQ(StringFromGUID2(kSample, text, 39), 39);
+}
+
+TEST(CryptoGuidTest, ReadsWhatItPrintsInEitherCase) {
+    CLSID guid{};
+    EXPECT_EQ(CLSIDFromString(kSampleText, &guid), 0);
+    EXPECT_TRUE(guid == kSample);
+    EXPECT_EQ(IIDFromString(u"{0f8fad5b-d9cb-469f-a165-70867728950e}", &guid), 0);
+    EXPECT_TRUE(guid == kSample);
+}
+
+TEST(CryptoGuidTest, ReadsANullTextAsTheGuidOfZeros) {
+    CLSID guid = kSample;
+    EXPECT_EQ(CLSIDFromString(nullptr, &guid), 0);
+    EXPECT_TRUE(guid == GUID{});
+}
+
+TEST(CryptoGuidTest, RefusesTextsInAnotherForm) {
+    const std::u16string texts[] = {
+        u"",
+        u"0F8FAD5B-D9CB-469F-A165-70867728950E",
+        u"{0F8FAD5B-D9CB-469F-A165-70867728950E",
+        u"{0F8FAD5B-D9CB-469F-A165-70867728950E}}",
+        u"{0F8FAD5BD9CB-469F-A165-70867728950E0-}",
+        u"{0G8FAD5B-D9CB-469F-A165-70867728950E}",
+        u"Some.Class",
+    };
+    for (const std::u16string& text : texts) {
+        CLSID guid = kSample;
+        EXPECT_EQ(CLSIDFromString(text.c_str(), &guid), static_cast<HRESULT>(0x800401F3));
+        EXPECT_TRUE(guid == GUID{});
+        guid = kSample;
+        EXPECT_EQ(IIDFromString(text.c_str(), &guid), static_cast<HRESULT>(0x80070057));
+        EXPECT_TRUE(guid == GUID{});
+    }
+    EXPECT_EQ(CLSIDFromString(kSampleText, nullptr), static_cast<HRESULT>(0x80070057));
+}
+
+}  // namespace
