@@ -143,4 +143,15 @@ DWORD WritePrivateFile(const WideString& path, const std::string& content) {
     return std::rename(temporary.c_str(), target.c_str()) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
+DWORD TrustCertificates(const WideString& path) {
+    std::string file;
+    if (!platform::PathToBytes(path, file)) {
+        return ERROR_INVALID_NAME;
+    }
+    if (::access(file.c_str(), R_OK) != 0) {
+        return errno == ENOENT ? ERROR_FILE_NOT_FOUND : ERROR_ACCESS_DENIED;
+    }
+    return ::setenv("SSL_CERT_FILE", file.c_str(), 1) == 0 ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
+}
+
 }  // namespace quillmark::cli
