@@ -20,6 +20,7 @@
 #include <memory>
 #include <mutex>
 
+#include "common/OwnedHandle.h"
 #include "quillmark/Platform.h"
 
 namespace quillmark {
@@ -48,7 +49,7 @@ private:
 
     struct Trigger {
         std::shared_ptr<const Action> action;
-        Clock::time_point rejoins{};  // not waited on before
+        Clock::time_point rejoins{};  // not waited on before this
         bool dead = false;            // cannot be waited on
     };
 
@@ -62,14 +63,15 @@ private:
     void TriggerThread() noexcept;
     [[nodiscard]] WaitList BuildEventList();
     void RunTrigger(HANDLE event);
-    // After a failed wait: finds the handles that made it fail.
-    void TestEvents(const WaitList& list);
+    void RunAction(HANDLE event, const Action& action) const noexcept;
+    // After a failed wait: takes the handles that made it fail out of further waits. False when none of them did.
+    [[nodiscard]] bool DropDeadEvents(const WaitList& list);
 
     std::mutex m_lock;
     std::map<HANDLE, Trigger> m_triggers;
-    HANDLE m_thread = nullptr;
-    HANDLE m_quit = nullptr;
-    HANDLE m_triggerAdded = nullptr;
+    OwnedHandle m_thread;
+    OwnedHandle m_quit;
+    OwnedHandle m_triggerAdded;
 };
 
 }  // namespace quillmark

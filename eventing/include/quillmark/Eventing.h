@@ -5,7 +5,7 @@
 // host program, which opens the log and hands the context to the library's Init.
 //
 // All functions may be called from any thread at any time. A context stays valid until CloseLog; the zero context is
-// valid and wants no records. None of them changes the thread's last-error value.
+// valid and wants no records. Except for an OpenLog that fails, none of them changes the thread's last-error value.
 #pragma once
 
 #include <cstdint>
@@ -38,8 +38,9 @@ QUILLMARK_EVENTING_API int IsEnabled(std::uint64_t context, const EventDescripto
 
 // Ordinal 5. Writes one message record. The format is printf-style with the meaning that Windows gives it: %S is wide
 // (UTF-16) text, %s narrow (UTF-8) text, %lu and %ld are 32 bits, %I64u, %I64d, %llu and %lld 64 bits, %p a pointer.
-// Null text prints as "(null)". Line breaks and other control characters inside a text are escaped (\n, \r, \t, \x1b),
-// so that one record stays one line.
+// Null text prints as "(null)". Line breaks and other control characters inside a text are escaped (\n, \r, \t, \x1b,
+// \u2028), as are bytes that are not UTF-8 (\xff), so that one record stays one line. Backslashes stay single. A
+// record that the log does not want, by IsEnabled, is not written.
 QUILLMARK_EVENTING_API void WriteMessage(std::uint64_t context, const EventDescriptor* descriptor, const char* source,
                                          std::uint32_t line, const char* function, const char* format, ...);
 
@@ -49,7 +50,9 @@ QUILLMARK_EVENTING_API void WriteScope(std::uint64_t context, const EventDescrip
 
 // Opens a log for appending; created when missing, readable by its owner only. path is UTF-8, "-" is standard error.
 // level: 1 critical to 4 information, the highest level that is written. Returns the context, 0 when the file cannot
-// be opened (GetLastError tells why).
+// be opened; GetLastError then tells why: ERROR_INVALID_PARAMETER (null path, other level), ERROR_PATH_NOT_FOUND,
+// ERROR_ACCESS_DENIED and the like, ERROR_NO_SYSTEM_RESOURCES when 64 logs are open already. Logs of the same file may
+// be open at once, in several processes too: records are appended whole.
 //
 // A record is one line of UTF-8:
 //   2026-11-20T16:07:00.123Z information 101 NativeHttp:214 CNativeHttp::Login client_version: 1.2
