@@ -6,10 +6,10 @@
 // receives, and turns the reply into a code. The steps of that road are public so that they can be tested one by one; a
 // host sees the interface only.
 //
-// Locks. m_sessionLock guards the list of sessions, m_serverModeLock the discovery and the mode that it found. Init holds
-// the second one from beginning to end and takes the first one inside for as long as it takes to pick a session; no other
-// operation takes more than one, so there is no order in which two threads could wait for each other. No lock is held
-// during a request but that of Init.
+// Locks. m_sessionLock guards the list of sessions, m_serverModeLock the discovery and the mode that it found. Init
+// holds the second one from beginning to end and takes the first one inside for as long as it takes to pick a session;
+// no other operation takes more than one, so there is no order in which two threads could wait for each other. No lock
+// is held during a request but that of Init.
 //
 // Memory. A client object keeps its sessions, a request keeps its session: an operation that began before a new session
 // was made ends on the old one.
@@ -43,8 +43,8 @@ public:
     using Connection = std::shared_ptr<IWinHttpConnection>;
     using Request = std::shared_ptr<IWinHttpRequest>;
 
-    // The longest that a request may take to connect, to resolve the name, to send and to receive, in milliseconds; 0 for
-    // the configured time-out.
+    // The longest that a request may take to connect, to resolve the name, to send and to receive, in milliseconds; 0
+    // for the configured time-out.
     struct Timeouts {
         DWORD connect = 0;
         DWORD resolve = 0;
@@ -52,8 +52,8 @@ public:
         DWORD receive = 0;
     };
 
-    // Binds a cancel event to a request for the life of the tracker: when the event is set, the trigger's thread closes the
-    // request's handle, and whatever call blocks in the request fails at once. The request is not kept alive by it.
+    // Binds a cancel event to a request for the life of the tracker: when the event is set, the trigger's thread closes
+    // the request's handle, and whatever call blocks in the request fails at once. The request is not kept alive by it.
     // Without an event, or when the trigger has no place left, the request cannot be cancelled; it runs all the same.
     class RequestHandleTracker {
     public:
@@ -156,15 +156,18 @@ public:
     // several. Null only when the factory never made one.
     [[nodiscard]] Session GetSession();
 
+    // The session's token, which its requests send from now on; empty without a session.
+    [[nodiscard]] static WideString TokenOf(const Session& session);
+
     // ---- The request pipeline --------------------------------------------------------------------------------------
 
-    // The base of the paths of the folder tree and of transfers: the API path, or on a server of API 1.0 "/api/" and the
-    // session's token.
+    // The base of the paths of the folder tree and of transfers: the API path, or on a server of API 1.0 "/api/" and
+    // the session's token.
     [[nodiscard]] WideString GetApiPath(const Session& session) const;
 
     // The URL of a server path below one of the API's resources ("/folders"): the API path, the resource, the path in
-    // percent-encoding, the query as it is. ERROR_NO_UNICODE_TRANSLATION for a path that is not well-formed UTF-16 and so
-    // has no UTF-8: it would reach the server as another name.
+    // percent-encoding, the query as it is. ERROR_NO_UNICODE_TRANSLATION for a path that is not well-formed UTF-16 and
+    // so has no UTF-8: it would reach the server as another name.
     [[nodiscard]] DWORD ApiUrl(const Session& session, WideView resource, const WideString& serverPath,
                                const std::string& query, WideString& url) const;
 
@@ -204,9 +207,8 @@ public:
 
     // ---- Steps of discovery ----------------------------------------------------------------------------------------
 
-    // Asks the server root for its endpoints.
-    [[nodiscard]] DWORD GetEndpoints(const Session& session, EndpointMap& sync, EndpointMap& logging,
-                                     HANDLE cancelEvent);
+    // Asks the server's root for its endpoints, on the session that is current by then.
+    [[nodiscard]] DWORD GetEndpoints(EndpointMap& sync, EndpointMap& logging, HANDLE cancelEvent);
 
     // Puts the server's address into the user's trusted zone. Failures are only logged.
     void AddURIToTrustedZone() const;
@@ -220,8 +222,7 @@ private:
     [[nodiscard]] DWORD Discover(const Logger& log, const Session& session, DWORD& serverMode, DWORD& extraValue,
                                  HANDLE cancelEvent);
     void StoreLoggingEndpoint(const Logger& log, const EndpointMap& logging);
-    [[nodiscard]] DWORD AskServerMode(const Logger& log, const Session& session, DWORD& serverMode,
-                                      HANDLE cancelEvent);
+    [[nodiscard]] DWORD AskServerMode(const Logger& log, const Session& session, DWORD& serverMode, HANDLE cancelEvent);
 
     // The whole-file form of DownloadFile.
     // NOLINTNEXTLINE(bugprone-reserved-identifier): the name under which the log knows it
@@ -234,6 +235,8 @@ private:
                                                const Attributes& expected, const Attributes& attributes,
                                                HANDLE cancelEvent, const Progress& progress,
                                                std::uint64_t progressContext);
+    // Reads the body of a reply that refused a download, and judges it.
+    [[nodiscard]] DWORD ReadRefusal(const Logger& log, IWinHttpRequest& request, DWORD sendError) const;
     // Puts the record that belongs to downloaded contents into attributes.
     [[nodiscard]] DWORD TakeDownloadAttributes(const Logger& log, const WideString& serverPath,
                                                const Attributes& expected, const Attributes& attributes,

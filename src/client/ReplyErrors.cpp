@@ -1,0 +1,82 @@
+// What a reply comes to: error codes from status and body, a changed session token, the revision of an item.
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+
+#include "client/NativeHttp.h"
+#include "client/Steps.h"
+#include "model/JsonResponse.h"
+
+namespace quillmark {
+namespace {
+
+// As atoi reads a number, with the ends of its range in place of what it leaves undefined.
+DWORD NumberOf(const std::string& text) {
+    const long long number = std::strtoll(text.c_str(), nullptr, 10);
+    return static_cast<DWORD>(std::clamp<long long>(number, std::numeric_limits<std::int32_t>::min(),
+                                                    std::numeric_limits<std::int32_t>::max()));
+}
+
+}  // namespace
+
+StatusPair CNativeHttp::ErrorFromStatus(DWORD httpStatus, const ResponseBuffer& reply) const {
+    StatusPair result;
+    const LogScope scope("CNativeHttp::ErrorFromStatus", LogSource::NativeHttp, &result.error);
+    result.error = SERVER_ERROR_BASE + httpStatus;
+    if (reply.IsNull()) {
+        return result;
+    }
+    std::string text;
+    if (GetJSONStringFromResponse(reply, "errorId", text) && NumberOf(text) != 0) {
+        result.error = SERVER_ERROR_BASE + NumberOf(text);
+    }
+    if (GetJSONStringFromResponse(reply, "severity", text)) {
+        result.severity = NumberOf(text);
+    }
+    return result;
+}
+
+DWORD CNativeHttp::ErrorFromStatusWithRetry(const Session& session, DWORD httpStatus, const WideString& sentToken,
+                                            const ResponseBuffer& reply) const {
+    DWORD error = ERROR_SUCCESS;
+    const LogScope scope("CNativeHttp::ErrorFromStatusWithRetry", LogSource::NativeHttp, &error);
+    error = ErrorFromStatus(httpStatus, reply).error;
+    if (error == SERVER_ERROR_SESSION_TOKEN) {
+        error = CheckForChangedSessionToken(session, httpStatus, sentToken, error);
+    }
+    return error;
+}
+
+DWORD CNativeHttp::CheckForChangedSessionToken(const Session& session, DWORD httpStatus, const WideString& sentToken,
+                                               DWORD error) const {
+    const LogScope scope("CNativeHttp::CheckForChangedSessionToken", LogSource::NativeHttp, &error);
+    if (httpStatus != HttpStatusDenied) {
+        return error;
+    }
+    const WideString currentToken = TokenOf(session);
+    scope.Information("OriginalSession [%S] CurrentSession [%S]", sentToken, currentToken);
+    if (sentToken != currentToken) {
+        scope.Information("HTTP_STATUS_DENIED received but session token has changed. Retry required with new token");
+        error = ERROR_RETRY;
+    }
+    return error;
+}
+
+DWORD CNativeHttp::ExtractRevisionFromResponse(const ResponseBuffer& reply, std::string& revision) const {
+    DWORD error = ERROR_INVALID_DATA;
+    const LogScope scope("CNativeHttp::ExtractRevisionFromResponse", LogSource::NativeHttp, &error);
+    if (reply.IsNull()) {
+        scope.Error("Response memory is null.");
+        return error;
+    }
+    ItemList items;
+    std::uint32_t count = 0;
+    error = GetAttributesFromResponse(reply, items, false, count);
+    if (error == ERROR_SUCCESS && items.size() == 1) {
+        revision = items.front()->GetRevision();
+        scope.Information("Returning revision:[%s]", revision);
+    }
+    return error;
+}
+
+}  // namespace quillmark

@@ -1,0 +1,163 @@
+// The whole-file download.
+//
+// The request names the revision that the caller expects, and then goes one of three ways:
+//
+//   the contents come        they are in the local file; the record is the expected one, or is asked for
+//   refused for the revision the item has changed since the caller looked: the present contents are downloaded without
+//                            naming a revision (HandleRevisionMismatch)
+//   refused otherwise        the server's code; the local file is not touched
+#include <algorithm>
+
+#include "client/Boundary.h"
+#include "client/NativeHttp.h"
+#include "client/Steps.h"
+
+namespace quillmark {
+namespace {
+
+// The transport's codes for a status other than 200 whose body can still be read.
+constexpr DWORD FirstStatusCode = SERVER_ERROR_BASE;
+constexpr DWORD LastStatusCode = 27775;
+
+// From this version on the server keeps a download and the record that its caller expects together: contents that come
+// for an expected revision belong to the expected record.
+constexpr ApiVersion RecordsWithDownloads{1, 2};
+
+// Revisions are compared without regard to the case of ASCII letters.
+bool SameRevision(const std::string& left, const std::string& right) {
+    const auto lower = [](char letter) {
+        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    };
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                      [&](char one, char other) { return lower(one) == lower(other); });
+}
+
+}  // namespace
+
+DWORD CNativeHttp::DownloadFile(const WideString& serverPath, const WideString& localPath, const Attributes& expected,
+                                const Attributes& attributes, const WideString& deltaBase, HANDLE cancelEvent,
+                                const Progress& progress, std::uint64_t progressContext) {
+    return RunOperation("CNativeHttp::DownloadFile", [&](const Logger&) -> DWORD {
+        if (attributes == nullptr) {
+            return ERROR_INVALID_PARAMETER;
+        }
+        if (!deltaBase.empty()) {
+            // Downloads against a delta base are not offered by this build.
+            return ERROR_CALL_NOT_IMPLEMENTED;
+        }
+        return _Internal_DownloadFile(serverPath, localPath, expected, attributes, cancelEvent, progress,
+                                      progressContext);
+    });
+}
+
+DWORD CNativeHttp::_Internal_DownloadFile(const WideString& serverPath, const WideString& localPath,
+                                          const Attributes& expected, const Attributes& attributes, HANDLE cancelEvent,
+                                          const Progress& progress, std::uint64_t progressContext) {
+    DWORD error = ERROR_SUCCESS;
+    const LogScope log("CNativeHttp::_Internal_DownloadFile", LogSource::NativeHttp, &error);
+    log.Information("Download request for LocalPath: %S, ServerPath: %S", localPath, serverPath);
+
+    const Session session = GetSession();
+    const WideString sentToken = TokenOf(session);
+    std::string query;
+    if (expected != nullptr) {
+        AddRevision(query, "?", expected->GetRevision());
+    }
+    WideString url;
+    error = ApiUrl(session, QM_W("/folders"), serverPath, query, url);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    Connection connection;
+    Request request;
+    error = CreateRequest(session, url, QM_W("GET"), request, connection, {});
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    const RequestHandleTracker tracker(m_cancelTrigger, cancelEvent, request);
+    if (IsSet(cancelEvent)) {
+        log.Information("Download canceled");
+        return error = ERROR_CANCELLED;
+    }
+
+    error = request->SendRequestGetResponse(localPath, 0, cancelEvent, progress, true, progressContext);
+    if (error >= FirstStatusCode && error <= LastStatusCode) {
+        error = ReadRefusal(log, *request, error);
+        if (error == SERVER_ERROR_REVISION_MISMATCH && expected != nullptr) {
+            request->Close();  // lets the next request have its connection
+            error = HandleRevisionMismatch(serverPath, localPath, expected, attributes, cancelEvent, progress,
+                                           progressContext);
+        }
+        return error;
+    }
+    if (error != ERROR_SUCCESS) {
+        log.Error("SendRequestGetResponse failed, error code: %u", error);
+        return error;
+    }
+
+    const DWORD httpStatus = request->GetHTTPStatus();
+    if (httpStatus != HttpStatusOk) {
+        log.Error("GetHTTPStatus shows failure, code: %u", httpStatus);
+        return error = CheckForChangedSessionToken(session, httpStatus, sentToken, ERROR_SUCCESS);
+    }
+    log.Information("Successfully downloaded file: %S", localPath);
+    request->Close();  // lets the next request have its connection
+    error = TakeDownloadAttributes(log, serverPath, expected, attributes, cancelEvent);
+    return error;
+}
+
+DWORD CNativeHttp::ReadRefusal(const Logger& log, IWinHttpRequest& request, DWORD sendError) const {
+    ResponseBuffer reply;
+    if (const DWORD error = request.ReadResponse(reply); error != ERROR_SUCCESS) {
+        log.Error("ReadResponse failed, error code: %u", error);
+        return error;
+    }
+    log.Error("SendRequestGetResponse failed, error code: %u", sendError);
+    const DWORD error = ErrorFromStatus(request.GetHTTPStatus(), reply).error;
+    log.Error("Extracted error from response: %lu", error);
+    return error;
+}
+
+DWORD CNativeHttp::TakeDownloadAttributes(const Logger& log, const WideString& serverPath, const Attributes& expected,
+                                          const Attributes& attributes, HANDLE cancelEvent) {
+    if (m_apiVersion >= RecordsWithDownloads && expected != nullptr && expected->HasTimes()) {
+        CopyAttributes(*expected, *attributes);
+    } else {
+        Attributes present;
+        const DWORD error = GetPathAttributes(serverPath, present, cancelEvent).error;
+        if (error != ERROR_SUCCESS) {
+            log.Error("Download failed with [%u]", error);
+            return error;
+        }
+        CopyAttributes(*present, *attributes);
+    }
+    log.Information("Server attributes which came with download are S[LW[%S] LA[%S] C[%S] A[%d]] Rev:[%s]",
+                    attributes->GetLastWriteTime().ToText(), attributes->GetLastAccessTime().ToText(),
+                    attributes->GetCreationTime().ToText(), attributes->GetFileAttributes(), attributes->GetRevision());
+    return ERROR_SUCCESS;
+}
+
+DWORD CNativeHttp::HandleRevisionMismatch(const WideString& serverPath, const WideString& localPath,
+                                          const Attributes& expected, const Attributes& attributes, HANDLE cancelEvent,
+                                          const Progress& progress, std::uint64_t progressContext) {
+    DWORD error = ERROR_SUCCESS;
+    const LogScope log("CNativeHttp::HandleRevisionMismatch", LogSource::NativeHttp, &error);
+    // The caller may have given one record as both.
+    const Attributes asked = expected->Clone();
+
+    error = _Internal_DownloadFile(serverPath, localPath, nullptr, attributes, cancelEvent, progress, progressContext);
+    if (error != ERROR_SUCCESS) {
+        log.Error("Failed to download file, error code: %lu", error);
+        return error;
+    }
+    if (!SameRevision(attributes->GetRevision(), asked->GetRevision())) {
+        log.Information(
+            "File was modified after we downloaded it. Returning old cached attributes so that file will be seen as "
+            "out "
+            "of sync on next check.");
+        CopyAttributes(*asked, *attributes);
+    }
+    return error;
+}
+
+}  // namespace quillmark
