@@ -53,11 +53,12 @@ inline HKEY PredefinedKey(DWORD number) {
 }
 }  // namespace quillmark::platform
 
-// The predefined keys: always open, with all rights, and closing them does nothing.
-inline const HKEY HKEY_CLASSES_ROOT = quillmark::platform::PredefinedKey(0x80000000u);
-inline const HKEY HKEY_CURRENT_USER = quillmark::platform::PredefinedKey(0x80000001u);
-inline const HKEY HKEY_LOCAL_MACHINE = quillmark::platform::PredefinedKey(0x80000002u);
-inline const HKEY HKEY_USERS = quillmark::platform::PredefinedKey(0x80000003u);
+// The predefined keys: always open, with all rights, and closing them does nothing. Macros, as on Windows: objects would
+// have to be initialised at run time in every source file.
+#define HKEY_CLASSES_ROOT (quillmark::platform::PredefinedKey(0x80000000u))
+#define HKEY_CURRENT_USER (quillmark::platform::PredefinedKey(0x80000001u))
+#define HKEY_LOCAL_MACHINE (quillmark::platform::PredefinedKey(0x80000002u))
+#define HKEY_USERS (quillmark::platform::PredefinedKey(0x80000003u))
 
 // Rights, beside the GENERIC_ ones.
 inline constexpr REGSAM MAXIMUM_ALLOWED = 0x02000000u;
