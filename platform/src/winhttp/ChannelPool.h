@@ -1,0 +1,62 @@
+// A channel is what one exchange is driven on: a libcurl multi handle with at most one live connection in it, and the
+// easy handle for the transfers. The pool keeps those whose exchange is complete, by origin, for the next request
+// there.
+//
+// Requests on several threads never share a channel or wait for one: each takes an idle one or makes its own. Whether
+// the connection in it still lives is tested by the transfer before it sends.
+#pragma once
+
+#include <chrono>
+#include <deque>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "winhttp/CurlHandles.h"
+
+namespace quillmark::platform::winhttp {
+
+class Channel {
+public:
+    // Throws std::bad_alloc.
+    Channel();
+
+    [[nodiscard]] CURLM* Multi() const { return multi_.get(); }
+    [[nodiscard]] CURL* Easy() const { return easy_.get(); }
+
+private:
+    // The connection lives in the multi handle, and its closing needs nothing of the easy one.
+    MultiHandle multi_;
+    EasyHandle easy_;
+};
+
+class ChannelPool {
+public:
+    // The most recently kept channel of the origin, or a new one. Throws std::bad_alloc.
+    [[nodiscard]] std::unique_ptr<Channel> Take(const std::string& origin);
+
+    // Keeps a channel whose exchange is complete. After Close it is closed instead.
+    void Keep(const std::string& origin, std::unique_ptr<Channel> channel);
+
+    // Closes the idle channels and keeps no more of them.
+    void Close();
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Idle {
+        std::unique_ptr<Channel> channel;
+        Clock::time_point since;
+    };
+
+    // Per origin; more than that are of no use after a burst of parallel requests.
+    static constexpr std::size_t kMostIdle = 16;
+    // Servers and middlemen drop idle connections; one that is older is closed from this side first.
+    static constexpr std::chrono::seconds kLongestIdle{60};
+
+    std::mutex mutex_;
+    bool closed_ = false;
+    std::map<std::string, std::deque<Idle>> idle_;
+};
+
+}  // namespace quillmark::platform::winhttp

@@ -1,0 +1,31 @@
+#include "winhttp/CurlShare.h"
+
+#include <new>
+
+namespace quillmark::platform::winhttp {
+
+CurlShare::CurlShare() : share_(curl_share_init()) {
+    if (share_ == nullptr) {
+        throw std::bad_alloc();
+    }
+    curl_share_setopt(share_, CURLSHOPT_LOCKFUNC, &CurlShare::Lock);
+    curl_share_setopt(share_, CURLSHOPT_UNLOCKFUNC, &CurlShare::Unlock);
+    curl_share_setopt(share_, CURLSHOPT_USERDATA, this);
+    curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
+    curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_DNS);
+    curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+}
+
+CurlShare::~CurlShare() {
+    curl_share_cleanup(share_);
+}
+
+void CurlShare::Lock(CURL* /*easy*/, curl_lock_data data, curl_lock_access /*access*/, void* self) {
+    static_cast<CurlShare*>(self)->locks_[data].lock();
+}
+
+void CurlShare::Unlock(CURL* /*easy*/, curl_lock_data data, void* self) {
+    static_cast<CurlShare*>(self)->locks_[data].unlock();
+}
+
+}  // namespace quillmark::platform::winhttp

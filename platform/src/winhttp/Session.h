@@ -1,0 +1,54 @@
+// The session: what its requests share. Used from any number of threads.
+//
+// A request holds its session, so the session outlives everything that refers to its shared libcurl data.
+#pragma once
+
+#include <mutex>
+#include <set>
+#include <string>
+
+#include "winhttp/ChannelPool.h"
+#include "winhttp/CurlShare.h"
+#include "winhttp/InternetHandle.h"
+#include "winhttp/Settings.h"
+#include "winhttp/TrustedRoots.h"
+
+namespace quillmark::platform::winhttp {
+
+class Session final : public InternetHandle {
+public:
+    // Throws std::bad_alloc.
+    Session(ProxyChoice proxy, std::string userAgent);
+
+    void OnClose() override { channels_.Close(); }
+
+    [[nodiscard]] Settings CurrentSettings() const;
+
+    // Changes the settings of requests that are opened later.
+    template <typename Change>
+    void ChangeSettings(Change change) {
+        const std::lock_guard lock(mutex_);
+        change(settings_);
+    }
+
+    [[nodiscard]] const ProxyChoice& Proxy() const { return proxy_; }
+    [[nodiscard]] const CurlShare& Share() const { return share_; }
+    [[nodiscard]] TrustedRoots& Roots() { return roots_; }
+    [[nodiscard]] ChannelPool& Channels() { return channels_; }
+
+    // Servers that do not answer before all announced bytes are there, learned by waiting for one once.
+    [[nodiscard]] bool WaitsForOwedBytes(const std::string& origin) const;
+    void RememberWaitsForOwedBytes(const std::string& origin);
+
+private:
+    const ProxyChoice proxy_;
+    mutable std::mutex mutex_;
+    Settings settings_;
+    std::set<std::string> waitsForOwedBytes_;
+    // The channels refer to the share, so they are declared after it and go first.
+    CurlShare share_;
+    TrustedRoots roots_;
+    ChannelPool channels_;
+};
+
+}  // namespace quillmark::platform::winhttp

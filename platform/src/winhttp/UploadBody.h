@@ -1,0 +1,63 @@
+// The body of a request between the caller's writes and the wire.
+//
+//     announced = accepted + owed      accepted = what the caller handed in (and what was paid for it)
+//     accepted  = taken + queued       taken    = what the transfer fetched for sending
+//
+// The beginning that comes with the sending call is kept, so that a body which is complete with it can be sent again
+// when the server asks for that; what is written later is gone once it was taken.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "quillmark/platform/Types.h"
+
+namespace quillmark::platform::winhttp {
+
+class UploadBody {
+public:
+    // Writes are gathered up to this size before the transfer is driven: one drive per write of 16 KiB costs twice the
+    // processor time of larger ones.
+    static constexpr std::size_t kGather = 256 * 1024;
+
+    // An announced Content-Length may exceed its body by so much and still be meant to be complete.
+    static constexpr std::uint64_t kMostPaid = 3;
+
+    UploadBody() = default;
+    UploadBody(std::uint64_t announced, std::span<const BYTE> beginning);
+
+    [[nodiscard]] std::uint64_t Announced() const { return announced_; }
+    [[nodiscard]] std::uint64_t Owed() const { return announced_ - accepted_; }
+    [[nodiscard]] std::uint64_t Taken() const { return taken_; }
+    [[nodiscard]] bool IsQueueEmpty() const { return accepted_ == taken_; }
+    [[nodiscard]] bool IsComplete() const { return Owed() == 0; }
+
+    // How many bytes can be appended before the queue must be flushed.
+    [[nodiscard]] std::size_t Room() const { return kGather - gathered_.size(); }
+
+    // Appends at most Room() and at most Owed() bytes.
+    void Append(std::span<const BYTE> bytes);
+
+    // Moves queued bytes to where they are sent from; returns how many.
+    [[nodiscard]] std::size_t Take(std::span<BYTE> room);
+
+    // Makes up for what is owed with line breaks, which are no part of any body that ends in a closing boundary.
+    void Pay();
+
+    // Whether all of the body came with the sending call, so that it can be sent again.
+    [[nodiscard]] bool IsRepeatable() const { return beginning_.size() == announced_; }
+
+    // Back to the first byte. Only when IsRepeatable().
+    void Rewind();
+
+private:
+    std::uint64_t announced_ = 0;
+    std::uint64_t accepted_ = 0;
+    std::uint64_t taken_ = 0;
+    std::vector<BYTE> beginning_;
+    std::vector<BYTE> gathered_;
+    std::size_t gatheredTaken_ = 0;
+};
+
+}  // namespace quillmark::platform::winhttp
