@@ -1,0 +1,28 @@
+// What handlers work with: one of each per server, handed along by reference.
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+#include "Options.h"
+
+namespace appliance {
+
+class Contents;
+class Faults;
+class Sessions;
+class Statistics;
+class Store;
+
+struct Services {
+    const Options& options;
+    Store& store;
+    Contents& contents;
+    Sessions& sessions;
+    Statistics& statistics;
+    Faults& faults;
+    // Ends the server, connections and all, and starts it anew on the same ports after that time.
+    std::function<void(std::chrono::milliseconds)> restart;
+};
+
+}  // namespace appliance

@@ -1,0 +1,71 @@
+#include "Pch.h"
+#include "Statistics.h"
+#include "faults/Faults.h"
+#include "handlers/Handlers.h"
+#include "http/Errors.h"
+
+namespace appliance {
+
+namespace asio = boost::asio;
+
+namespace {
+
+constexpr std::size_t LargestRules = 200 * 1024;
+
+asio::awaitable<nlohmann::json> ReadRules(const Request& request, RequestBody& body) {
+    const std::uint64_t length = request.contentLength.value_or(0);
+    if (length > LargestRules) {
+        throw ApiError(ErrorId::BodyTooLarge, "These are too many rules at once");
+    }
+    while (body.Window().size() < length) {
+        co_await body.More();
+    }
+    auto rules = nlohmann::json::parse(body.Window(), nullptr, false);
+    body.Consume(static_cast<std::size_t>(length));
+    if (rules.is_discarded()) {
+        throw ApiError(ErrorId::Malformed, "The rules are not JSON");
+    }
+    co_return rules;
+}
+
+asio::awaitable<Reply> AnswerFaults(Services& services, const Request& request, RequestBody& body) {
+    if (request.method == "GET") {
+        co_return JsonReply(services.faults.Report());
+    }
+    if (request.method == "DELETE") {
+        services.faults.Clear();
+        co_return JsonReply({{"cleared", true}});
+    }
+    if (request.method != "POST") {
+        throw ApiError(ErrorId::MethodUnknown, "This endpoint has no such method");
+    }
+    const nlohmann::json rules = co_await ReadRules(request, body);
+    co_return JsonReply({{"added", services.faults.Add(rules)}});
+}
+
+Reply AnswerStatistics(Services& services, const Request& request) {
+    if (request.method == "GET") {
+        return JsonReply(services.statistics.Report());
+    }
+    if (request.method == "DELETE") {
+        services.statistics.Reset();
+        return JsonReply({{"cleared", true}});
+    }
+    throw ApiError(ErrorId::MethodUnknown, "This endpoint has no such method");
+}
+
+}  // namespace
+
+asio::awaitable<Reply> AnswerControl(Services& services, const Request& request, RequestBody& body,
+                                     std::string_view resource) {
+    if (resource == "/statistics") {
+        co_return AnswerStatistics(services, request);
+    }
+    if (resource == "/faults" && services.options.faults) {
+        Reply reply = co_await AnswerFaults(services, request, body);
+        co_return reply;
+    }
+    throw ApiError(ErrorId::EndpointUnknown, "There is no such endpoint");
+}
+
+}  // namespace appliance

@@ -1,0 +1,110 @@
+#include <limits>
+
+#include "Pch.h"
+#include "handlers/Handlers.h"
+#include "handlers/ItemForm.h"
+#include "http/Errors.h"
+#include "storage/Contents.h"
+#include "storage/Store.h"
+
+namespace appliance {
+
+namespace asio = boost::asio;
+
+namespace {
+
+Fields RequireQuery(const Request& request) {
+    auto query = ParseForm(request.query);
+    if (!query) {
+        throw ApiError(ErrorId::Malformed, "The query has a malformed percent escape");
+    }
+    return std::move(*query);
+}
+
+std::uint64_t NumberOf(const Fields& query, std::string_view name, std::uint64_t otherwise) {
+    const std::string* text = FindField(query, name);
+    const auto number = text == nullptr ? std::optional<unsigned long long>(otherwise) : ParseNumber(*text);
+    if (!number) {
+        throw ApiError(ErrorId::Malformed, std::string(name) + " is no number");
+    }
+    return *number;
+}
+
+// Bytes "skip" to "skip" + "count" of the file, clipped to its end.
+Reply ContentReply(const Services& services, const Item& item, const Fields& query) {
+    if (item.directory) {
+        throw ApiError(ErrorId::WrongKind, "A folder has no content");
+    }
+    const std::uint64_t skip = std::min(NumberOf(query, "skip", 0), item.size);
+    const std::uint64_t count = std::min(NumberOf(query, "count", item.size), item.size - skip);
+    Reply reply;
+    reply.contentType = "application/octet-stream";
+    reply.file = FileRange{std::make_shared<FileDescriptor>(services.contents.Open(item.content)), skip, count};
+    return reply;
+}
+
+Reply Create(const Services& services, std::int64_t user, const ItemPath& parent, const Fields& fields) {
+    const std::string* name = FindField(fields, "name");
+    if (name == nullptr || !IsItemName(*name)) {
+        throw ApiError(ErrorId::Malformed, "The form has no name that could be stored");
+    }
+    const Item item = services.store.CreateFolder(user, parent, *name);
+    ItemPath path = parent;
+    path.push_back(*name);
+    return JsonReply(ItemDocument(item, path));
+}
+
+Reply Update(const Services& services, std::int64_t user, ItemPath path, const Fields& fields) {
+    ItemValues values = ReadItemValues(fields);
+    if (const std::string* name = FindField(fields, "name")) {
+        if (!IsItemName(*name)) {
+            throw ApiError(ErrorId::Malformed, "The name could not be stored");
+        }
+        values.name = *name;
+    }
+    const Item item = services.store.Update(user, path, values);
+    path.back() = item.name;
+    return JsonReply(ItemDocument(item, path));
+}
+
+}  // namespace
+
+asio::awaitable<Reply> GetItem(Services& services, Exchange& exchange) {
+    const std::int64_t user = RequireUser(services, exchange.request, exchange.target);
+    const ItemPath path = RequireItemPath(exchange.target.itemPath);
+    const Fields query = RequireQuery(exchange.request);
+    const std::string* type = FindField(query, "type");
+    if (type != nullptr && *type == "all") {
+        const Listing listing = services.store.List(user, path);
+        co_return JsonReply(ListingDocument(listing.folder, path, listing.children));
+    }
+    const Item item = services.store.Get(user, path);
+    const std::string* revision = FindField(query, "revision");
+    if (revision != nullptr && *revision != item.RevisionText()) {
+        co_return MismatchReply(ItemDocument(item, path));
+    }
+    if (exchange.request.Accepts("application/octet-stream")) {
+        co_return ContentReply(services, item, query);
+    }
+    co_return JsonReply(ItemDocument(item, path));
+}
+
+asio::awaitable<Reply> PostItem(Services& services, Exchange& exchange) {
+    const std::int64_t user = RequireUser(services, exchange.request, exchange.target);
+    if (exchange.body.IsMultipart()) {
+        Reply reply = co_await UploadFile(services, exchange, user);
+        co_return reply;
+    }
+    const Fields fields = co_await exchange.body.ReadForm();
+    const ItemPath path = RequireItemPath(exchange.target.itemPath);
+    const std::string* operation = FindField(fields, "operation");
+    if (operation != nullptr && *operation == "create") {
+        co_return Create(services, user, path, fields);
+    }
+    if (operation != nullptr && *operation == "update") {
+        co_return Update(services, user, path, fields);
+    }
+    throw ApiError(ErrorId::Malformed, "The form has no operation that is known here");
+}
+
+}  // namespace appliance

@@ -1,0 +1,38 @@
+// The endpoints. Each handler answers one method of one resource; refusals are thrown as ApiError.
+#pragma once
+
+#include <boost/asio/awaitable.hpp>
+#include <string_view>
+
+#include "Services.h"
+#include "handlers/Access.h"
+#include "http/HttpMessage.h"
+
+namespace appliance {
+
+using Handler = boost::asio::awaitable<Reply> (*)(Services& services, Exchange& exchange);
+
+// GET /endpoints, at the server's root.
+Reply AnswerEndpoints(const Services& services);
+
+// GET <api>/init and <api>/version.
+boost::asio::awaitable<Reply> AnswerInit(Services& services, Exchange& exchange);
+boost::asio::awaitable<Reply> AnswerVersion(Services& services, Exchange& exchange);
+
+// POST <api>/sessions: opens a session.
+boost::asio::awaitable<Reply> Login(Services& services, Exchange& exchange);
+
+// GET <api>/folders<path>: an item, a folder's listing, or a file's content.
+boost::asio::awaitable<Reply> GetItem(Services& services, Exchange& exchange);
+
+// POST <api>/folders<path>: form "create" or "update", or a whole file as multipart.
+boost::asio::awaitable<Reply> PostItem(Services& services, Exchange& exchange);
+
+// The multipart form of it.
+boost::asio::awaitable<Reply> UploadFile(Services& services, Exchange& exchange, std::int64_t user);
+
+// The tests' own endpoints; `resource` is what follows the control path.
+boost::asio::awaitable<Reply> AnswerControl(Services& services, const Request& request, RequestBody& body,
+                                            std::string_view resource);
+
+}  // namespace appliance

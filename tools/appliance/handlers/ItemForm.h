@@ -1,0 +1,16 @@
+// What clients send about an item, in url-encoded and in multipart fields alike.
+#pragma once
+
+#include "http/Uri.h"
+#include "storage/Item.h"
+
+namespace appliance {
+
+// "creation_time", "modification_time" and "attributes". A field that is missing, or that holds a client's text for an
+// unset value, stays empty. Throws ApiError for one that cannot be read.
+ItemValues ReadItemValues(const Fields& fields);
+
+// The path below a resource. Throws ApiError when it cannot name an item.
+ItemPath RequireItemPath(std::string_view encoded);
+
+}  // namespace appliance

@@ -1,0 +1,112 @@
+#include "handlers/Router.h"
+
+#include <array>
+#include <cstdio>
+
+#include "Pch.h"
+#include "handlers/Handlers.h"
+#include "http/Errors.h"
+#include "storage/Database.h"
+
+namespace appliance {
+
+namespace asio = boost::asio;
+
+namespace {
+
+struct Route {
+    std::string_view method;
+    std::string_view resource;
+    bool takesItemPath;
+    Handler handler;
+};
+
+constexpr std::array Routes{
+    Route{"GET", "/init", false, AnswerInit},  Route{"GET", "/version", false, AnswerVersion},
+    Route{"POST", "/sessions", false, Login},  Route{"GET", "/folders", true, GetItem},
+    Route{"POST", "/folders", true, PostItem},
+};
+
+constexpr std::string_view EndpointList = "/endpoints";
+
+const Route& FindRoute(const Request& request, const Target& target) {
+    bool known = false;
+    for (const Route& route : Routes) {
+        if (route.resource != target.resource || (!route.takesItemPath && !target.itemPath.empty())) {
+            continue;
+        }
+        if (route.method == request.method) {
+            return route;
+        }
+        known = true;
+    }
+    if (known) {
+        throw ApiError(ErrorId::MethodUnknown, "This endpoint has no such method");
+    }
+    throw ApiError(ErrorId::EndpointUnknown, "There is no such endpoint");
+}
+
+// What went wrong inside is for the operator, not for the client.
+Reply InternalError(const std::exception& error) {
+    std::fprintf(stderr, "quillmark-appliance: %s\n", error.what());
+    return ErrorReply(ErrorId::Internal, "The server has failed");
+}
+
+Reply Refusal(const ApiError& error) {
+    Reply reply = ErrorReply(error.Id(), error.what());
+    if (error.Id() == ErrorId::IdentityMissing) {
+        reply.headers.emplace_back("WWW-Authenticate", "Negotiate");
+    }
+    return reply;
+}
+
+}  // namespace
+
+bool Router::IsControl(const Request& request) const {
+    const std::string& path = m_services.options.controlPath;
+    return !path.empty() && request.path.starts_with(path + '/');
+}
+
+asio::awaitable<Reply> Router::Answer(const Request& request, RequestBody& body) {
+    try {
+        Reply reply = co_await Dispatch(request, body);
+        co_return reply;
+    } catch (const ApiError& error) {
+        co_return Refusal(error);
+    } catch (const DatabaseError& error) {
+        if (error.IsDiskFull()) {
+            co_return ErrorReply(ErrorId::StorageFull, "The disk is full");
+        }
+        co_return InternalError(error);
+    } catch (const boost::system::system_error&) {
+        throw;
+    } catch (const ConnectionAbandoned&) {
+        throw;
+    } catch (const std::exception& error) {
+        co_return InternalError(error);
+    }
+}
+
+asio::awaitable<Reply> Router::Dispatch(const Request& request, RequestBody& body) {
+    if (IsControl(request)) {
+        const std::string_view resource = std::string_view(request.path).substr(m_services.options.controlPath.size());
+        Reply reply = co_await AnswerControl(m_services, request, body, resource);
+        co_return reply;
+    }
+    if (request.path == EndpointList) {
+        if (request.method != "GET") {
+            throw ApiError(ErrorId::MethodUnknown, "This endpoint has no such method");
+        }
+        co_return AnswerEndpoints(m_services);
+    }
+    const auto target = FindTarget(m_services.options, request);
+    if (!target) {
+        throw ApiError(ErrorId::EndpointUnknown, "There is no such endpoint");
+    }
+    const Route& route = FindRoute(request, *target);
+    Exchange exchange{request, body, *target};
+    Reply reply = co_await route.handler(m_services, exchange);
+    co_return reply;
+}
+
+}  // namespace appliance

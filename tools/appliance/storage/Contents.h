@@ -1,0 +1,70 @@
+// The contents of files, one file each, in a folder beside the database. Their names are made up here: nothing that a
+// client sends ever becomes part of a path.
+//
+//     ContentWriter writer(contents.Folder(), sync);
+//     writer.Write(bytes);
+//     writer.Finish();          // complete and on the disk, name included
+//     store.PutFile(... writer.Name() ...);
+//     writer.Keep();            // only now it stays
+//
+// A writer that is not kept removes its file. What a killed server leaves without a row is removed at the next start.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "http/HttpMessage.h"
+#include "storage/FileDescriptor.h"
+
+namespace appliance {
+
+class Store;
+
+class ContentWriter {
+public:
+    ContentWriter(std::string folder, bool sync);
+    ContentWriter(const ContentWriter&) = delete;
+    ContentWriter& operator=(const ContentWriter&) = delete;
+    ~ContentWriter();
+
+    // Throws ApiError when the disk is full.
+    void Write(std::string_view bytes);
+    void Finish();
+    void Keep() { m_kept = true; }
+
+    [[nodiscard]] const std::string& Name() const { return m_name; }
+    [[nodiscard]] std::uint64_t Size() const { return m_size; }
+
+private:
+    void StartWriteBack();
+
+    std::string m_folder;
+    bool m_sync;
+    std::string m_name;
+    FileDescriptor m_file;
+    std::uint64_t m_size = 0;
+    std::uint64_t m_handedToDisk = 0;
+    bool m_kept = false;
+};
+
+class Contents {
+public:
+    // Makes the folder when it is missing.
+    Contents(std::string folder, bool sync);
+
+    // Where a ContentWriter puts its file.
+    [[nodiscard]] const std::string& Folder() const { return m_folder; }
+    // Stays readable when it is replaced meanwhile.
+    [[nodiscard]] FileDescriptor Open(const std::string& name) const;
+    void Remove(const std::string& name) const;
+    // Removes every content that no row of the store names. Only before the first request.
+    void Sweep(Store& store) const;
+
+private:
+    std::string m_folder;
+    bool m_sync;
+};
+
+}  // namespace appliance

@@ -1,0 +1,69 @@
+#include "storage/Schema.h"
+
+#include <array>
+#include <string>
+
+namespace appliance {
+
+namespace {
+
+// One step per version, never changed once released: a folder of version n runs the steps from n on.
+constexpr std::array Steps{
+    // 1: users with their trees, and sessions. Names are compared byte by byte. Revisions come from one counter for the
+    // whole server, so that an item that is deleted and made anew never has a revision that it had before.
+    R"sql(
+    CREATE TABLE users (
+        id INTEGER PRIMARY KEY,
+        name TEXT NOT NULL UNIQUE,
+        password TEXT NOT NULL
+    );
+    CREATE TABLE items (
+        id INTEGER PRIMARY KEY,
+        user INTEGER NOT NULL REFERENCES users (id),
+        parent INTEGER REFERENCES items (id),
+        name TEXT NOT NULL,
+        directory INTEGER NOT NULL,
+        revision INTEGER NOT NULL,
+        creation_time INTEGER NOT NULL,
+        modification_time INTEGER NOT NULL,
+        attributes INTEGER NOT NULL,
+        size INTEGER NOT NULL,
+        content TEXT NOT NULL
+    );
+    CREATE UNIQUE INDEX items_by_name ON items (parent, name);
+    CREATE UNIQUE INDEX roots ON items (user) WHERE parent IS NULL;
+    CREATE TABLE counters (
+        name TEXT PRIMARY KEY,
+        value INTEGER NOT NULL
+    ) WITHOUT ROWID;
+    INSERT INTO counters VALUES ('revision', 0);
+    CREATE TABLE sessions (
+        token_hash TEXT PRIMARY KEY,
+        user INTEGER NOT NULL REFERENCES users (id),
+        device TEXT NOT NULL,
+        expires INTEGER NOT NULL
+    ) WITHOUT ROWID;
+    PRAGMA user_version = 1;
+    )sql",
+};
+
+std::size_t VersionOf(Database& database) {
+    Statement statement = database.Prepare("PRAGMA user_version");
+    return statement.Step() ? static_cast<std::size_t>(statement.Integer(0)) : 0;
+}
+
+}  // namespace
+
+void MigrateSchema(Database& database) {
+    std::size_t version = VersionOf(database);
+    if (version > Steps.size()) {
+        throw std::runtime_error("the data folder was written by a newer server");
+    }
+    for (; version < Steps.size(); ++version) {
+        Transaction transaction(database);
+        database.Execute(Steps[version]);
+        transaction.Commit();
+    }
+}
+
+}  // namespace appliance
