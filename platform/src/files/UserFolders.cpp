@@ -101,6 +101,21 @@ int MakeFolders(const std::string& path) {
     return errno == EEXIST ? ENOTDIR : errno;
 }
 
+std::string NearestFolder(const std::string& path) {
+    std::string folder = path;
+    while (!IsFolder(folder)) {
+        const std::size_t separator = folder.find_last_of('/');
+        if (separator == std::string::npos) {
+            return ".";
+        }
+        if (separator == 0) {
+            return "/";
+        }
+        folder.erase(separator);
+    }
+    return folder;
+}
+
 }  // namespace quillmark::platform
 
 HRESULT WINAPI SHGetFolderPathW(HWND, int csidl, HANDLE hToken, DWORD dwFlags, LPWSTR pszPath) {

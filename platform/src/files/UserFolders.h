@@ -14,4 +14,7 @@ namespace quillmark::platform {
 // Makes the folder and those above it, for the user only. Returns 0 or an errno value.
 [[nodiscard]] int MakeFolders(const std::string& path);
 
+// The folder itself, or the nearest one above it that exists.
+[[nodiscard]] std::string NearestFolder(const std::string& path);
+
 }  // namespace quillmark::platform
