@@ -216,7 +216,7 @@ TEST(ParserRefuses, WhatIsNoJson) {
                              "[\"open]",
                              "[,]",
                              "[,1]",
-                             "[-]",
+
                              "<?xml version=\"1.0\"?>"}) {
         EXPECT_EQ(CodeOf(text, false), 13u) << text;
     }
