@@ -17,7 +17,7 @@ constexpr DWORD SERVER_FORBIDDEN = SERVER_ERROR_BASE + 403;
 constexpr DWORD SERVER_NOT_FOUND = SERVER_ERROR_BASE + 404;
 constexpr DWORD SERVER_CONFLICT = SERVER_ERROR_BASE + 409;
 
-// Sorted by error.
+// Sorted by error. The server's own numbers are those of docs/protocol.md.
 constexpr KnownError KNOWN_ERRORS[] = {
     {ERROR_FILE_NOT_FOUND, ExitCode::LocalFile, "the local file does not exist"},
     {ERROR_PATH_NOT_FOUND, ExitCode::LocalFile, "the local folder does not exist"},
@@ -47,7 +47,19 @@ constexpr KnownError KNOWN_ERRORS[] = {
     {SERVER_FORBIDDEN, ExitCode::NotLoggedIn, "the server does not permit this"},
     {SERVER_NOT_FOUND, ExitCode::NotFound, "the server has no such item"},
     {SERVER_CONFLICT, ExitCode::Conflict, "the item exists already or is in the way"},
+    {SERVER_ERROR_BASE + 1001, ExitCode::InvalidReply, "the server does not understand the request"},
+    {SERVER_ERROR_BASE + 1002, ExitCode::NotFound, "the server has no such item"},
+    {SERVER_ERROR_BASE + 1003, ExitCode::Conflict, "the item exists already"},
+    {SERVER_ERROR_BASE + 1004, ExitCode::Conflict,
+     "a file stands where a folder is meant, or a folder where a file is"},
+    {SERVER_ERROR_BASE + 1005, ExitCode::NotLoggedIn, "the server does not permit this"},
+    {SERVER_ERROR_BASE + 1010, ExitCode::NotLoggedIn, "the user name or the password is wrong"},
+    {SERVER_ERROR_BASE + 1011, ExitCode::NotLoggedIn, "the server does not accept this device"},
+    {SERVER_ERROR_BASE + 1012, ExitCode::NotLoggedIn, "the server does not know who you are"},
+    {SERVER_ERROR_BASE + 1020, ExitCode::LocalFile, "the file changed while it was sent; nothing was stored"},
+    {SERVER_ERROR_BASE + 1030, ExitCode::Conflict, "another user has locked the item"},
     {SERVER_ERROR_REVISION_MISMATCH, ExitCode::Conflict, "the item was changed on the server meanwhile"},
+    {SERVER_ERROR_BASE + 1507, ExitCode::Conflict, "the server has no room left"},
 };
 
 const KnownError* FindKnown(DWORD error) {
