@@ -95,7 +95,8 @@ asio::awaitable<std::optional<Request>> ReadRequestHead(Transport& transport, Re
     transport.SetLimit(HeadTime);
     Parser parser;
     parser.header_limit(LargestHead);
-    parser.body_limit(boost::none);
+    // Not "none", which this release of the parser takes for a limit of nothing.
+    parser.body_limit(std::numeric_limits<std::uint64_t>::max());
     for (;;) {
         const bool complete = !buffer.Window().empty() && Parse(parser, buffer);
         if (complete) {

@@ -4,6 +4,7 @@
 #include <openssl/err.h>
 
 #include "Pch.h"
+#include "http/SocketIo.h"
 
 namespace appliance {
 
@@ -17,8 +18,8 @@ constexpr std::size_t RecordSize = 16 * 1024;
 
 }  // namespace
 
-TlsChannel::TlsChannel(asio::ip::tcp::socket& socket, SSL_CTX* context, std::function<void()> onProgress)
-    : m_socket(socket), m_onProgress(std::move(onProgress)), m_ssl(SSL_new(context)) {
+TlsChannel::TlsChannel(asio::ip::tcp::socket& socket, SSL_CTX* context, std::function<void()> beforeWait)
+    : m_socket(socket), m_beforeWait(std::move(beforeWait)), m_ssl(SSL_new(context)) {
     BIO* inner = nullptr;
     BIO* network = nullptr;
     if (!m_ssl || BIO_new_bio_pair(&inner, NetworkBuffer, &network, NetworkBuffer) != 1) {
@@ -124,15 +125,9 @@ asio::awaitable<bool> TlsChannel::Pull() {
     if (room <= 0) {
         co_return true;  // The pair is full: there is something to decrypt.
     }
-    m_onProgress();
-    error_code error;
-    const std::size_t count = co_await m_socket.async_read_some(asio::buffer(space, static_cast<std::size_t>(room)),
-                                                                asio::redirect_error(asio::use_awaitable, error));
-    if (error == asio::error::eof) {
+    const std::size_t count = co_await Receive(m_socket, space, static_cast<std::size_t>(room), m_beforeWait);
+    if (count == 0) {
         co_return false;
-    }
-    if (error) {
-        throw boost::system::system_error(error);
     }
     BIO_nwrite(m_network.get(), &space, static_cast<int>(count));
     co_return true;
@@ -145,10 +140,8 @@ asio::awaitable<void> TlsChannel::Flush() {
         if (ready <= 0) {
             co_return;
         }
-        m_onProgress();
-        const std::size_t count = co_await m_socket.async_write_some(
-            asio::buffer(bytes, static_cast<std::size_t>(ready)), asio::use_awaitable);
-        BIO_nread(m_network.get(), &bytes, static_cast<int>(count));
+        co_await SendAll(m_socket, std::string_view(bytes, static_cast<std::size_t>(ready)), false, m_beforeWait);
+        BIO_nread(m_network.get(), &bytes, ready);
     }
 }
 

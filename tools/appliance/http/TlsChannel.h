@@ -16,8 +16,8 @@ namespace appliance {
 
 class TlsChannel {
 public:
-    // `onProgress` is called before each wait for the socket.
-    TlsChannel(boost::asio::ip::tcp::socket& socket, SSL_CTX* context, std::function<void()> onProgress);
+    // `beforeWait` is called before each wait for the socket.
+    TlsChannel(boost::asio::ip::tcp::socket& socket, SSL_CTX* context, std::function<void()> beforeWait);
 
     [[nodiscard]] boost::asio::awaitable<void> Handshake();
     // At least one byte, or 0 at the end of the stream (announced or not).
@@ -41,7 +41,7 @@ private:
     [[noreturn]] void Fail();
 
     boost::asio::ip::tcp::socket& m_socket;
-    std::function<void()> m_onProgress;
+    std::function<void()> m_beforeWait;
     std::unique_ptr<SSL, SslDeleter> m_ssl;
     std::unique_ptr<BIO, BioDeleter> m_network;  // our end of the pair whose other end belongs to m_ssl
     int m_lastError = SSL_ERROR_NONE;

@@ -1,12 +1,12 @@
 #include "http/Transport.h"
 
-#include <sys/sendfile.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 
 #include "Pch.h"
+#include "http/SocketIo.h"
 
 namespace appliance {
 
@@ -17,25 +17,23 @@ using boost::system::system_error;
 namespace {
 
 constexpr std::size_t CopyBuffer = 256 * 1024;
-constexpr std::uint64_t LargestSendFile = 1U << 30;
 
 [[noreturn]] void ThrowErrno(int code) {
     throw system_error(error_code(code, boost::system::system_category()));
 }
 
-bool WouldBlock(int code) {
-    return code == EAGAIN || code == EWOULDBLOCK;
-}
-
 }  // namespace
 
 Transport::Transport(asio::ip::tcp::socket socket, SSL_CTX* tls, std::chrono::seconds idle)
-    : m_socket(std::move(socket)), m_watch(m_socket.get_executor()), m_idle(idle) {
+    : m_socket(std::move(socket)),
+      m_watch(m_socket.get_executor()),
+      m_idle(idle),
+      m_beforeWait([this] { ExpectProgress(); }) {
     error_code ignored;
     m_socket.set_option(asio::ip::tcp::no_delay(true), ignored);
     m_socket.native_non_blocking(true);
     if (tls != nullptr) {
-        m_tls = std::make_unique<TlsChannel>(m_socket, tls, [this] { ExpectProgress(); });
+        m_tls = std::make_unique<TlsChannel>(m_socket, tls, m_beforeWait);
     }
 }
 
@@ -64,21 +62,15 @@ asio::awaitable<std::size_t> Transport::ReceiveSome(char* data, std::size_t size
         const std::size_t decrypted = co_await m_tls->ReadSome(data, size);
         co_return decrypted;
     }
-    ExpectProgress();
-    error_code error;
-    const std::size_t count =
-        co_await m_socket.async_read_some(asio::buffer(data, size), asio::redirect_error(asio::use_awaitable, error));
-    if (error && error != asio::error::eof) {
-        throw system_error(error);
-    }
-    co_return count;
+    const std::size_t received = co_await Receive(m_socket, data, size, m_beforeWait);
+    co_return received;
 }
 
 asio::awaitable<void> Transport::Write(std::string_view data, bool more) {
     while (!data.empty()) {
         const std::size_t allowed = m_writing.Allowance(data.size());
         if (allowed > 0) {
-            co_await SendAll(data.substr(0, allowed), more && !m_writing.IsActive());
+            co_await Send(data.substr(0, allowed), more && !m_writing.IsActive());
             m_writing.Moved(allowed);
             m_sent += allowed;
             data.remove_prefix(allowed);
@@ -89,22 +81,11 @@ asio::awaitable<void> Transport::Write(std::string_view data, bool more) {
     }
 }
 
-asio::awaitable<void> Transport::SendAll(std::string_view data, bool more) {
+asio::awaitable<void> Transport::Send(std::string_view data, bool more) {
     if (m_tls) {
         co_await m_tls->Write(data);
-        co_return;
-    }
-    while (!data.empty()) {
-        const ssize_t count =
-            ::send(m_socket.native_handle(), data.data(), data.size(), MSG_NOSIGNAL | (more ? MSG_MORE : 0));
-        if (count >= 0) {
-            data.remove_prefix(static_cast<std::size_t>(count));
-        } else if (WouldBlock(errno)) {
-            ExpectProgress();
-            co_await m_socket.async_wait(asio::ip::tcp::socket::wait_write, asio::use_awaitable);
-        } else if (errno != EINTR) {
-            ThrowErrno(errno);
-        }
+    } else {
+        co_await SendAll(m_socket, data, more, m_beforeWait);
     }
 }
 
@@ -112,26 +93,8 @@ asio::awaitable<void> Transport::SendFile(int file, std::uint64_t offset, std::u
     if (m_tls || m_writing.IsActive()) {
         co_await CopyFile(file, offset, length);
     } else {
-        co_await SendFileInKernel(file, offset, length);
-    }
-}
-
-asio::awaitable<void> Transport::SendFileInKernel(int file, std::uint64_t offset, std::uint64_t length) {
-    auto position = static_cast<off_t>(offset);
-    while (length > 0) {
-        const auto wanted = static_cast<std::size_t>(std::min(length, LargestSendFile));
-        const ssize_t count = ::sendfile(m_socket.native_handle(), file, &position, wanted);
-        if (count > 0) {
-            length -= static_cast<std::uint64_t>(count);
-            m_sent += static_cast<std::uint64_t>(count);
-        } else if (count == 0) {
-            ThrowErrno(EIO);  // The file is shorter than what was announced; the peer must not take it for whole.
-        } else if (WouldBlock(errno)) {
-            ExpectProgress();
-            co_await m_socket.async_wait(asio::ip::tcp::socket::wait_write, asio::use_awaitable);
-        } else if (errno != EINTR) {
-            ThrowErrno(errno);
-        }
+        co_await SendFilePart(m_socket, file, offset, length, m_beforeWait);
+        m_sent += length;
     }
 }
 
@@ -159,12 +122,10 @@ asio::awaitable<void> Transport::Linger() {
     }
     m_socket.shutdown(asio::ip::tcp::socket::shutdown_send);
     const auto buffer = std::make_unique_for_overwrite<char[]>(CopyBuffer);
-    error_code error;
-    while (!error) {
-        ExpectProgress();
-        co_await m_socket.async_read_some(asio::buffer(buffer.get(), CopyBuffer),
-                                          asio::redirect_error(asio::use_awaitable, error));
-    }
+    std::size_t dropped = 0;
+    do {
+        dropped = co_await Receive(m_socket, buffer.get(), CopyBuffer, m_beforeWait);
+    } while (dropped > 0);
 }
 
 asio::awaitable<void> Transport::Pause(std::chrono::milliseconds time) {

@@ -13,6 +13,7 @@
 #include <boost/asio/steady_timer.hpp>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string_view>
 
@@ -69,8 +70,7 @@ public:
 
 private:
     [[nodiscard]] boost::asio::awaitable<std::size_t> ReceiveSome(char* data, std::size_t size);
-    [[nodiscard]] boost::asio::awaitable<void> SendAll(std::string_view data, bool more);
-    [[nodiscard]] boost::asio::awaitable<void> SendFileInKernel(int file, std::uint64_t offset, std::uint64_t length);
+    [[nodiscard]] boost::asio::awaitable<void> Send(std::string_view data, bool more);
     [[nodiscard]] boost::asio::awaitable<void> CopyFile(int file, std::uint64_t offset, std::uint64_t length);
     [[nodiscard]] boost::asio::awaitable<void> Stop(StopPoint stop);
     void ExpectProgress();
@@ -80,6 +80,7 @@ private:
     std::unique_ptr<TlsChannel> m_tls;
     boost::asio::steady_timer m_watch;
     std::chrono::seconds m_idle;
+    std::function<void()> m_beforeWait;
     Clock::time_point m_deadline = Clock::time_point::max();
     Clock::time_point m_limit = Clock::time_point::max();
     bool m_expired = false;
