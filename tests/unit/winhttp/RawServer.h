@@ -1,0 +1,116 @@
+// A server whose every byte and every close is written out by the test.
+//
+// Listens on a free loopback port. Each connection gets a thread of its own that runs the script with it; the
+// connection is closed when the script returns. The destructor ends all of them: what a script waits for then comes to
+// its end.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "unit/winhttp/TlsIdentity.h"
+
+struct ssl_st;
+
+namespace quillmark::test {
+
+// One accepted connection.
+class Peer {
+public:
+    // Takes the descriptor; with an identity the connection is secure from the first byte.
+    Peer(int descriptor, int number, const TlsIdentity* identity);
+    ~Peer();
+    Peer(const Peer&) = delete;
+    Peer& operator=(const Peer&) = delete;
+
+    // The connections of a server are numbered from 0.
+    [[nodiscard]] int Number() const { return number_; }
+
+    // A request's head with its blank line; what is there when the connection ends first.
+    [[nodiscard]] std::string ReadHead() { return ReadThrough("\r\n\r\n"); }
+
+    // Bytes up to and with that text.
+    [[nodiscard]] std::string ReadThrough(std::string_view text);
+
+    // So many bytes, fewer when the connection ends first.
+    [[nodiscard]] std::string Read(std::size_t count);
+
+    // Everything until the other side closes.
+    std::string ReadToEnd();
+
+    // False when the other side is gone.
+    bool Send(std::string_view bytes);
+
+    // Ends the connection with a reset.
+    void Reset();
+
+    // Ends every wait of the script, from another thread.
+    void Abort();
+
+private:
+    // One read of what is there; 0 at the end.
+    std::size_t Receive(char* buffer, std::size_t size);
+    bool Fill();
+
+    const int descriptor_;
+    const int number_;
+    ssl_st* tls_ = nullptr;
+    std::string buffered_;
+    bool dead_ = false;
+};
+
+class RawServer {
+public:
+    using Script = std::function<void(Peer&)>;
+
+    explicit RawServer(Script script, const TlsIdentity* identity = nullptr);
+    ~RawServer();
+    RawServer(const RawServer&) = delete;
+    RawServer& operator=(const RawServer&) = delete;
+
+    [[nodiscard]] std::uint16_t Port() const { return port_; }
+
+    // How many connections were accepted so far.
+    [[nodiscard]] int Connections() const { return connections_; }
+
+private:
+    void Accept();
+
+    const Script script_;
+    const TlsIdentity* const identity_;
+    std::uint16_t port_ = 0;
+    int listener_;
+    std::atomic<int> connections_{0};
+    std::mutex mutex_;
+    bool stopping_ = false;
+    std::vector<Peer*> peers_;
+    std::vector<std::thread> threads_;
+    std::thread acceptor_;
+};
+
+// A listener that takes no connection: its queue is full, so that connecting to it neither succeeds nor fails.
+class BlackHole {
+public:
+    BlackHole();
+    ~BlackHole();
+    BlackHole(const BlackHole&) = delete;
+    BlackHole& operator=(const BlackHole&) = delete;
+
+    [[nodiscard]] std::uint16_t Port() const { return port_; }
+
+private:
+    std::uint16_t port_ = 0;
+    int listener_;
+    std::vector<int> fillers_;
+};
+
+// A port on which nothing listens.
+[[nodiscard]] std::uint16_t UnusedPort();
+
+}  // namespace quillmark::test
