@@ -198,7 +198,8 @@ DWORD WinHttpRequest::StreamRange(const FilePart& part, LocalFile& file, std::ui
     if (const DWORD error = SizeForUpload(file, sizeNow)) {
         return error;
     }
-    return sizeNow > fileSize ? HasGrown(part.localPath) : 0;
+    // part.length is the size that the file had when this call began.
+    return sizeNow > part.length ? HasGrown(part.localPath) : 0;
 }
 
 }  // namespace quillmark
