@@ -1,5 +1,3 @@
-#include "quillmark/platform/Crypto.h"
-
 #include <gtest/gtest.h>
 
 #include <mutex>
@@ -9,8 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "quillmark/platform/Errors.h"
-#include "quillmark/platform/Handles.h"
+#include "unit/platform/WideText.h"
 
 namespace {
 
@@ -23,33 +20,33 @@ std::vector<BYTE> Bytes(std::size_t count) {
     return bytes;
 }
 
-const std::u16string kFirst48 = u"AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8gISIjJCUmJygpKissLS4v";
+const WideText kFirst48 = QM_W("AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8gISIjJCUmJygpKissLS4v");
 
-std::u16string Base64(const std::vector<BYTE>& bytes, DWORD flags) {
+WideText Base64(const std::vector<BYTE>& bytes, DWORD flags) {
     DWORD size = 0;
     EXPECT_TRUE(CryptBinaryToStringW(bytes.data(), static_cast<DWORD>(bytes.size()), flags, nullptr, &size));
-    std::u16string text(size, u'#');
+    WideText text(size, QM_W('#'));
     const DWORD queried = size;
     EXPECT_TRUE(CryptBinaryToStringW(bytes.data(), static_cast<DWORD>(bytes.size()), flags, text.data(), &size));
     EXPECT_EQ(size, queried - 1);
-    EXPECT_EQ(text.back(), u'\0');
+    EXPECT_EQ(text.back(), QM_W('\0'));
     text.pop_back();
     return text;
 }
 
 TEST(CryptoBase64Test, PadsToFourCharacters) {
-    EXPECT_EQ(Base64({'M'}, kOneLine), u"TQ==");
-    EXPECT_EQ(Base64({'M', 'a'}, kOneLine), u"TWE=");
-    EXPECT_EQ(Base64({'M', 'a', 'n'}, kOneLine), u"TWFu");
-    EXPECT_EQ(Base64({0xFB, 0xFF, 0xBF}, kOneLine), u"+/+/");
+    EXPECT_EQ(Base64({'M'}, kOneLine), QM_W("TQ=="));
+    EXPECT_EQ(Base64({'M', 'a'}, kOneLine), QM_W("TWE="));
+    EXPECT_EQ(Base64({'M', 'a', 'n'}, kOneLine), QM_W("TWFu"));
+    EXPECT_EQ(Base64({0xFB, 0xFF, 0xBF}, kOneLine), QM_W("+/+/"));
 }
 
 TEST(CryptoBase64Test, EndsEachLineOf64CharactersWithALineBreak) {
-    EXPECT_EQ(Base64(Bytes(3), CRYPT_STRING_BASE64), u"AAEC\r\n");
-    EXPECT_EQ(Base64(Bytes(48), CRYPT_STRING_BASE64), kFirst48 + u"\r\n");
-    EXPECT_EQ(Base64(Bytes(49), CRYPT_STRING_BASE64), kFirst48 + u"\r\nMA==\r\n");
-    EXPECT_EQ(Base64(Bytes(49), CRYPT_STRING_BASE64 | CRYPT_STRING_NOCR), kFirst48 + u"\nMA==\n");
-    EXPECT_EQ(Base64(Bytes(49), kOneLine), kFirst48 + u"MA==");
+    EXPECT_EQ(Base64(Bytes(3), CRYPT_STRING_BASE64), QM_W("AAEC\r\n"));
+    EXPECT_EQ(Base64(Bytes(48), CRYPT_STRING_BASE64), kFirst48 + QM_W("\r\n"));
+    EXPECT_EQ(Base64(Bytes(49), CRYPT_STRING_BASE64), kFirst48 + QM_W("\r\nMA==\r\n"));
+    EXPECT_EQ(Base64(Bytes(49), CRYPT_STRING_BASE64 | CRYPT_STRING_NOCR), kFirst48 + QM_W("\nMA==\n"));
+    EXPECT_EQ(Base64(Bytes(49), kOneLine), kFirst48 + QM_W("MA=="));
 }
 
 TEST(CryptoBase64Test, ASmallBufferIsMoreDataAndTellsTheSizeNeeded) {
@@ -62,7 +59,7 @@ TEST(CryptoBase64Test, ASmallBufferIsMoreDataAndTellsTheSizeNeeded) {
     EXPECT_EQ(size, 7u);
     EXPECT_TRUE(CryptBinaryToStringW(bytes.data(), 3, CRYPT_STRING_BASE64, text, &size));
     EXPECT_EQ(size, 6u);
-    EXPECT_EQ(std::u16string(text), u"AAEC\r\n");
+    EXPECT_EQ(WideText(text), QM_W("AAEC\r\n"));
 }
 
 TEST(CryptoBase64Test, RefusesBadArguments) {
@@ -90,11 +87,11 @@ TEST(CryptoBase64Test, RefusesATextThatWouldNotFitIntoTheCount) {
 }
 
 constexpr GUID kSample = {0x0F8FAD5B, 0xD9CB, 0x469F, {0xA1, 0x65, 0x70, 0x86, 0x77, 0x28, 0x95, 0x0E}};
-const WCHAR* const kSampleText = u"{0F8FAD5B-D9CB-469F-A165-70867728950E}";
+const WCHAR* const kSampleText = QM_W("{0F8FAD5B-D9CB-469F-A165-70867728950E}");
 
 TEST(CryptoGuidTest, CreatesDifferentRandomGuidsOnManyThreads) {
     std::mutex lock;
-    std::set<std::u16string> all;
+    std::set<WideText> all;
     std::vector<std::thread> threads;
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&] {
@@ -104,8 +101,8 @@ TEST(CryptoGuidTest, CreatesDifferentRandomGuidsOnManyThreads) {
                 ASSERT_EQ(CoCreateGuid(&guid), 0);
                 ASSERT_EQ(StringFromGUID2(guid, text, 39), 39);
                 // Version 4, variant 10xx.
-                ASSERT_EQ(text[15], u'4');
-                ASSERT_NE(std::u16string(u"89AB").find(text[20]), std::u16string::npos);
+                ASSERT_EQ(text[15], QM_W('4'));
+                ASSERT_NE(WideText(QM_W("89AB")).find(text[20]), WideText::npos);
                 const std::lock_guard guard(lock);
                 all.insert(text);
             }
@@ -123,17 +120,17 @@ TEST(CryptoGuidTest, CreationRefusesNull) {
 
 TEST(CryptoGuidTest, PrintsInBracesWithUpperCaseDigits) {
     WCHAR text[40];
-    text[39] = u'#';
+    text[39] = QM_W('#');
     EXPECT_EQ(StringFromGUID2(kSample, text, 40), 39);
-    EXPECT_EQ(std::u16string(text), kSampleText);
-    EXPECT_EQ(text[39], u'#');
+    EXPECT_EQ(WideText(text), kSampleText);
+    EXPECT_EQ(text[39], QM_W('#'));
 }
 
 TEST(CryptoGuidTest, DoesNotPrintIntoASmallBuffer) {
     WCHAR text[39];
-    text[0] = u'#';
+    text[0] = QM_W('#');
     EXPECT_EQ(StringFromGUID2(kSample, text, 38), 0);
-    EXPECT_EQ(text[0], u'#');
+    EXPECT_EQ(text[0], QM_W('#'));
     EXPECT_EQ(StringFromGUID2(kSample, text, 39), 39);
 }
 
@@ -141,7 +138,7 @@ TEST(CryptoGuidTest, ReadsWhatItPrintsInEitherCase) {
     CLSID guid{};
     EXPECT_EQ(CLSIDFromString(kSampleText, &guid), 0);
     EXPECT_TRUE(guid == kSample);
-    EXPECT_EQ(IIDFromString(u"{0f8fad5b-d9cb-469f-a165-70867728950e}", &guid), 0);
+    EXPECT_EQ(IIDFromString(QM_W("{0f8fad5b-d9cb-469f-a165-70867728950e}"), &guid), 0);
     EXPECT_TRUE(guid == kSample);
 }
 
@@ -152,16 +149,16 @@ TEST(CryptoGuidTest, ReadsANullTextAsTheGuidOfZeros) {
 }
 
 TEST(CryptoGuidTest, RefusesTextsInAnotherForm) {
-    const std::u16string texts[] = {
-        u"",
-        u"0F8FAD5B-D9CB-469F-A165-70867728950E",
-        u"{0F8FAD5B-D9CB-469F-A165-70867728950E",
-        u"{0F8FAD5B-D9CB-469F-A165-70867728950E}}",
-        u"{0F8FAD5BD9CB-469F-A165-70867728950E0-}",
-        u"{0G8FAD5B-D9CB-469F-A165-70867728950E}",
-        u"Some.Class",
+    const WideText texts[] = {
+        QM_W(""),
+        QM_W("0F8FAD5B-D9CB-469F-A165-70867728950E"),
+        QM_W("{0F8FAD5B-D9CB-469F-A165-70867728950E"),
+        QM_W("{0F8FAD5B-D9CB-469F-A165-70867728950E}}"),
+        QM_W("{0F8FAD5BD9CB-469F-A165-70867728950E0-}"),
+        QM_W("{0G8FAD5B-D9CB-469F-A165-70867728950E}"),
+        QM_W("Some.Class"),
     };
-    for (const std::u16string& text : texts) {
+    for (const WideText& text : texts) {
         CLSID guid = kSample;
         EXPECT_EQ(CLSIDFromString(text.c_str(), &guid), static_cast<HRESULT>(0x800401F3));
         EXPECT_TRUE(guid == GUID{});

@@ -1,5 +1,3 @@
-#include "quillmark/platform/Events.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -7,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-#include "quillmark/platform/Handles.h"
+#include "quillmark/Platform.h"
 
 namespace {
 

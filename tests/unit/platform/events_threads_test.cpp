@@ -4,8 +4,7 @@
 #include <chrono>
 #include <vector>
 
-#include "quillmark/platform/Events.h"
-#include "quillmark/platform/Handles.h"
+#include "quillmark/Platform.h"
 
 namespace {
 

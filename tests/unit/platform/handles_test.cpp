@@ -1,10 +1,8 @@
-#include "quillmark/platform/Handles.h"
-
 #include <gtest/gtest.h>
 
 #include <thread>
 
-#include "quillmark/platform/Errors.h"
+#include "quillmark/Platform.h"
 
 namespace {
 

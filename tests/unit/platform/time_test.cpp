@@ -1,11 +1,8 @@
-#include "quillmark/platform/Time.h"
-
 #include <gtest/gtest.h>
 
 #include <ctime>
 
-#include "quillmark/platform/Errors.h"
-#include "quillmark/platform/Handles.h"
+#include "quillmark/Platform.h"
 
 namespace {
 

@@ -1,3 +1,4 @@
+// COM and the zone manager of this system, seen through what they show to tests alone.
 #include "quillmark/platform/Com.h"
 
 #include <gtest/gtest.h>

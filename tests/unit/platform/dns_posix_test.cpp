@@ -1,3 +1,4 @@
+// The rules of this system by which look-ups are answered without a name server.
 #include "quillmark/platform/Dns.h"
 
 #include <gtest/gtest.h>
