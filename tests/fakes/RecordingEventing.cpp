@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdarg>
 #include <mutex>
@@ -15,6 +16,7 @@ struct Recorder {
     std::mutex lock;
     std::condition_variable added;
     std::vector<quillmark::fakes::LogRecord> records;
+    std::function<void(const quillmark::fakes::LogRecord&)> observer;
     std::atomic<int> highestLevel{0};
     bool inUse = false;
 };
@@ -28,14 +30,20 @@ Recorder& TheRecorder() {
 void Add(std::uint64_t context, const EventDescriptor& descriptor, const char* source, std::uint32_t line,
          const char* function, std::string text) {
     Recorder& recorder = TheRecorder();
+    quillmark::fakes::LogRecord record{context, descriptor, source, line, function, std::move(text)};
+    std::function<void(const quillmark::fakes::LogRecord&)> observer;
     {
         const std::scoped_lock guard(recorder.lock);
         if (!recorder.inUse) {
             return;
         }
-        recorder.records.push_back({context, descriptor, source, line, function, std::move(text)});
+        recorder.records.push_back(record);
+        observer = recorder.observer;
     }
     recorder.added.notify_all();
+    if (observer) {
+        observer(record);
+    }
 }
 
 template <typename Predicate>
@@ -90,6 +98,7 @@ RecordedLog::~RecordedLog() {
     Recorder& recorder = TheRecorder();
     const std::scoped_lock guard(recorder.lock);
     recorder.highestLevel = 0;
+    recorder.observer = nullptr;
     recorder.inUse = false;
 }
 
@@ -101,6 +110,12 @@ void RecordedLog::Clear() {
     Recorder& recorder = TheRecorder();
     const std::scoped_lock guard(recorder.lock);
     recorder.records.clear();
+}
+
+void RecordedLog::OnRecord(std::function<void(const LogRecord&)> observer) {
+    Recorder& recorder = TheRecorder();
+    const std::scoped_lock guard(recorder.lock);
+    recorder.observer = std::move(observer);
 }
 
 std::vector<LogRecord> RecordedLog::Records() const {

@@ -12,8 +12,8 @@
 // Scope records have an empty text.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,6 +42,9 @@ public:
     void SetHighestLevel(int level);
     // Forgets the records so far.
     void Clear();
+    // Called with each record from now on, on the thread that logs it and inside its call: for what has to happen at
+    // just that moment. Must not log. Null for none.
+    void OnRecord(std::function<void(const LogRecord&)> observer);
 
     [[nodiscard]] std::vector<LogRecord> Records() const;
     // The texts of the records of one event, in order.

@@ -1,0 +1,108 @@
+// What the trigger does at moments that only this system lets a test bring about.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+
+#include <atomic>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "common/EventMultiTrigger.h"
+#include "common/Format.h"
+#include "common/Log.h"
+#include "common/Tasks.h"
+#include "fakes/RecordingEventing.h"
+
+namespace quillmark {
+namespace {
+
+using fakes::LogRecord;
+using fakes::RecordedLog;
+
+void AwaitBlockedOnALock(DWORD threadId) {
+    const std::string path = "/proc/self/task/" + std::to_string(threadId) + "/syscall";
+    for (std::string number; number != std::to_string(SYS_futex);) {
+        std::ifstream(path) >> number;
+        std::this_thread::yield();
+    }
+}
+
+// While one lives, the process can open no further descriptor and so make no event and no thread.
+class NoDescriptors {
+public:
+    NoDescriptors() {
+        ::getrlimit(RLIMIT_NOFILE, &m_before);
+        rlimit none = m_before;
+        none.rlim_cur = 0;
+        ::setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
+    NoDescriptors(const NoDescriptors&) = delete;
+    NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+private:
+    rlimit m_before{};
+};
+
+TEST(EventMultiTriggerPosixTest, RunsNothingWhenTheTriggerIsRemovedAtTheMomentItsEventIsSet) {
+    const OwnedHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const OwnedHandle first(::CreateEventW(nullptr, TRUE, TRUE, nullptr));
+    const std::string number = Format("%x]", HandleNumber(event.Get()));
+    std::atomic<DWORD> triggerThread = 0;
+    std::atomic<int> runs = 0;
+    RecordedLog log;
+    EventMultiTrigger trigger;
+    ASSERT_TRUE(trigger.AddTrigger(first.Get(), [&] {
+        triggerThread = ::GetCurrentThreadId();
+        ::ResetEvent(first.Get());
+    }));
+    ASSERT_TRUE(log.WaitFor(101, Format("Running trigger associated with event [0x%x]", HandleNumber(first.Get()))));
+    ASSERT_TRUE(trigger.AddTrigger(event.Get(), [&] { ++runs; }));
+    ASSERT_TRUE(log.WaitFor(101, "Pushing [0x" + number));
+
+    // The removal holds the trigger's lock while it logs: the entry is gone, the thread not yet told. The event is set
+    // then, and the thread has left its wait when it stands before the lock.
+    log.OnRecord([&](const LogRecord& record) {
+        if (record.function == "EventMultiTrigger::RemoveTrigger") {
+            ::SetEvent(event.Get());
+            AwaitBlockedOnALock(triggerThread);
+        }
+    });
+    trigger.RemoveTrigger(event.Get());
+    EXPECT_TRUE(log.WaitFor(101, "No trigger found associated with event [0x" + number));
+    EXPECT_EQ(runs, 0);
+}
+
+TEST(EventMultiTriggerPosixTest, RefusesTriggersWhenTheSystemHasNoEventsLeft) {
+    const OwnedHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    const RecordedLog log;
+    std::unique_ptr<EventMultiTrigger> trigger;
+    {
+        const NoDescriptors none;
+        trigger = std::make_unique<EventMultiTrigger>();
+    }
+    EXPECT_FALSE(trigger->AddTrigger(event.Get(), [] {}));
+    trigger->RemoveTrigger(event.Get());
+    EXPECT_TRUE(log.Has(103, "EventMutliTrigger", "EventMultiTrigger::EventMultiTrigger",
+                        "Failed to start the trigger thread, error = [1450]"));
+}
+
+TEST(TasksPosixTest, GivesNoHandleWhenNoThreadCanBeStarted) {
+    auto held = std::make_shared<int>(0);
+    const std::weak_ptr<int> watched = held;
+    bool ran = false;
+    HANDLE handle = nullptr;
+    {
+        const NoDescriptors none;
+        handle = w32utils::StartTaskInternal([&ran, captured = std::move(held)] { ran = true; }, "caller");
+    }
+    EXPECT_EQ(handle, nullptr);
+    EXPECT_EQ(::GetLastError(), ERROR_NO_SYSTEM_RESOURCES);
+    EXPECT_FALSE(ran);
+    EXPECT_TRUE(watched.expired());
+}
+
+}  // namespace
+}  // namespace quillmark
