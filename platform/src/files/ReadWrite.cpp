@@ -70,6 +70,9 @@ DWORD ReadStream(FileObject& file, BYTE* buffer, DWORD wanted, DWORD& got) {
 }
 
 DWORD WritePositioned(FileObject& file, const BYTE* buffer, DWORD wanted, DWORD& written) {
+    if (wanted > kLargestOffset - file.position) {
+        return ERROR_FILE_TOO_LARGE;
+    }
     while (written < wanted) {
         const ssize_t count = Uninterrupted(
             [&] { return ::pwrite(file.RawDescriptor(), buffer + written, wanted - written, file.position); });
