@@ -22,13 +22,16 @@ constexpr Logger DictionaryLog("CNativeHttp::ProcessJSONDictionary", LogSource::
 // What a name may not hold, as a terminated text. The first unit is the terminator, on purpose: the set is empty and
 // every name is accepted, ':' and '*' included, because the server decides what its items are called. The units behind
 // it document what was considered for refusal; no search reaches them.
+// clang-format off
 constexpr WideChar RejectedInNames[] = {
-    0x0000,                                                                                           // ends the set
-    0x0001,    0x0002,    0x0003,    0x0004,    0x0005,    0x0006,    0x0007,    0x0008,     0x0009,  //
-    0x0010,    0x0011,    0x0012,    0x0013,    0x0014,    0x0015,    0x0016,    0x0017,     0x0018,    0x0019,  //
-    0x0020,    0x0021,    0x0022,    0x0023,    0x0024,    0x0025,    0x0026,    0x0027,     0x0028,    0x0029,  //
-    0x0030,    0x0031,                                                                                           //
-    QM_W('"'), QM_W('*'), QM_W('/'), QM_W(':'), QM_W('<'), QM_W('>'), QM_W('?'), QM_W('\\'), QM_W('|'), 0x0000};
+    0x0000,
+    0x0001, 0x0002, 0x0003, 0x0004, 0x0005, 0x0006, 0x0007, 0x0008, 0x0009,
+    0x0010, 0x0011, 0x0012, 0x0013, 0x0014, 0x0015, 0x0016, 0x0017, 0x0018, 0x0019,
+    0x0020, 0x0021, 0x0022, 0x0023, 0x0024, 0x0025, 0x0026, 0x0027, 0x0028, 0x0029,
+    0x0030, 0x0031,
+    QM_W('"'), QM_W('*'), QM_W('/'), QM_W(':'), QM_W('<'), QM_W('>'), QM_W('?'), QM_W('\\'), QM_W('|'),
+    0x0000};
+// clang-format on
 
 bool HoldsRejectedUnit(const WideString& name) {
     return name.view().find_first_of(WideView(RejectedInNames)) != WideView::npos;

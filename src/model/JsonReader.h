@@ -1,7 +1,7 @@
 // Parsing a reply into the JSON library's values. For this folder only.
 //
-// The parser is strict as far as the library's strict mode goes: text after the root, keys given twice, leading zeros, a
-// sign without digits and comments in some places pass; a lone surrogate, a byte-order mark and a number beyond the
+// The parser is strict as far as the library's strict mode goes: text after the root, keys given twice, leading zeros,
+// a sign without digits and comments in some places pass; a lone surrogate, a byte-order mark and a number beyond the
 // range of double do not. What it accepts is accepted.
 #pragma once
 

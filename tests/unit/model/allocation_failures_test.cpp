@@ -22,16 +22,23 @@ std::atomic<long> allocationsLeft = -1;
 std::atomic<bool> failOnlyOnce = false;
 std::atomic<long> liveAllocations = 0;
 
-void* Allocate(std::size_t size) {
+void* AllocateOrNull(std::size_t size) noexcept {
     if (allocationsLeft >= 0 && allocationsLeft-- == 0) {
         allocationsLeft = failOnlyOnce ? -1 : 0;
-        throw std::bad_alloc();
+        return nullptr;
     }
     void* block = std::malloc(size == 0 ? 1 : size);
+    if (block != nullptr) {
+        ++liveAllocations;
+    }
+    return block;
+}
+
+void* Allocate(std::size_t size) {
+    void* block = AllocateOrNull(size);
     if (block == nullptr) {
         throw std::bad_alloc();
     }
-    ++liveAllocations;
     return block;
 }
 
@@ -50,10 +57,22 @@ void* operator new(std::size_t size) {
 void* operator new[](std::size_t size) {
     return Allocate(size);
 }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return AllocateOrNull(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return AllocateOrNull(size);
+}
 void operator delete(void* block) noexcept {
     Deallocate(block);
 }
 void operator delete[](void* block) noexcept {
+    Deallocate(block);
+}
+void operator delete(void* block, const std::nothrow_t&) noexcept {
+    Deallocate(block);
+}
+void operator delete[](void* block, const std::nothrow_t&) noexcept {
     Deallocate(block);
 }
 void operator delete(void* block, std::size_t) noexcept {
