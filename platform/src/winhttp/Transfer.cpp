@@ -35,7 +35,8 @@ Transfer::Transfer(Session& session, CancelSignal& cancel, const Settings& setti
 }
 
 Transfer::~Transfer() {
-    if (HasHead() && !ended_ && failure_ == ERROR_SUCCESS && !cancel_.IsSet()) {
+    // Closing the handle sets the cancel signal as well; what it met in a blocked call is in failure_.
+    if (HasHead() && !ended_ && failure_ == ERROR_SUCCESS) {
         DrainWithoutWaiting();
     }
     cancel_.Watch(nullptr);
@@ -69,6 +70,9 @@ DWORD Transfer::AwaitHead() {
     awaitingHead_ = true;
     const DWORD code = PumpUntil([this] { return HasHead(); });
     awaitingHead_ = false;
+    if (payWithHead_) {
+        Drive();
+    }
     return code;
 }
 
