@@ -4,6 +4,7 @@
 #include "client/NativeHttp.h"
 #include "client/Steps.h"
 #include "common/UrlEncode.h"
+#include "common/WellFormed.h"
 
 namespace quillmark {
 namespace {

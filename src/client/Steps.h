@@ -15,9 +15,6 @@ inline constexpr DWORD HttpStatusDenied = 401;
 // Whether the caller's cancel event is set now; a null event never is.
 [[nodiscard]] bool IsSet(HANDLE cancelEvent);
 
-// Whether every surrogate has its partner, so that the text has a UTF-8 form that leads back to it.
-[[nodiscard]] bool IsWellFormed(WideView text) noexcept;
-
 // The two halves of a server path: what stands before its last '/' and what stands behind it. A path without '/' is
 // both.
 [[nodiscard]] WideString ParentPath(const WideString& serverPath);

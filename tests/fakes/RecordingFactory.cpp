@@ -179,7 +179,7 @@ private:
         const DWORD error =
             Call(function, Text(localPath) + ", " + std::to_string(offset) + ", " + Sink(progress, progressContext) +
                                (reportProgress ? ", report" : ", silent"));
-        return error == 0 && m_reply.status != 200 ? 20000 + m_reply.status : error;
+        return error == 0 && m_reply.status != 200 && !m_state->LenientDownloads() ? 20000 + m_reply.status : error;
     }
 
     DWORD IntoMemory(const std::string& function, ResponseBuffer& response) {
@@ -216,6 +216,21 @@ ScriptedReply RecordingFactory::State::TakeReply() {
     ScriptedReply reply = std::move(m_replies.front());
     m_replies.pop_front();
     return reply;
+}
+
+void RecordingFactory::State::DropReplies() {
+    const std::scoped_lock guard(m_stateLock);
+    m_replies.clear();
+}
+
+void RecordingFactory::State::SetLenientDownloads(bool lenient) {
+    const std::scoped_lock guard(m_stateLock);
+    m_lenientDownloads = lenient;
+}
+
+bool RecordingFactory::State::LenientDownloads() const {
+    const std::scoped_lock guard(m_stateLock);
+    return m_lenientDownloads;
 }
 
 void RecordingFactory::State::SetLengths(const ScriptedLengths& lengths) {

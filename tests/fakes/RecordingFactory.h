@@ -59,6 +59,9 @@ public:
 
         void AddReply(ScriptedReply reply);
         [[nodiscard]] ScriptedReply TakeReply();
+        void DropReplies();
+        void SetLenientDownloads(bool lenient);
+        [[nodiscard]] bool LenientDownloads() const;
         void SetLengths(const ScriptedLengths& lengths);
         [[nodiscard]] ScriptedLengths Lengths() const;
         [[nodiscard]] int NextNumber(char kind);
@@ -67,6 +70,7 @@ public:
         mutable std::mutex m_stateLock;
         std::deque<ScriptedReply> m_replies;
         ScriptedLengths m_lengths;
+        bool m_lenientDownloads = false;
         std::map<char, int> m_numbers;
     };
 
@@ -78,7 +82,11 @@ public:
     // In the order in which requests are made.
     void Reply(DWORD status) { m_state->AddReply({status, std::nullopt}); }
     void Reply(DWORD status, std::string body) { m_state->AddReply({status, std::move(body)}); }
+    // Forgets the replies that no request has taken.
+    void DropReplies() { m_state->DropReplies(); }
     void SetLengths(const ScriptedLengths& lengths) { m_state->SetLengths(lengths); }
+    // A download gives 0 whatever its status, as another transport might.
+    void SetLenientDownloads(bool lenient) { m_state->SetLenientDownloads(lenient); }
 
     // As at CallRecorder. A create function that fails returns null.
     void Fail(const std::string& function, DWORD error, int nth = 1) { m_state->Fail(function, error, nth); }

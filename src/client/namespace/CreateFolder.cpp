@@ -1,6 +1,7 @@
 #include "client/Boundary.h"
 #include "client/NativeHttp.h"
 #include "client/Steps.h"
+#include "common/WellFormed.h"
 
 namespace quillmark {
 namespace {
