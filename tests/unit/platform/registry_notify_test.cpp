@@ -1,0 +1,189 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <string>
+#include <thread>
+
+#include "handles/HandleTable.h"
+#include "quillmark/platform/Events.h"
+#include "unit/platform/BlockedThread.h"
+#include "unit/platform/RegistryTestFolder.h"
+
+namespace {
+
+using quillmark::test::Key;
+using quillmark::test::RegistryTestFolder;
+
+constexpr DWORD kBoth = REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET;
+// How long a notification that must come may take; how long one that must not come is waited for.
+constexpr DWORD kComes = 10'000;
+constexpr DWORD kStaysAway = 50;
+
+std::size_t ThreadCount() {
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
+}
+
+class RegistryNotifyTest : public RegistryTestFolder {
+protected:
+    RegistryNotifyTest() : event_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
+        Write("a.reg", "[HKEY_CURRENT_USER\\K]\n\"x\"=dword:00000001\n[HKEY_CURRENT_USER\\K\\Sub]\n");
+    }
+    ~RegistryNotifyTest() override { CloseHandle(event_); }
+
+    LSTATUS Watch(HKEY key, BOOL subtree, DWORD filter) const {
+        return RegNotifyChangeKeyValue(key, subtree, filter, event_, TRUE);
+    }
+    bool Comes() const { return WaitForSingleObject(event_, kComes) == WAIT_OBJECT_0; }
+    bool StaysAway() const { return WaitForSingleObject(event_, kStaysAway) == WAIT_TIMEOUT; }
+
+    HANDLE event_;
+};
+
+TEST_F(RegistryNotifyTest, RefusesWrongArguments) {
+    const Key key(u"K", KEY_READ);
+    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, 0, event_, TRUE), 87);
+    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, 0x10, event_, TRUE), 87);
+    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, kBoth, nullptr, TRUE), 87);
+    SetLastError(1234);
+    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, kBoth, key, TRUE), 6);
+    EXPECT_EQ(GetLastError(), 1234u);
+}
+
+TEST_F(RegistryNotifyTest, SignalsAValueThatIsSet) {
+    const Key key(u"K", KEY_READ | KEY_SET_VALUE);
+    SetEvent(event_);
+    ASSERT_EQ(Watch(key, FALSE, REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_THREAD_AGNOSTIC), 0);
+    EXPECT_TRUE(StaysAway());
+    EXPECT_EQ(key.SetNumber(u"x", 2), 0);
+    EXPECT_TRUE(Comes());
+}
+
+TEST_F(RegistryNotifyTest, SignalsAChangeOfAFile) {
+    const Key key(u"K", KEY_READ);
+    ASSERT_EQ(Watch(key, FALSE, REG_NOTIFY_CHANGE_LAST_SET), 0);
+    Write("b.reg", "[HKEY_CURRENT_USER\\K]\n\"x\"=dword:00000002\n");
+    EXPECT_TRUE(Comes());
+    EXPECT_EQ(key.Number(u"x"), 2u);
+}
+
+TEST_F(RegistryNotifyTest, LooksAtWhatTheFilterNamesOnly) {
+    const Key key(u"K", KEY_READ | KEY_SET_VALUE);
+    ASSERT_EQ(Watch(key, FALSE, REG_NOTIFY_CHANGE_NAME), 0);
+    EXPECT_EQ(key.SetNumber(u"x", 2), 0);
+    EXPECT_TRUE(StaysAway());
+    const Key made = Key::Create(u"K\\New");
+    EXPECT_TRUE(Comes());
+}
+
+TEST_F(RegistryNotifyTest, AFilterForValuesIgnoresNewSubKeys) {
+    const Key key(u"K", KEY_READ | KEY_SET_VALUE);
+    ASSERT_EQ(Watch(key, FALSE, REG_NOTIFY_CHANGE_LAST_SET), 0);
+    const Key made = Key::Create(u"K\\New");
+    EXPECT_TRUE(StaysAway());
+    EXPECT_EQ(RegDeleteValueW(key, u"x"), 0);
+    EXPECT_TRUE(Comes());
+}
+
+TEST_F(RegistryNotifyTest, LooksBelowSubKeysWhenAskedTo) {
+    const Key key(u"K", KEY_READ);
+    const Key sub(u"K\\Sub", KEY_SET_VALUE);
+    ASSERT_EQ(Watch(key, FALSE, kBoth), 0);
+    EXPECT_EQ(sub.SetNumber(u"y", 1), 0);
+    EXPECT_TRUE(StaysAway());
+    const HANDLE second = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const Key deep(u"K", KEY_READ);
+    ASSERT_EQ(RegNotifyChangeKeyValue(deep, TRUE, kBoth, second, TRUE), 0);
+    EXPECT_EQ(sub.SetNumber(u"y", 2), 0);
+    EXPECT_EQ(WaitForSingleObject(second, kComes), WAIT_OBJECT_0);
+    EXPECT_TRUE(StaysAway());
+    CloseHandle(second);
+}
+
+TEST_F(RegistryNotifyTest, SignalsOnceAndAgainAfterTheNextCall) {
+    const Key key(u"K", KEY_READ | KEY_SET_VALUE);
+    ASSERT_EQ(Watch(key, FALSE, kBoth), 0);
+    EXPECT_EQ(key.SetNumber(u"x", 2), 0);
+    EXPECT_TRUE(Comes());
+    ResetEvent(event_);
+    EXPECT_EQ(key.SetNumber(u"x", 3), 0);
+    EXPECT_TRUE(StaysAway());
+    // The change in between is not lost.
+    ASSERT_EQ(Watch(key, FALSE, kBoth), 0);
+    EXPECT_TRUE(Comes());
+    ASSERT_EQ(Watch(key, FALSE, kBoth), 0);
+    EXPECT_TRUE(StaysAway());
+}
+
+TEST_F(RegistryNotifyTest, SignalsTheDeletionOfTheKeyItself) {
+    const Key key(u"K\\Sub", KEY_READ);
+    ASSERT_EQ(Watch(key, FALSE, REG_NOTIFY_CHANGE_LAST_SET), 0);
+    EXPECT_EQ(RegDeleteKeyExW(HKEY_CURRENT_USER, u"K\\Sub", 0, 0), 0);
+    EXPECT_TRUE(Comes());
+    EXPECT_EQ(Watch(key, FALSE, REG_NOTIFY_CHANGE_LAST_SET), 1018);
+}
+
+TEST_F(RegistryNotifyTest, ClosingTheKeySetsTheEventAndEndsTheThread) {
+    const std::size_t threads = ThreadCount();
+    const std::size_t handles = quillmark::platform::OpenHandleCount();
+    HKEY key = nullptr;
+    ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, u"K", 0, KEY_NOTIFY, &key), 0);
+    ASSERT_EQ(Watch(key, TRUE, kBoth), 0);
+    ASSERT_EQ(Watch(key, TRUE, kBoth), 0);
+    EXPECT_EQ(ThreadCount(), threads + 2);
+    EXPECT_EQ(RegCloseKey(key), 0);
+    EXPECT_EQ(WaitForSingleObject(event_, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(ThreadCount(), threads);
+    EXPECT_EQ(quillmark::platform::OpenHandleCount(), handles);
+}
+
+TEST_F(RegistryNotifyTest, WatchesAFolderThatIsYetToBeMade) {
+    ::setenv("QUILLMARK_REGISTRY", (Root() + "/deep/below").c_str(), 1);
+    ASSERT_EQ(RegNotifyChangeKeyValue(HKEY_CURRENT_USER, TRUE, kBoth, event_, TRUE), 0);
+    EXPECT_TRUE(StaysAway());
+    std::filesystem::create_directories(Root() + "/deep/below");
+    Write("deep/below/a.reg", "[HKEY_CURRENT_USER\\New]\n");
+    EXPECT_TRUE(Comes());
+}
+
+class Waiting {
+public:
+    explicit Waiting(HKEY key) {
+        thread_ = std::thread([this, key] {
+            id_ = GetCurrentThreadId();
+            result_ = RegNotifyChangeKeyValue(key, TRUE, kBoth, nullptr, FALSE);
+        });
+        while (id_ == 0) {
+            std::this_thread::yield();
+        }
+        quillmark::test::AwaitBlockedInPoll(id_);
+    }
+    LSTATUS Result() {
+        thread_.join();
+        return result_;
+    }
+
+private:
+    std::atomic<DWORD> id_ = 0;
+    LSTATUS result_ = -1;
+    std::thread thread_;
+};
+
+TEST_F(RegistryNotifyTest, TheSynchronousFormReturnsAfterTheChange) {
+    const Key key(u"K", KEY_READ | KEY_SET_VALUE);
+    Waiting waiting(key);
+    EXPECT_EQ(key.SetNumber(u"x", 2), 0);
+    EXPECT_EQ(waiting.Result(), 0);
+}
+
+TEST_F(RegistryNotifyTest, ClosingTheKeyEndsTheSynchronousFormWith745) {
+    HKEY key = nullptr;
+    ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, u"K", 0, KEY_NOTIFY, &key), 0);
+    Waiting waiting(key);
+    EXPECT_EQ(RegCloseKey(key), 0);
+    EXPECT_EQ(waiting.Result(), 745);
+}
+
+}  // namespace
