@@ -14,7 +14,7 @@ build=(
     libgtest-dev libgmock-dev                          # configured with everything else
     curl openssl python3                               # the demo's witness and its arithmetic
 )
-tests=(squid nginx-light iproute2 procps binutils clang-format)
+tests=(squid nginx-light iproute2 procps binutils clang-format clang-tidy)
 
 wanted=("${build[@]}")
 [ "${1:-build}" = test ] && wanted+=("${tests[@]}")
