@@ -17,6 +17,13 @@ inline void WipeMemory(void* block, std::size_t size) noexcept {
     }
 }
 
+// Gives a block back to the heap that it came from.
+template <typename Heap>
+void WipeAndFree(Heap heap, typename Heap::value_type* block, std::size_t count) noexcept {
+    WipeMemory(block, count * sizeof(*block));
+    heap.deallocate(block, count);
+}
+
 template <typename T>
 struct WipingAllocator {
     using value_type = T;
@@ -26,10 +33,7 @@ struct WipingAllocator {
     WipingAllocator(const WipingAllocator<U>&) noexcept {}  // NOLINT: allocators convert
 
     T* allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
-    void deallocate(T* block, std::size_t count) noexcept {
-        WipeMemory(block, count * sizeof(T));
-        std::allocator<T>().deallocate(block, count);
-    }
+    void deallocate(T* block, std::size_t count) noexcept { WipeAndFree(std::allocator<T>(), block, count); }
     friend bool operator==(const WipingAllocator&, const WipingAllocator&) noexcept { return true; }
 };
 

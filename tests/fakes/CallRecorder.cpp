@@ -19,7 +19,7 @@ void CallRecorder::FailCall(int nth, DWORD error) {
 
 void CallRecorder::OnCall(std::function<void(const std::string& call)> hook) {
     const std::scoped_lock guard(m_lock);
-    m_hook = std::move(hook);
+    m_hook = std::make_shared<std::function<void(const std::string&)>>(std::move(hook));
 }
 
 std::vector<std::string> CallRecorder::Calls() const {
@@ -41,7 +41,7 @@ void CallRecorder::ClearCalls() {
 
 bool CallRecorder::Enter(const std::string& function, const std::string& arguments) {
     const std::string call = function + "(" + arguments + ")";
-    std::function<void(const std::string&)> hook;
+    std::shared_ptr<std::function<void(const std::string&)>> hook;
     DWORD error = 0;
     {
         const std::scoped_lock guard(m_lock);
@@ -49,8 +49,8 @@ bool CallRecorder::Enter(const std::string& function, const std::string& argumen
         hook = m_hook;
         error = std::max(TakeFailure(function), TakeFailure(""));
     }
-    if (hook) {
-        hook(call);
+    if (hook != nullptr) {
+        (*hook)(call);
     }
     if (error != 0) {
         ::SetLastError(error);

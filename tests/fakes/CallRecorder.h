@@ -11,6 +11,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -52,8 +53,8 @@ private:
 
     mutable std::mutex m_lock;
     std::vector<std::string> m_calls;
-    std::map<std::string, std::vector<Failure>> m_failures;  // by function; "" for any
-    std::function<void(const std::string&)> m_hook;
+    std::map<std::string, std::vector<Failure>> m_failures;           // by function; "" for any
+    std::shared_ptr<std::function<void(const std::string&)>> m_hook;  // shared, so that a replaced one ends its call
 };
 
 }  // namespace quillmark::fakes

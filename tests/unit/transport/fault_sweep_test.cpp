@@ -95,5 +95,46 @@ TEST_F(FaultSweepTest, DownloadAtTheFile) {
     EXPECT_EQ(Sweep(*files, [this] { return Download(); }, {"CloseHandle"}), 4);
 }
 
+// The cancel event set during the n-th call.
+class CancelSweepTest : public TransportTest {
+protected:
+    void SetAt(fakes::CallRecorder& seam, int n) {
+        m_event = std::make_unique<Event>();
+        seam.OnCall([this, n, calls = 0](const std::string&) mutable {
+            if (++calls == n) {
+                m_event->Set();
+            }
+        });
+    }
+
+    std::unique_ptr<Event> m_event;
+};
+
+TEST_F(CancelSweepTest, AFilePartEndsWith1223) {
+    Open();
+    files->Put(QM_W("/f"), std::string(20000, 'x'));
+    // Three writes of the head, two chunks, the line break.
+    for (int n = 1; n <= 6; ++n) {
+        SetAt(*winHttp, n);
+        EXPECT_EQ(
+            request->SendMultipartFile("file", QM_W("/f"), QM_W("f"), 0, 20000, m_event->Get(), nullptr, nullptr, 0),
+            1223u)
+            << n;
+        EXPECT_EQ(files->OpenFiles(), 0u);
+    }
+}
+
+TEST_F(CancelSweepTest, ADownloadEndsWith1223UnlessItsLastByteIsThere) {
+    Open();
+    // The head and its two queries, then two rounds of two calls, then the call that finds nothing more.
+    for (int n = 1; n <= 8; ++n) {
+        winHttp->reply = {.status = "200", .contentLength = "5", .rounds = {{3, "abc"}, {2, "de"}}};
+        SetAt(*winHttp, n);
+        EXPECT_EQ(request->GetResponse(QM_W("/f"), 0, m_event->Get(), nullptr, false, 0), n <= 7 ? 1223u : 0u) << n;
+        EXPECT_EQ(files->Contents(QM_W("/f")), n <= 5 ? "abc" : "abcde");
+        EXPECT_EQ(files->OpenFiles(), 0u);
+    }
+}
+
 }  // namespace
 }  // namespace quillmark

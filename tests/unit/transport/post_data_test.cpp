@@ -33,17 +33,29 @@ TEST(PostDataTest, WipeEmptiesAndLeavesZeros) {
     EXPECT_EQ(std::string(block, 6), std::string("x\0\0\0\0\0", 6));
 }
 
-TEST(PostDataTest, ABlockIsWipedBeforeItIsGivenBack) {
-    char block[] = "secret";
-    WipeMemory(block, 6);
-    EXPECT_EQ(std::string(block, 7), std::string(7, '\0'));
+// A heap that keeps what the block held when it came back.
+struct WatchingHeap {
+    using value_type = char16_t;
+    std::u16string* held;
+
+    void deallocate(const char16_t* block, std::size_t count) const { held->assign(block, count); }
+};
+
+TEST(PostDataTest, ABlockIsZeroWhenItIsGivenBack) {
+    char16_t block[] = u"secret";
+    std::u16string held = u"?";
+    WipeAndFree(WatchingHeap{&held}, block, 6);
+    EXPECT_EQ(held, std::u16string(6, u'\0'));
 }
 
-TEST(PostDataTest, UsesTheWipingAllocator) {
-    // Allocators of all types are one: what one of them handed out, another wipes and gives back.
-    WipingAllocator<char> allocator;
-    WipingAllocator<long> other(allocator);
-    EXPECT_TRUE(WipingAllocator<char>(other) == allocator);
+TEST(PostDataTest, KeepsItsBytesWhileItGrows) {
+    PostData data;
+    std::string expected;
+    for (int i = 0; i < 1000; ++i) {
+        data.Append("0123456789");
+        expected += "0123456789";
+    }
+    EXPECT_EQ(Bytes(data), expected);
 }
 
 }  // namespace

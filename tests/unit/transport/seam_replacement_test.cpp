@@ -1,6 +1,4 @@
 // Seams that are replaced while a request is in flight.
-#include <thread>
-
 #include "TransportTest.h"
 
 namespace quillmark {
