@@ -44,7 +44,6 @@ DWORD RecordingFileSystem::GetFileSize(HANDLE file, LPDWORD sizeHigh) {
     const std::scoped_lock guard(m_lock);
     const std::uint64_t size = m_open.at(file).file->size;
     *sizeHigh = static_cast<DWORD>(size >> 32);
-    ::SetLastError(NO_ERROR);
     return static_cast<DWORD>(size);
 }
 
@@ -125,7 +124,6 @@ DWORD RecordingFileSystem::SetFilePointer(HANDLE file, LONG distance, PLONG dist
     const std::uint64_t position =
         (static_cast<std::uint64_t>(static_cast<DWORD>(*distanceHigh)) << 32) | static_cast<DWORD>(distance);
     m_open.at(file).position = position;
-    ::SetLastError(NO_ERROR);
     return static_cast<DWORD>(position);
 }
 

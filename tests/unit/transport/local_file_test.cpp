@@ -46,8 +46,18 @@ TEST_F(LocalFileTest, ASizeWhoseLowHalfIsAllOnesIsASize) {
     LocalFile file;
     ASSERT_EQ(file.OpenForReading(QM_W("/f")), 0u);
     std::uint64_t size = 0;
+    // What an earlier call left does not count.
+    ::SetLastError(5);
     EXPECT_EQ(file.Size(size), 0u);
     EXPECT_EQ(size, 0x1'FFFF'FFFFu);
+}
+
+TEST_F(LocalFileTest, APositionWhoseLowHalfIsAllOnesIsAPosition) {
+    LocalFile file;
+    ASSERT_EQ(file.OpenForReading(QM_W("/f")), 0u);
+    ::SetLastError(5);
+    EXPECT_EQ(file.SeekForWriting(0x1'FFFF'FFFFu), 0u);
+    EXPECT_EQ(files->Calls().back(), "SetFilePointer(f1, 4294967295, 1, 0)");
 }
 
 TEST_F(LocalFileTest, AFailedSizeIsItsCodeAndLeavesTheValue) {
