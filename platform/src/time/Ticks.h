@@ -3,6 +3,9 @@
 
 #include <time.h>
 
+#include <algorithm>
+#include <limits>
+
 #include "quillmark/platform/Types.h"
 
 namespace quillmark::platform {
@@ -11,19 +14,13 @@ inline constexpr std::int64_t kTicksPerSecond = 10'000'000;
 // 1970-01-01 in seconds since 1601-01-01.
 inline constexpr std::int64_t kUnixEpochSeconds = 11'644'473'600;
 
-// Ticks since 1601; negative for earlier moments. The nanoseconds are from 0 to 999,999,999.
+// Ticks since 1601; negative for earlier moments. The nanoseconds are from 0 to 999,999,999. File systems can hold
+// moments for which 64 bits of ticks are too few: these become the last or the first moment with a whole second.
 [[nodiscard]] constexpr std::int64_t TicksFromUnixTime(const timespec& time) {
-    return (time.tv_sec + kUnixEpochSeconds) * kTicksPerSecond + time.tv_nsec / 100;
-}
-
-[[nodiscard]] constexpr timespec UnixTimeFromTicks(std::int64_t ticks) {
-    std::int64_t seconds = ticks / kTicksPerSecond;
-    std::int64_t rest = ticks % kTicksPerSecond;
-    if (rest < 0) {
-        --seconds;
-        rest += kTicksPerSecond;
-    }
-    return {.tv_sec = seconds - kUnixEpochSeconds, .tv_nsec = rest * 100};
+    constexpr std::int64_t kMostSeconds = std::numeric_limits<std::int64_t>::max() / kTicksPerSecond - 1;
+    const std::int64_t seconds =
+        std::clamp<std::int64_t>(time.tv_sec, -kMostSeconds, kMostSeconds - kUnixEpochSeconds) + kUnixEpochSeconds;
+    return seconds * kTicksPerSecond + time.tv_nsec / 100;
 }
 
 [[nodiscard]] constexpr std::uint64_t TicksOf(const FILETIME& time) {

@@ -1,5 +1,6 @@
 // Waits, in a test, until another thread of the process is blocked in a poll: what happens to a wait that is under way
-// can then be tested without guessing how long the thread takes to get there.
+// can then be tested without guessing how long the thread takes to get there. A thread that has ended already is not
+// waited for.
 #pragma once
 
 #include <sys/syscall.h>
@@ -17,7 +18,7 @@ inline void AwaitBlockedInPoll(unsigned threadId) {
         std::string number;
         file >> number;
         // A running thread reads as "running", a blocked one begins with the number of its system call.
-        if (number == std::to_string(SYS_ppoll) || number == std::to_string(SYS_poll)) {
+        if (!file.is_open() || number == std::to_string(SYS_ppoll) || number == std::to_string(SYS_poll)) {
             return;
         }
         std::this_thread::yield();
