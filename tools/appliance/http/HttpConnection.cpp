@@ -10,6 +10,7 @@
 #include "http/RequestBody.h"
 #include "http/RequestHead.h"
 #include "http/Transport.h"
+#include "http/Uri.h"
 
 namespace appliance {
 
@@ -45,7 +46,6 @@ private:
     asio::awaitable<Outcome> Exchange(const Request& request, const std::optional<TakenFault>& taken);
     asio::awaitable<bool> Drain(RequestBody& body);
     void InterfereWithBody(const Fault& fault);
-    std::optional<TakenFault> TakeFault(const Request& request);
 
     Services& m_services;
     Router m_router;
@@ -104,22 +104,19 @@ asio::awaitable<Outcome> HttpConnection::Serve(const Request& request) {
     co_return outcome;
 }
 
+// Counters and faults name paths as people write them.
 asio::awaitable<Outcome> HttpConnection::ServeCounted(const Request& request) {
-    m_number = m_services.statistics.RecordRequest(m_number, request.method, request.path);
-    const auto taken = TakeFault(request);
+    const std::string path = PercentDecode(request.path, false).value_or(request.path);
+    m_number = m_services.statistics.RecordRequest(m_number, request.method, path);
+    std::optional<TakenFault> taken;
+    if (m_services.options.faults) {
+        taken = m_services.faults.Take(request.method, path);
+    }
     const Outcome outcome = co_await Exchange(request, taken);
     m_services.statistics.RecordBytes(m_transport->Received() - m_receivedBefore, m_transport->Sent() - m_sentBefore);
     m_receivedBefore = m_transport->Received();
     m_sentBefore = m_transport->Sent();
     co_return outcome;
-}
-
-// Faults name paths as people write them.
-std::optional<TakenFault> HttpConnection::TakeFault(const Request& request) {
-    if (!m_services.options.faults) {
-        return std::nullopt;
-    }
-    return m_services.faults.Take(request.method, PercentDecode(request.path, false).value_or(request.path));
 }
 
 asio::awaitable<Outcome> HttpConnection::Exchange(const Request& request, const std::optional<TakenFault>& taken) {
