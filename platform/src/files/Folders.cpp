@@ -124,6 +124,9 @@ DWORD TemporaryName(LPCWSTR folder, LPCWSTR prefix, DWORD unique, LPWSTR buffer,
         start.push_back(u'/');
     }
     start += std::u16string_view(prefix == nullptr ? u"" : prefix).substr(0, longestPrefix);
+    if (start.back() >= 0xD800 && start.back() <= 0xDBFF) {
+        start.pop_back();  // the cut went through a pair
+    }
     number = unique % kNumbers;
     std::u16string name = NumberedName(start, number);
     if (number == 0) {

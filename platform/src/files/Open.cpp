@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <utility>
@@ -147,6 +148,15 @@ void AdviseKernel(const Request& request, int descriptor) {
     }
 }
 
+// The path without links and whatever the current folder is later; empty when that cannot be told.
+std::string Resolved(const std::string& path) {
+    struct Free {
+        void operator()(char* text) const { std::free(text); }
+    };
+    const std::unique_ptr<char, Free> resolved(::realpath(path.c_str(), nullptr));
+    return resolved == nullptr ? std::string() : std::string(resolved.get());
+}
+
 DWORD Open(const Request& request, HANDLE& handle, bool& existed) {
     FileObject::Opening opening;
     const int error = OpenDescriptor(request, opening.descriptor, existed);
@@ -170,7 +180,7 @@ DWORD Open(const Request& request, HANDLE& handle, bool& existed) {
     }
     AdviseKernel(request, descriptor);
     opening.access = request.access;
-    opening.deleteOnClose = deletes != 0 ? request.path : std::string();
+    opening.deleteOnClose = deletes != 0 ? Resolved(request.path) : std::string();
     DWORD code = ERROR_SUCCESS;
     auto file = std::make_shared<FileObject>(std::move(opening), code);
     if (code != ERROR_SUCCESS) {

@@ -148,15 +148,21 @@ DWORD KeyWatches::Start(const WatchedKey& key, HANDLE event) {
     if (const DWORD code = Prepare(key, notices, before); code != ERROR_SUCCESS) {
         return code;
     }
-    Watch& watch = m_watches.emplace_back();
+    auto run = [this, key, notices = std::move(notices), before, event] { Run(key, notices, before, event); };
     try {
         const AllSignalsBlocked blocked;
-        watch.thread = std::jthread([this, key, notices = std::move(notices), before, event, &done = watch.done] {
-            Run(key, notices, before, event);
+        if (!key.remembers) {
+            // Nothing ever closes a predefined key, so nobody would join this thread when it is done.
+            std::thread(std::move(run)).detach();
+            return ERROR_SUCCESS;
+        }
+        Watch& watch = m_watches.emplace_back();
+        watch.thread = std::jthread([run = std::move(run), &done = watch.done] {
+            run();
             done = true;
         });
     } catch (const std::system_error&) {
-        m_watches.pop_back();
+        m_watches.remove_if([](const Watch& watch) { return !watch.thread.joinable(); });
         return ERROR_NO_SYSTEM_RESOURCES;
     }
     return ERROR_SUCCESS;

@@ -133,6 +133,11 @@ TEST_F(TempFileNameTest, MakesTheNameOfAGivenNumberAndNoFile) {
     EXPECT_TRUE(std::filesystem::is_empty(Root()));
 }
 
+TEST_F(TempFileNameTest, CutsNoCharacterOfThePrefixInTwo) {
+    EXPECT_EQ(GetTempFileNameW(Root16().c_str(), u"ab\xD83D\xDE00", 0xF, name_.data()), 15u);
+    EXPECT_EQ(std::u16string(name_.data()), Path(u"abF.tmp"));
+}
+
 TEST_F(TempFileNameTest, CreatesAFileOfAFreeNumber) {
     std::set<std::u16string> names;
     for (int i = 0; i < 100; ++i) {

@@ -2,6 +2,8 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdio>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <vector>
@@ -171,6 +173,27 @@ TEST_F(CreateFileTest, DeletesOnCloseWhatItWasAskedTo) {
     EXPECT_TRUE(Exists("a"));
     file.Close();
     EXPECT_FALSE(Exists("a"));
+}
+
+TEST_F(CreateFileTest, DeletesOnCloseTheTargetOfALinkWhereverTheProcessIsThen) {
+    Make("a", "");
+    ASSERT_EQ(::symlink("a", Bytes("link").c_str()), 0);
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(Root());
+    OpenFile file(u"link", GENERIC_READ, OPEN_EXISTING, kShareAll, FILE_FLAG_DELETE_ON_CLOSE);
+    std::filesystem::current_path(before);
+    ASSERT_TRUE(file.IsOpen());
+    file.Close();
+    EXPECT_FALSE(Exists("a"));
+    EXPECT_TRUE(Exists("link"));
+}
+
+TEST_F(CreateFileTest, DeletesOnCloseNothingThatTookTheNameMeanwhile) {
+    OpenFile file(Path(u"a"), GENERIC_WRITE, CREATE_NEW, kShareAll, FILE_FLAG_DELETE_ON_CLOSE);
+    ASSERT_EQ(::rename(Bytes("a").c_str(), Bytes("b").c_str()), 0);
+    Make("a", "another file");
+    file.Close();
+    EXPECT_EQ(Contents("a"), "another file");
 }
 
 TEST_F(CreateFileTest, ABackslashIsACharacterOfTheName) {
