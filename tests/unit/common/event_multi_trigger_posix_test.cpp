@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <fstream>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <thread>
@@ -21,12 +22,31 @@ namespace {
 using fakes::LogRecord;
 using fakes::RecordedLog;
 
-void AwaitBlockedOnALock(DWORD threadId) {
+// Returns when the thread is blocked in one of these system calls.
+void AwaitBlockedIn(std::initializer_list<long> calls, DWORD threadId) {
     const std::string path = "/proc/self/task/" + std::to_string(threadId) + "/syscall";
-    for (std::string number; number != std::to_string(SYS_futex);) {
+    for (;;) {
+        // A running thread reads as "running", a blocked one begins with the number of its system call.
+        std::string number;
         std::ifstream(path) >> number;
+        for (const long call : calls) {
+            if (number == std::to_string(call)) {
+                return;
+            }
+        }
         std::this_thread::yield();
     }
+}
+
+// The thread that a task runs on, by its record.
+DWORD ThreadOfTask(const RecordedLog& log) {
+    const std::string start = "Task [0x";
+    for (const std::string& text : log.Texts(101)) {
+        if (text.starts_with(start)) {
+            return static_cast<DWORD>(std::stoul(text.substr(start.size()), nullptr, 16));
+        }
+    }
+    return 0;
 }
 
 // While one lives, the process can open no further descriptor and so make no event and no thread.
@@ -48,26 +68,22 @@ private:
 
 TEST(EventMultiTriggerPosixTest, RunsNothingWhenTheTriggerIsRemovedAtTheMomentItsEventIsSet) {
     const OwnedHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    const OwnedHandle first(::CreateEventW(nullptr, TRUE, TRUE, nullptr));
     const std::string number = Format("%x]", HandleNumber(event.Get()));
-    std::atomic<DWORD> triggerThread = 0;
     std::atomic<int> runs = 0;
     RecordedLog log;
     EventMultiTrigger trigger;
-    ASSERT_TRUE(trigger.AddTrigger(first.Get(), [&] {
-        triggerThread = ::GetCurrentThreadId();
-        ::ResetEvent(first.Get());
-    }));
-    ASSERT_TRUE(log.WaitFor(101, Format("Running trigger associated with event [0x%x]", HandleNumber(first.Get()))));
     ASSERT_TRUE(trigger.AddTrigger(event.Get(), [&] { ++runs; }));
     ASSERT_TRUE(log.WaitFor(101, "Pushing [0x" + number));
+    const DWORD thread = ThreadOfTask(log);
+    ASSERT_NE(thread, 0u);
+    AwaitBlockedIn({SYS_poll, SYS_ppoll}, thread);
 
     // The removal holds the trigger's lock while it logs: the entry is gone, the thread not yet told. The event is set
     // then, and the thread has left its wait when it stands before the lock.
     log.OnRecord([&](const LogRecord& record) {
         if (record.function == "EventMultiTrigger::RemoveTrigger") {
             ::SetEvent(event.Get());
-            AwaitBlockedOnALock(triggerThread);
+            AwaitBlockedIn({SYS_futex}, thread);
         }
     });
     trigger.RemoveTrigger(event.Get());
