@@ -20,9 +20,7 @@ DWORD NumberOf(const std::string& text) {
 }  // namespace
 
 StatusPair CNativeHttp::ErrorFromStatus(DWORD httpStatus, const ResponseBuffer& reply) const {
-    StatusPair result;
-    const LogScope scope("CNativeHttp::ErrorFromStatus", LogSource::NativeHttp, &result.error);
-    result.error = SERVER_ERROR_BASE + httpStatus;
+    StatusPair result{SERVER_ERROR_BASE + httpStatus, 0};
     if (reply.IsNull()) {
         return result;
     }
@@ -38,13 +36,9 @@ StatusPair CNativeHttp::ErrorFromStatus(DWORD httpStatus, const ResponseBuffer& 
 
 DWORD CNativeHttp::ErrorFromStatusWithRetry(const Session& session, DWORD httpStatus, const WideString& sentToken,
                                             const ResponseBuffer& reply) const {
-    DWORD error = ERROR_SUCCESS;
-    const LogScope scope("CNativeHttp::ErrorFromStatusWithRetry", LogSource::NativeHttp, &error);
-    error = ErrorFromStatus(httpStatus, reply).error;
-    if (error == SERVER_ERROR_SESSION_TOKEN) {
-        error = CheckForChangedSessionToken(session, httpStatus, sentToken, error);
-    }
-    return error;
+    const DWORD error = ErrorFromStatus(httpStatus, reply).error;
+    return error == SERVER_ERROR_SESSION_TOKEN ? CheckForChangedSessionToken(session, httpStatus, sentToken, error)
+                                               : error;
 }
 
 DWORD CNativeHttp::CheckForChangedSessionToken(const Session& session, DWORD httpStatus, const WideString& sentToken,

@@ -9,7 +9,7 @@ CNativeHttp::RequestHandleTracker::RequestHandleTracker(std::shared_ptr<EventMul
                                                         const Request& request)
     : m_trigger(std::move(trigger)), m_cancelEvent(cancelEvent) {
     const LogScope scope("CNativeHttp::RequestHandleTracker::RequestHandleTracker", LogSource::NativeHttp);
-    if (m_trigger == nullptr || m_cancelEvent == nullptr) {
+    if (m_trigger == nullptr) {
         return;
     }
     // Weak: the trigger's thread may come to run the action after the operation has ended.

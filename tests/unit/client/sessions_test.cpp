@@ -1,3 +1,6 @@
+#include <thread>
+#include <vector>
+
 #include "unit/client/ClientTest.h"
 
 namespace quillmark::test {
@@ -60,6 +63,28 @@ TEST_F(Sessions, ARequestKeepsTheSessionThatTheClientLetGo) {
     EXPECT_FALSE(old.expired());
     request.reset();
     EXPECT_TRUE(old.expired());
+}
+
+TEST_F(Sessions, OperationsOnManyThreadsRunWhileSessionsChange) {
+    Discover();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([this, path = WideString(QM_W("/a"))] {
+            Event cancel;
+            for (int round = 0; round < 20; ++round) {
+                std::shared_ptr<IServerAttributes> attributes;
+                EXPECT_EQ(client->GetPathAttributes(path, attributes, cancel.Handle()).error, 0u);
+            }
+        });
+    }
+    for (int round = 0; round < 20; ++round) {
+        client->CreateNewSession(QM_W("next"));
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(fakes::RecordingFactory::LiveRequests(), 0);
+    EXPECT_EQ(factory->Count("GetResponse"), 160u);
 }
 
 TEST_F(Sessions, AClientWhoseFactoryMakesNoSessionFailsItsOperationsWithACode) {

@@ -1,4 +1,7 @@
 // Discovery.
+#include <thread>
+#include <vector>
+
 #include "unit/client/ClientTest.h"
 
 namespace quillmark::test {
@@ -274,6 +277,26 @@ TEST_F(Init, PasswordAuthenticationDoesNeither) {
     EXPECT_EQ(Run(), 0u);
     EXPECT_FALSE(log.Mentions("trusted zone"));
     EXPECT_EQ(client->GetApiPath(nullptr), QM_W("/qm"));
+}
+
+TEST_F(Init, ConcurrentCallsRunOneAfterTheOtherAndDiscoverOnce) {
+    ReplyEndpoints(R"({"1.7":{"path":"/qm","tos":8}})");
+    ReplyMode(true);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([this] {
+            DWORD found = 0;
+            DWORD quarter = 0;
+            EXPECT_EQ(client->Init(found, quarter, nullptr), 0u);
+            EXPECT_EQ(found, 2u);
+            EXPECT_EQ(quarter, 2u);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(factory->Count("CreateRequest"), 2u);
+    EXPECT_EQ(log.Count(Information, "Returning cached server mode 2"), 7u);
 }
 
 TEST_F(Init, BothRequestsCanBeCancelled) {
