@@ -19,8 +19,8 @@ namespace {
 constexpr DWORD FirstStatusCode = SERVER_ERROR_BASE;
 constexpr DWORD LastStatusCode = 27775;
 
-// From this version on the server keeps a download and the record that its caller expects together: contents that come
-// for an expected revision belong to the expected record.
+// From this version on contents that come for an expected revision are known to belong to the expected record; an older
+// server is asked for the record.
 constexpr ApiVersion RecordsWithDownloads{1, 2};
 
 // Revisions are compared without regard to the case of ASCII letters.
