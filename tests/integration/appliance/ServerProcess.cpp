@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <sstream>
@@ -29,9 +30,11 @@ void ServerProcess::Start() {
         throw std::runtime_error("mkfifo");
     }
     std::vector<std::string> arguments{"sh", "-c", "exec \"$@\" >\"$0\"", pipe, APPLIANCE_PROGRAM};
-    for (const char* argument : {"--user", "ann:secret", "--listen", "127.0.0.1:0", "--tls-listen", "127.0.0.1:0",
-                                 "--control", "/control", "--faults"}) {
+    for (const char* argument : {"--user", "ann:secret", "--listen", "127.0.0.1:0", "--tls-listen", "127.0.0.1:0"}) {
         arguments.emplace_back(argument);
+    }
+    if (std::find(m_extra.begin(), m_extra.end(), "--control") == m_extra.end()) {
+        arguments.insert(arguments.end(), {"--control", "/control", "--faults"});
     }
     arguments.insert(arguments.end(), {"--data", DataFolder(), "--port-file", m_folder.Path("ports")});
     arguments.insert(arguments.end(), m_extra.begin(), m_extra.end());

@@ -12,8 +12,8 @@ namespace appliance_test {
 
 class ServerProcess {
 public:
-    // Starts it with user ann, password secret, HTTP and HTTPS, the control path and faults, and what is asked for
-    // beyond that. Throws when it does not come up.
+    // Starts it with user ann, password secret, HTTP and HTTPS, the control path and faults (unless another control
+    // path is given), and what is asked for beyond that. Throws when it does not come up.
     explicit ServerProcess(std::vector<std::string> extra = {"--no-sync"});
 
     [[nodiscard]] const std::string& Http() const { return m_http; }    // http://127.0.0.1:PORT

@@ -3,6 +3,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+
 namespace appliance_test {
 
 class ServerCommandLine : public ApplianceTest {
@@ -111,7 +113,8 @@ TEST_F(ServerCommandLine, HashesPasswordsWithASaltEachTime) {
 
 TEST_F(ServerCommandLine, ListensOnSeveralAddresses) {
     StartServer({"--no-sync", "--listen", "127.0.0.1:0"});
-    EXPECT_EQ(std::count(Server().ReadyLine().begin(), Server().ReadyLine().end(), '='), 3);
+    const std::string line = Server().ReadyLine();
+    EXPECT_EQ(std::count(line.begin(), line.end(), '='), 3) << line;
 }
 
 }  // namespace appliance_test

@@ -136,12 +136,8 @@ TEST_F(ByteFaults, StallTheRequestForAWhile) {
 
 TEST_F(ByteFaults, StallTheRequestUntilTheClientsBuffersAreFull) {
     AddFault("POST", {{"kind", "stall"}, {"direction", "request"}, {"after", 0}});
-    const CurlResult result = Curl({"--max-time", "1", "-F", "operation=create", "-F", "size=50000000", "-F",
-                                    "file=@/dev/zero;filename=x", Url("/folders/f")});
     constexpr int timedOut = 28;
-    EXPECT_NE(result.exitCode, 0);
     WriteFile(Server().Scratch("big"), std::string(50'000'000, 'x'));
-    AddFault("POST", {{"kind", "stall"}, {"direction", "request"}, {"after", 0}});
     EXPECT_EQ(Curl({"-H", "Expect:", "--max-time", "1", "-F", "operation=create", "-F", "size=50000000", "-F",
                     "file=@" + Server().Scratch("big"), Url("/folders/f")})
                   .exitCode,

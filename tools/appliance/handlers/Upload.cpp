@@ -47,12 +47,12 @@ void CheckOperation(const Fields& fields) {
 asio::awaitable<void> Receive(MultipartReader& parts, ContentWriter& writer, std::uint64_t size) {
     co_await parts.Read([&](std::string_view bytes) {
         if (bytes.size() > size - writer.Size()) {
-            throw ApiError(ErrorId::BodyMismatch, "The file is longer than its size");
+            parts.Break("The file is longer than its size");
         }
         writer.Write(bytes);
     });
     if (writer.Size() != size) {
-        throw ApiError(ErrorId::BodyMismatch, "The file is shorter than its size");
+        parts.Break("The file is shorter than its size");
     }
 }
 

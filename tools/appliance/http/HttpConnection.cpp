@@ -42,8 +42,10 @@ public:
 private:
     asio::awaitable<std::optional<Request>> ReadHead(std::size_t owed, std::optional<Reply>& refusal);
     asio::awaitable<Outcome> Serve(const Request& request);
-    asio::awaitable<Outcome> ServeCounted(const Request& request);
-    asio::awaitable<Outcome> Exchange(const Request& request, const std::optional<TakenFault>& taken);
+    std::optional<TakenFault> Count(const Request& request);
+    asio::awaitable<Reply> Work(const Request& request, RequestBody& body, const std::optional<TakenFault>& taken);
+    asio::awaitable<Outcome> Answer(const Request& request, RequestBody& body, const Reply& reply,
+                                    const std::optional<TakenFault>& taken);
     asio::awaitable<bool> Drain(RequestBody& body);
     void InterfereWithBody(const Fault& fault);
 
@@ -94,54 +96,60 @@ asio::awaitable<std::optional<Request>> HttpConnection::ReadHead(std::size_t owe
 }
 
 asio::awaitable<Outcome> HttpConnection::Serve(const Request& request) {
-    if (m_router.IsControl(request)) {
-        const Outcome outcome = co_await Exchange(request, std::nullopt);
-        m_receivedBefore = m_transport->Received();
-        m_sentBefore = m_transport->Sent();
-        co_return outcome;
-    }
-    const Outcome outcome = co_await ServeCounted(request);
-    co_return outcome;
-}
-
-// Counters and faults name paths as people write them.
-asio::awaitable<Outcome> HttpConnection::ServeCounted(const Request& request) {
-    const std::string path = PercentDecode(request.path, false).value_or(request.path);
-    m_number = m_services.statistics.RecordRequest(m_number, request.method, path);
+    const bool counted = !m_router.IsControl(request);
     std::optional<TakenFault> taken;
-    if (m_services.options.faults) {
-        taken = m_services.faults.Take(request.method, path);
+    if (counted) {
+        taken = Count(request);
     }
-    const Outcome outcome = co_await Exchange(request, taken);
-    m_services.statistics.RecordBytes(m_transport->Received() - m_receivedBefore, m_transport->Sent() - m_sentBefore);
+    RequestBody body(request, *m_transport, *m_buffer);
+    Reply reply = co_await Work(request, body, taken);
+    if (counted) {
+        m_services.statistics.RecordReply(reply.status);
+    }
+    const Outcome outcome = co_await Answer(request, body, reply, taken);
+    if (counted) {
+        m_services.statistics.RecordBytes(m_transport->Received() - m_receivedBefore,
+                                          m_transport->Sent() - m_sentBefore);
+    }
     m_receivedBefore = m_transport->Received();
     m_sentBefore = m_transport->Sent();
     co_return outcome;
 }
 
-asio::awaitable<Outcome> HttpConnection::Exchange(const Request& request, const std::optional<TakenFault>& taken) {
+// Counters and faults name paths as people write them.
+std::optional<TakenFault> HttpConnection::Count(const Request& request) {
+    const std::string path = PercentDecode(request.path, false).value_or(request.path);
+    m_number = m_services.statistics.RecordRequest(m_number, request.method, path);
+    return m_services.options.faults ? m_services.faults.Take(request.method, path) : std::nullopt;
+}
+
+asio::awaitable<Reply> HttpConnection::Work(const Request& request, RequestBody& body,
+                                            const std::optional<TakenFault>& taken) {
+    if (taken) {
+        auto instead = co_await ActBeforeWork(m_services, *taken, request, *m_transport);
+        InterfereWithBody(taken->fault);
+        if (instead) {
+            co_return std::move(*instead);
+        }
+    }
+    Reply reply = co_await m_router.Answer(request, body);
+    co_return reply;
+}
+
+asio::awaitable<Outcome> HttpConnection::Answer(const Request& request, RequestBody& body, const Reply& reply,
+                                                const std::optional<TakenFault>& taken) {
     const Fault* fault = taken ? &taken->fault : nullptr;
-    RequestBody body(request, *m_transport, *m_buffer);
-    std::optional<Reply> reply;
-    if (fault != nullptr) {
-        reply = co_await ActBeforeWork(m_services, *taken, request, *m_transport);
-        InterfereWithBody(*fault);
-    }
-    if (!reply) {
-        reply = co_await m_router.Answer(request, body);
-    }
     const bool early = fault != nullptr && fault->early;
     bool drained = false;
     if (!early) {
         drained = co_await Drain(body);
     }
     m_transport->InterfereWithReading(Interference());
-    if (fault != nullptr) {
+    if (taken) {
         co_await ActAfterWork(m_services, *taken, *m_transport);
     }
-    m_services.statistics.RecordReply(reply->status);
     const bool keep = drained && request.keepAlive;
-    co_await WriteReply(*m_transport, *reply, keep, fault);
+    co_await WriteReply(*m_transport, reply, keep, fault);
     const bool liedAboutLength = fault != nullptr && fault->kind == FaultKind::Length;
     co_return Outcome{keep && !liedAboutLength, body.Owed()};
 }

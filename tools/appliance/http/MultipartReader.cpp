@@ -163,13 +163,11 @@ asio::awaitable<std::optional<PartHead>> MultipartReader::TakeAfterDelimiter() {
 }
 
 asio::awaitable<void> MultipartReader::TakeClosingEnd() {
-    if (m_body.Remaining() > 0) {
-        co_await Ensure(2);
-        if (!m_body.Window().starts_with("\r\n")) {
-            Break("The closing boundary is not followed by a line break");
-        }
-        m_body.Consume(2);
+    co_await Ensure(2);
+    if (!m_body.Window().starts_with("\r\n")) {
+        Break("The closing boundary is not followed by a line break");
     }
+    m_body.Consume(2);
     if (!IsPayableDebt(m_body.Remaining())) {
         Break("The body is shorter than its announced length");
     }

@@ -49,6 +49,9 @@ public:
     // Skips to the closing line; false when the body is broken.
     [[nodiscard]] boost::asio::awaitable<bool> SkipAll();
 
+    // The body is not what it claims to be: throws ApiError, now and at every further call.
+    [[noreturn]] void Break(const char* reason);
+
     [[nodiscard]] bool IsComplete() const { return m_state == State::Complete; }
     [[nodiscard]] bool IsBroken() const { return m_state == State::Broken; }
 
@@ -62,7 +65,6 @@ private:
     [[nodiscard]] boost::asio::awaitable<void> TakeClosingEnd();
     [[nodiscard]] boost::asio::awaitable<PartHead> TakePartHead();
     [[nodiscard]] boost::asio::awaitable<bool> IsDelimiterAt(std::size_t position);
-    [[noreturn]] void Break(const char* reason);
 
     RequestBody& m_body;
     std::string m_delimiter;  // CR LF "--" boundary

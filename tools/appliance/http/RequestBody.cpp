@@ -48,6 +48,7 @@ bool RequestBody::IsMultipart() const {
 
 MultipartReader& RequestBody::Multipart() {
     if (!m_multipart) {
+        RequireLength();
         const auto boundary = HeaderParameter(m_request.Header("Content-Type"), "boundary");
         if (!IsMultipart() || !boundary || boundary->empty() || boundary->size() > MultipartReader::LongestBoundary) {
             throw ApiError(ErrorId::BodyTypeUnsupported, "A multipart/form-data body with a boundary is expected here");
@@ -107,16 +108,20 @@ asio::awaitable<void> RequestBody::More() {
     }
 }
 
+void RequestBody::RequireLength() {
+    if (m_request.chunked || !m_request.contentLength) {
+        m_broken = true;
+        throw ApiError(ErrorId::LengthMissing, "A request with a body needs a Content-Length");
+    }
+}
+
 // A client that asks first gets its answer when the body is wanted, so that a refusal costs it nothing.
 asio::awaitable<void> RequestBody::Begin() {
     if (m_begun) {
         co_return;
     }
     m_begun = true;
-    if (m_request.chunked || !m_request.contentLength) {
-        m_broken = true;
-        throw ApiError(ErrorId::LengthMissing, "A request with a body needs a Content-Length");
-    }
+    RequireLength();
     if (m_request.expectsContinue) {
         co_await m_transport.Write("HTTP/1.1 100 Continue\r\n\r\n");
     }

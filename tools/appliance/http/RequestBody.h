@@ -46,6 +46,7 @@ public:
     [[nodiscard]] std::uint64_t Remaining() const { return m_remaining; }
 
 private:
+    void RequireLength();
     [[nodiscard]] boost::asio::awaitable<void> Begin();
 
     const Request& m_request;
