@@ -77,14 +77,12 @@ DWORD Transfer::AwaitHead() {
 }
 
 DWORD Transfer::AwaitBody() {
-    if (reply_.Available() != 0 || (AtEnd() && failure_ == ERROR_SUCCESS)) {
-        return ERROR_SUCCESS;
-    }
-    return PumpUntil([this] { return reply_.Available() != 0 || AtEnd(); });
+    const auto done = [this] { return reply_.Available() != 0 || AtEnd(); };
+    return done() ? ERROR_SUCCESS : PumpUntil(done);
 }
 
 bool Transfer::AtEnd() const {
-    return ended_ || (HasHead() && head_.BodyLength() == bodyReceived_);
+    return (ended_ && failure_ == ERROR_SUCCESS) || (HasHead() && head_.BodyLength() == bodyReceived_);
 }
 
 // ---- The pump ----
@@ -144,9 +142,10 @@ void Transfer::Drive() {
 
 void Transfer::Observe() {
     if (phase_ == Phase::kConnecting) {
-        curl_off_t connected = 0;
-        curl_easy_getinfo(channel_->Easy(), CURLINFO_CONNECT_TIME_T, &connected);
-        if (connected != 0) {
+        // Known as soon as a socket is connected, while the connecting time is known only after the handshake.
+        long port = 0;
+        curl_easy_getinfo(channel_->Easy(), CURLINFO_PRIMARY_PORT, &port);
+        if (port != 0) {
             phase_ = Phase::kSecuring;
             since_ = Clock::now();
         }

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "winhttp/AddedRoots.h"
 #include "winhttp/CurlHandles.h"
 
 namespace quillmark::platform::winhttp {
@@ -85,6 +86,7 @@ TrustedRoots::Store TrustedRoots::Load() {
     AddFile(store.get(), Environment("SSL_CERT_FILE"));
     AddFolders(store.get(), Environment("SSL_CERT_DIR"));
     AddUserRoots(store.get());
+    AddProgramRoots(store.get());
     // A root may be an intermediate certificate, and a chain stops at the first one that is trusted.
     X509_STORE_set_flags(store.get(), X509_V_FLAG_TRUSTED_FIRST | X509_V_FLAG_PARTIAL_CHAIN);
     ERR_clear_error();

@@ -1,9 +1,9 @@
 // The certificate authorities that servers are verified against.
 //
 // Added up: the system's bundle and folder, the file in SSL_CERT_FILE, the folders in SSL_CERT_DIR (separated by ":"),
-// and the user's own $XDG_CONFIG_HOME/quillmark/roots/*.pem (~/.config without the variable). A file that cannot be
-// read adds nothing. Read once, when the first secure connection asks; the store is then shared by all connections and
-// threads.
+// the user's own $XDG_CONFIG_HOME/quillmark/roots/*.pem (~/.config without the variable), and what the program added
+// with AddTrustedRoots. A file that cannot be read adds nothing. Read once, when the first secure connection asks; the
+// store is then shared by all connections and threads.
 #pragma once
 
 #include <memory>

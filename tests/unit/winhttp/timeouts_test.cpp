@@ -1,0 +1,164 @@
+// The four time-outs, each in the phase that it is for and in no other.
+#include <gtest/gtest.h>
+
+#include <future>
+#include <thread>
+
+#include "unit/winhttp/HttpCalls.h"
+#include "unit/winhttp/RawServer.h"
+#include "unit/winhttp/StalledLookup.h"
+
+namespace quillmark::test {
+namespace {
+
+constexpr int kShort = 150;
+
+class TimeoutTest : public testing::Test {
+protected:
+    // The code is 12002 and came when the short time-out had passed.
+    void ExpectTimeout(DWORD code, const Stopwatch& stopwatch) {
+        const long milliseconds = stopwatch.Milliseconds();
+        EXPECT_EQ(ERROR_WINHTTP_TIMEOUT, code);
+        EXPECT_GE(milliseconds, kShort);
+        EXPECT_LT(milliseconds, kShort + 1000);
+    }
+
+    ScopedHandle session_ = OpenSession();
+};
+
+TEST_F(TimeoutTest, ResolvingEndsWithTheResolveTimeout) {
+    const StalledLookup lookup;
+    ASSERT_TRUE(WinHttpSetTimeouts(session_, kShort, 0, 0, 0));
+    const Stopwatch stopwatch;
+    ExpectTimeout(Send(OpenRequest(session_, 80, "GET", "/", 0, kStalledName)), stopwatch);
+}
+
+TEST_F(TimeoutTest, ConnectingEndsWithTheConnectTimeout) {
+    const BlackHole hole;
+    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, kShort, 0, 0));
+    const Stopwatch stopwatch;
+    ExpectTimeout(Send(OpenRequest(session_, hole.Port(), "GET", "/")), stopwatch);
+}
+
+TEST_F(TimeoutTest, HandshakeEndsWithTheSendTimeout) {
+    RawServer server([](Peer& peer) { peer.ReadToEnd(); });
+    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, 0, kShort, 0));
+    const Stopwatch stopwatch;
+    ExpectTimeout(Send(OpenRequest(session_, server.Port(), "GET", "/", WINHTTP_FLAG_SECURE)), stopwatch);
+}
+
+TEST_F(TimeoutTest, SendingEndsWithTheSendTimeout) {
+    std::promise<void> over;
+    RawServer server([&](Peer& peer) {
+        static_cast<void>(peer.ReadHead());
+        over.get_future().wait();
+    });
+    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, 0, kShort, 0));
+    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/");
+    ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 1ULL << 40));
+    const std::string chunk(1024 * 1024, 'x');
+    DWORD code = ERROR_SUCCESS;
+    while (code == ERROR_SUCCESS) {
+        code = Write(request, chunk);
+    }
+    over.set_value();
+    EXPECT_EQ(ERROR_WINHTTP_TIMEOUT, code);
+}
+
+TEST_F(TimeoutTest, WaitingEndsWithTheReceiveTimeout) {
+    RawServer server([](Peer& peer) { peer.ReadToEnd(); });
+    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, 0, 0, kShort));
+    const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
+    ASSERT_EQ(ERROR_SUCCESS, Send(request));
+    const Stopwatch stopwatch;
+    ExpectTimeout(Receive(request).code, stopwatch);
+}
+
+TEST_F(TimeoutTest, ReadingEndsWithTheReceiveTimeout) {
+    RawServer server([](Peer& peer) {
+        static_cast<void>(peer.ReadHead());
+        peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf");
+        peer.ReadToEnd();
+    });
+    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, 0, 0, kShort));
+    const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
+    ASSERT_EQ(ERROR_SUCCESS, Send(request));
+    const Stopwatch stopwatch;
+    const Reply reply = Receive(request);
+    ExpectTimeout(reply.code, stopwatch);
+    EXPECT_EQ("half", reply.body);
+}
+
+TEST_F(TimeoutTest, ProgressBeginsItAnew) {
+    RawServer server([](Peer& peer) {
+        static_cast<void>(peer.ReadHead());
+        peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 8\r\n\r\n");
+        for (int i = 0; i < 8; ++i) {
+            // The pace of the server is what is tested.
+            std::this_thread::sleep_for(std::chrono::milliseconds(kShort / 2));
+            peer.Send("x");
+        }
+    });
+    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, 0, 0, kShort * 2));
+    EXPECT_EQ("xxxxxxxx", Exchange(OpenRequest(session_, server.Port(), "GET", "/")).body);
+}
+
+TEST_F(TimeoutTest, ZeroAndMinusOneMeanNone) {
+    for (const int none : {0, -1}) {
+        RawServer server([](Peer& peer) {
+            static_cast<void>(peer.ReadHead());
+            std::this_thread::sleep_for(std::chrono::milliseconds(kShort));
+            peer.Send(Ok("late"));
+        });
+        ASSERT_TRUE(WinHttpSetTimeouts(session_, none, none, none, none));
+        EXPECT_EQ("late", Exchange(OpenRequest(session_, server.Port(), "GET", "/")).body);
+    }
+}
+
+TEST_F(TimeoutTest, OfTheSessionHoldForRequestsOpenedLater) {
+    RawServer server([](Peer& peer) { peer.ReadToEnd(); });
+    const ScopedHandle before = OpenRequest(session_, server.Port(), "GET", "/");
+    ASSERT_TRUE(WinHttpSetTimeouts(session_, 1, 2, 3, 4));
+    const ScopedHandle after = OpenRequest(session_, server.Port(), "GET", "/");
+    DWORD value = 0;
+    DWORD size = sizeof(value);
+    ASSERT_TRUE(WinHttpQueryOption(before, WINHTTP_OPTION_RECEIVE_TIMEOUT, &value, &size));
+    EXPECT_EQ(30000u, value);
+    const std::pair<DWORD, DWORD> expected[] = {{WINHTTP_OPTION_RESOLVE_TIMEOUT, 1},
+                                                {WINHTTP_OPTION_CONNECT_TIMEOUT, 2},
+                                                {WINHTTP_OPTION_SEND_TIMEOUT, 3},
+                                                {WINHTTP_OPTION_RECEIVE_TIMEOUT, 4},
+                                                {WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, 4}};
+    for (const auto& [option, milliseconds] : expected) {
+        ASSERT_TRUE(WinHttpQueryOption(after, option, &value, &size));
+        EXPECT_EQ(milliseconds, value) << option;
+    }
+}
+
+TEST_F(TimeoutTest, NewSessionHasTheDefaults) {
+    const std::pair<DWORD, DWORD> expected[] = {{WINHTTP_OPTION_RESOLVE_TIMEOUT, 0},
+                                                {WINHTTP_OPTION_CONNECT_TIMEOUT, 60000},
+                                                {WINHTTP_OPTION_SEND_TIMEOUT, 30000},
+                                                {WINHTTP_OPTION_RECEIVE_TIMEOUT, 30000}};
+    for (const auto& [option, milliseconds] : expected) {
+        DWORD value = 1;
+        DWORD size = sizeof(value);
+        ASSERT_TRUE(WinHttpQueryOption(session_, option, &value, &size));
+        EXPECT_EQ(milliseconds, value) << option;
+    }
+}
+
+TEST_F(TimeoutTest, BelowMinusOneIsRefused) {
+    for (int position = 0; position < 4; ++position) {
+        const auto at = [&](int index) { return index == position ? -2 : 0; };
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpSetTimeouts(session_, at(0), at(1), at(2), at(3))));
+    }
+}
+
+TEST_F(TimeoutTest, ConnectionsHaveNone) {
+    const ScopedHandle connection(WinHttpConnect(session_, u"127.0.0.1", 80, 0));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(WinHttpSetTimeouts(connection, 0, 0, 0, 0)));
+}
+
+}  // namespace
+}  // namespace quillmark::test
