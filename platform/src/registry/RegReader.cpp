@@ -231,9 +231,6 @@ private:
             if (unit == u'\\' && at + 1 < m_text.size()) {
                 unit = m_text[++at];
             }
-            if (unit == u'\n' && at + 1 < m_text.size() && m_text[at + 1] == u'[') {
-                return std::nullopt;  // the next key: the closing quote is missing
-            }
             text.push_back(unit);
         }
         return std::nullopt;

@@ -2,8 +2,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <barrier>
 #include <filesystem>
 #include <string>
+#include <thread>
 
 #include "unit/platform/FilesTestFolder.h"
 
@@ -128,10 +130,12 @@ TEST_F(CopyTest, SaysWhyItCannot) {
     EXPECT_EQ(Contents("r"), "kept");
 }
 
-TEST_F(CopyTest, AFullTargetFailsWith112AndTheDeviceStays) {
-    EXPECT_FALSE(CopyFileW(Make("a", "abc").c_str(), u"/dev/full", FALSE));
+TEST_F(CopyTest, AFullDeviceFailsWith112AndIsNotRemoved) {
+    // Through a link, so that only the link could suffer.
+    ASSERT_EQ(::symlink("/dev/full", Bytes("device").c_str()), 0);
+    EXPECT_FALSE(CopyFileW(Make("a", "abc").c_str(), Path(u"device").c_str(), FALSE));
     EXPECT_EQ(GetLastError(), 112u);
-    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+    EXPECT_TRUE(Exists("device"));
 }
 
 TEST_F(CopyTest, RemovesATargetThatItCouldNotComplete) {
@@ -183,6 +187,24 @@ TEST_F(MoveTest, SaysWhyItCannot) {
         EXPECT_EQ(GetLastError(), error);
     }
     EXPECT_EQ(Contents("a"), "abc");
+}
+
+TEST_F(MoveTest, OfTwoThatMoveToOneNameAtOnceOneWins) {
+    for (int round = 0; round < 200; ++round) {
+        const std::u16string from[] = {Make("a", "a"), Make("b", "b")};
+        BOOL moved[2] = {};
+        std::barrier start(2);
+        std::thread other([&] {
+            start.arrive_and_wait();
+            moved[1] = MoveFileW(from[1].c_str(), Path(u"target").c_str());
+        });
+        start.arrive_and_wait();
+        moved[0] = MoveFileW(from[0].c_str(), Path(u"target").c_str());
+        other.join();
+        ASSERT_NE(moved[0], moved[1]);
+        ASSERT_EQ(Contents("target"), moved[0] ? "a" : "b");
+        ASSERT_TRUE(DeleteFileW(Path(u"target").c_str()));
+    }
 }
 
 TEST_F(MoveTest, ToItsOwnNameChangesNothing) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <set>
@@ -153,6 +154,24 @@ TEST_F(TempFileNameTest, CreatesAFileOfAFreeNumber) {
         EXPECT_EQ(data.st_mode & 0777u, 0600u);
     }
     EXPECT_EQ(names.size(), 100u);
+}
+
+TEST_F(TempFileNameTest, TakesTheNumbersThatAreLeftAndThenFailsWith80) {
+    Make("used0", "kept");
+    Make("used1", "kept");
+    for (UINT number = 1; number <= 0xFFFF; ++number) {
+        if (number != 0x1234 && number != 0xFFFF) {
+            const std::string used = Bytes(number % 2 == 0 ? "used0" : "used1");
+            std::array<char, 16> name{};
+            std::snprintf(name.data(), name.size(), "qm%X.tmp", number);
+            ASSERT_EQ(::link(used.c_str(), Bytes(name.data()).c_str()), 0);
+        }
+    }
+    const std::set<UINT> numbers = {GetTempFileNameW(Root16().c_str(), u"qm", 0, name_.data()),
+                                    GetTempFileNameW(Root16().c_str(), u"qm", 0, name_.data())};
+    EXPECT_EQ(numbers, (std::set<UINT>{0x1234, 0xFFFF}));
+    EXPECT_EQ(GetTempFileNameW(Root16().c_str(), u"qm", 0, name_.data()), 0u);
+    EXPECT_EQ(GetLastError(), 80u);
 }
 
 TEST_F(TempFileNameTest, SaysWhyItCannot) {

@@ -361,7 +361,7 @@ TEST_F(StreamTest, HasNeitherPositionNorSize) {
 }
 
 TEST_F(StreamTest, ClosingEndsAReadThatWaitsWith995) {
-    OpenFile pipe(Path(u"pipe"), GENERIC_READ);
+    OpenFile pipe(Path(u"pipe"), GENERIC_READ, OPEN_EXISTING, 0);
     const HANDLE handle = pipe;
     std::atomic<DWORD> thread = 0;
     DWORD error = 0;
@@ -377,6 +377,8 @@ TEST_F(StreamTest, ClosingEndsAReadThatWaitsWith995) {
     }
     quillmark::test::AwaitBlockedInPoll(thread);
     pipe.Close();
+    // Nobody else is kept out by a handle that is closed, whoever still uses it.
+    EXPECT_TRUE(OpenFile(Path(u"pipe"), GENERIC_READ, OPEN_EXISTING, 0).IsOpen());
     reader.join();
     EXPECT_EQ(error, 995u);
 }

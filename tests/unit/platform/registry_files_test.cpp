@@ -226,6 +226,7 @@ TEST_F(RegistryFilesTest, WritesWhatTheRegistryEditorImports) {
         const BYTE bytes[] = {1, 0xFF};
         EXPECT_EQ(RegSetValueExW(key, u"B", 0, REG_BINARY, bytes, 2), 0);
         EXPECT_EQ(RegSetValueExW(key, u"M", 0, REG_MULTI_SZ, bytes, 2), 0);
+        EXPECT_EQ(RegSetValueExW(key, u"L", 0, REG_SZ, reinterpret_cast<const BYTE*>(u"a\n"), 6), 0);
         EXPECT_EQ(RegDeleteValueW(key, u"gone"), 0);
         EXPECT_EQ(RegDeleteKeyExW(HKEY_CURRENT_USER, u"Old", 0, 0), 0);
     }
@@ -235,6 +236,7 @@ TEST_F(RegistryFilesTest, WritesWhatTheRegistryEditorImports) {
                                            u"@=dword:00000abc\r\n"
                                            u"\"B\"=hex:01,ff\r\n"
                                            u"\"gone\"=-\r\n"
+                                           u"\"L\"=hex(1):61,00,0a,00,00,00\r\n"
                                            u"\"M\"=hex(7):01,ff\r\n"
                                            u"\"T\\\"\"=\"a\\\\\\\"ä\"\r\n"
                                            u"\r\n[-HKEY_CURRENT_USER\\Old]\r\n"));
