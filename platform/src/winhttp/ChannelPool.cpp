@@ -1,5 +1,8 @@
 #include "winhttp/ChannelPool.h"
 
+#include <poll.h>
+
+#include <algorithm>
 #include <new>
 #include <utility>
 #include <vector>
@@ -13,14 +16,32 @@ Channel::Channel() : multi_(curl_multi_init()), easy_(curl_easy_init()) {
     curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, 1L);
 }
 
+void Channel::EndExchange(bool answeredEarly) {
+    answeredEarly_ = answeredEarly;
+    idleSince_ = std::chrono::steady_clock::now();
+    if (curl_easy_getinfo(easy_.get(), CURLINFO_ACTIVESOCKET, &socket_) != CURLE_OK) {
+        socket_ = CURL_SOCKET_BAD;
+    }
+}
+
+bool Channel::ClosesBefore(std::chrono::steady_clock::time_point moment) const {
+    if (socket_ == CURL_SOCKET_BAD) {
+        return false;
+    }
+    pollfd entry{socket_, POLLIN | POLLRDHUP, 0};
+    const auto wait = std::chrono::ceil<std::chrono::milliseconds>(moment - std::chrono::steady_clock::now());
+    // Interrupted, it is as if nothing had come.
+    return ::poll(&entry, 1, static_cast<int>(std::max<std::int64_t>(wait.count(), 0))) > 0;
+}
+
 std::unique_ptr<Channel> ChannelPool::Take(const std::string& origin) {
-    std::deque<Idle> expired;
+    std::deque<std::unique_ptr<Channel>> expired;
     {
         const std::lock_guard lock(mutex_);
         const auto found = idle_.find(origin);
         if (found != idle_.end() && !found->second.empty()) {
-            if (Clock::now() - found->second.back().since < kLongestIdle) {
-                std::unique_ptr<Channel> channel = std::move(found->second.back().channel);
+            if (Clock::now() - found->second.back()->IdleSince() < kLongestIdle) {
+                std::unique_ptr<Channel> channel = std::move(found->second.back());
                 found->second.pop_back();
                 return channel;
             }
@@ -33,21 +54,21 @@ std::unique_ptr<Channel> ChannelPool::Take(const std::string& origin) {
 }
 
 void ChannelPool::Keep(const std::string& origin, std::unique_ptr<Channel> channel) {
-    Idle oldest;
+    std::unique_ptr<Channel> oldest;
     const std::lock_guard lock(mutex_);
     if (closed_) {
         return;
     }
-    std::deque<Idle>& idle = idle_[origin];
+    std::deque<std::unique_ptr<Channel>>& idle = idle_[origin];
     if (idle.size() == kMostIdle) {
         oldest = std::move(idle.front());
         idle.pop_front();
     }
-    idle.push_back({std::move(channel), Clock::now()});
+    idle.push_back(std::move(channel));
 }
 
 void ChannelPool::Close() {
-    std::map<std::string, std::deque<Idle>> idle;
+    std::map<std::string, std::deque<std::unique_ptr<Channel>>> idle;
     const std::lock_guard lock(mutex_);
     closed_ = true;
     idle.swap(idle_);

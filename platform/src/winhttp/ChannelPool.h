@@ -25,10 +25,26 @@ public:
     [[nodiscard]] CURLM* Multi() const { return multi_.get(); }
     [[nodiscard]] CURL* Easy() const { return easy_.get(); }
 
+    // Called when an exchange is complete, before the easy handle leaves the multi handle. answeredEarly: the reply
+    // came while bytes of the request were still owed.
+    void EndExchange(bool answeredEarly);
+
+    [[nodiscard]] bool AnsweredEarly() const { return answeredEarly_; }
+
+    // Whether anything arrives on the idle connection by then: its end, since nothing else is due. False without a
+    // connection.
+    [[nodiscard]] bool ClosesBefore(std::chrono::steady_clock::time_point moment) const;
+
+    // When the last exchange ended.
+    [[nodiscard]] std::chrono::steady_clock::time_point IdleSince() const { return idleSince_; }
+
 private:
     // The connection lives in the multi handle, and its closing needs nothing of the easy one.
     MultiHandle multi_;
     EasyHandle easy_;
+    curl_socket_t socket_ = CURL_SOCKET_BAD;
+    bool answeredEarly_ = false;
+    std::chrono::steady_clock::time_point idleSince_;
 };
 
 class ChannelPool {
@@ -44,11 +60,6 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    struct Idle {
-        std::unique_ptr<Channel> channel;
-        Clock::time_point since;
-    };
-
     // Per origin; more than that are of no use after a burst of parallel requests.
     static constexpr std::size_t kMostIdle = 16;
     // Servers and middlemen drop idle connections; one that is older is closed from this side first.
@@ -56,7 +67,7 @@ private:
 
     std::mutex mutex_;
     bool closed_ = false;
-    std::map<std::string, std::deque<Idle>> idle_;
+    std::map<std::string, std::deque<std::unique_ptr<Channel>>> idle_;
 };
 
 }  // namespace quillmark::platform::winhttp

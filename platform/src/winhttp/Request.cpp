@@ -110,7 +110,7 @@ DWORD Request::StartTransfer() {
     }
     const HeaderField* userAgent = headers_.Find("User-Agent");
     if (userAgent == nullptr && !settings_.userAgent.empty()) {
-        const DWORD code = plan.headers.Add("User-Agent: " + settings_.userAgent, WINHTTP_ADDREQ_FLAG_ADD);
+        const DWORD code = plan.headers.AddValue("User-Agent", settings_.userAgent, WINHTTP_ADDREQ_FLAG_ADD);
         if (code != ERROR_SUCCESS) {
             return code;
         }

@@ -31,6 +31,9 @@ public:
 
     // The functions of the same purpose, with their codes.
     [[nodiscard]] DWORD AddHeaders(std::string_view lines, DWORD modifiers);
+    [[nodiscard]] DWORD AddHeader(std::string_view name, std::string_view value, DWORD modifiers) {
+        return headers_.AddValue(name, value, modifiers);
+    }
     [[nodiscard]] DWORD Send(std::span<const BYTE> beginning, DWORD totalLength);
     [[nodiscard]] DWORD Write(std::span<const BYTE> bytes);
     [[nodiscard]] DWORD Receive();

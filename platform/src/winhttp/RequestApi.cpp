@@ -39,13 +39,13 @@ std::string HeaderText(LPCWSTR headers, DWORD length) {
 DWORD AddOpeningHeaders(Request& request, LPCWSTR referrer, LPCWSTR* acceptTypes, DWORD flags) {
     DWORD code = ERROR_SUCCESS;
     if (!TextOf(referrer).empty()) {
-        code = request.AddHeaders("Referer: " + Narrow(TextOf(referrer)), WINHTTP_ADDREQ_FLAG_ADD);
+        code = request.AddHeader("Referer", Narrow(TextOf(referrer)), WINHTTP_ADDREQ_FLAG_ADD);
     }
     for (LPCWSTR* type = acceptTypes; code == ERROR_SUCCESS && type != nullptr && *type != nullptr; ++type) {
-        code = request.AddHeaders("Accept: " + Narrow(TextOf(*type)), WINHTTP_ADDREQ_FLAG_COALESCE_WITH_COMMA);
+        code = request.AddHeader("Accept", Narrow(TextOf(*type)), WINHTTP_ADDREQ_FLAG_COALESCE_WITH_COMMA);
     }
     if (code == ERROR_SUCCESS && (flags & WINHTTP_FLAG_REFRESH) != 0) {
-        code = request.AddHeaders("Pragma: no-cache", WINHTTP_ADDREQ_FLAG_ADD);
+        code = request.AddHeader("Pragma", "no-cache", WINHTTP_ADDREQ_FLAG_ADD);
     }
     return code == ERROR_SUCCESS || code == ERROR_NOT_ENOUGH_MEMORY ? code : ERROR_INVALID_PARAMETER;
 }

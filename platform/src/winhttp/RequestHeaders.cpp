@@ -72,6 +72,13 @@ DWORD RequestHeaders::Add(std::string_view lines, DWORD modifiers) {
     return ERROR_SUCCESS;
 }
 
+DWORD RequestHeaders::AddValue(std::string_view name, std::string_view value, DWORD modifiers) {
+    if (std::any_of(value.begin(), value.end(), IsControl)) {
+        return ERROR_WINHTTP_INVALID_HEADER;
+    }
+    return AddField({std::string(name), std::string(Trim(value))}, modifiers);
+}
+
 DWORD RequestHeaders::AddField(HeaderField field, DWORD modifiers) {
     const auto existing = std::find_if(fields_.begin(), fields_.end(), [&](const HeaderField& other) {
         return EqualsIgnoringCase(other.name, field.name);

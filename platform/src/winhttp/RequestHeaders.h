@@ -22,6 +22,9 @@ public:
     // Adds the lines of the text as the flags say. All of them or, with the code of WinHttpAddRequestHeaders, none.
     [[nodiscard]] DWORD Add(std::string_view lines, DWORD modifiers);
 
+    // Adds one header whose value is not part of a larger text: it cannot bring further lines.
+    [[nodiscard]] DWORD AddValue(std::string_view name, std::string_view value, DWORD modifiers);
+
     // The field of that name, or null.
     [[nodiscard]] const HeaderField* Find(std::string_view name) const;
 

@@ -36,15 +36,28 @@ public:
     [[nodiscard]] TrustedRoots& Roots() { return roots_; }
     [[nodiscard]] ChannelPool& Channels() { return channels_; }
 
+    // An idle channel of the origin whose connection still lives, or a new one. Throws std::bad_alloc.
+    //
+    // Some front ends answer an upload before its last announced bytes are there, say that they keep the connection,
+    // and close it behind the reply all the same. So after the first such reply of an origin the connection is watched
+    // for a moment before it carries another request. Where it closes, later uploads pay what they owe before they wait
+    // for the reply; where it does not, it is not watched again.
+    [[nodiscard]] std::unique_ptr<Channel> TakeChannel(const std::string& origin);
+
     // Servers that do not answer before all announced bytes are there, learned by waiting for one once.
     [[nodiscard]] bool WaitsForOwedBytes(const std::string& origin) const;
     void RememberWaitsForOwedBytes(const std::string& origin);
 
 private:
+    // How long the idle channel is to be watched for its end.
+    [[nodiscard]] std::chrono::steady_clock::time_point EndOfWatch(const Channel& channel,
+                                                                   const std::string& origin) const;
+
     const ProxyChoice proxy_;
     mutable std::mutex mutex_;
     Settings settings_;
     std::set<std::string> waitsForOwedBytes_;
+    std::set<std::string> keepsAfterEarlyReply_;
     // The channels refer to the share, so they are declared after it and go first.
     CurlShare share_;
     TrustedRoots roots_;

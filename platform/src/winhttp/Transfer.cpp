@@ -28,7 +28,7 @@ Transfer::Transfer(Session& session, CancelSignal& cancel, const Settings& setti
       upload_(upload),
       plan_(plan),
       origin_(plan.target.Origin()),
-      channel_(session.Channels().Take(origin_)),
+      channel_(session.TakeChannel(origin_)),
       headerList_(ApplyPlan(channel_->Easy(), plan_, session)),
       head_(plan.verb, settings.maxHeadSize) {
     InstallCallbacks();
@@ -40,6 +40,7 @@ Transfer::~Transfer() {
         DrainWithoutWaiting();
     }
     cancel_.Watch(nullptr);
+    channel_->EndExchange(answeredEarly_);
     if (added_) {
         curl_multi_remove_handle(channel_->Multi(), channel_->Easy());
     }
@@ -242,6 +243,7 @@ void Transfer::SettleUpload() {
     if (IsSmallDebt() && !head_.ClosesConnection()) {
         // Not here, inside libcurl's callback, but with the next drive.
         payWithHead_ = true;
+        answeredEarly_ = true;
         return;
     }
     if (upload_.IsComplete() && upload_.IsQueueEmpty()) {

@@ -132,6 +132,7 @@ private:
     // The upload was given up: libcurl is told that it is over, and the connection is not used again.
     bool stopped_ = false;
     bool payWithHead_ = false;
+    bool answeredEarly_ = false;
     bool discarding_ = false;
     // The head is final by its status, but libcurl may be about to answer the challenge in it.
     bool provisional_ = false;

@@ -1,0 +1,229 @@
+// Handles and arguments: what each function refuses, and with which code.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "handles/HandleTable.h"
+#include "unit/winhttp/HttpCalls.h"
+#include "unit/winhttp/RawServer.h"
+
+namespace quillmark::test {
+namespace {
+
+struct NamedCall {
+    const char* name;
+    std::function<BOOL(HINTERNET)> call;
+};
+
+DWORD scratch = 0;
+DWORD scratchSize = 0;
+
+// Every function that takes a request.
+const NamedCall kRequestCalls[] = {
+    {"WinHttpAddRequestHeaders",
+     [](HINTERNET handle) {
+         return WinHttpAddRequestHeaders(handle, u"X: 1", static_cast<DWORD>(-1), WINHTTP_ADDREQ_FLAG_ADD);
+     }},
+    {"WinHttpSendRequest", [](HINTERNET handle) { return WinHttpSendRequest(handle, nullptr, 0, nullptr, 0, 0, 0); }},
+    {"WinHttpWriteData", [](HINTERNET handle) { return WinHttpWriteData(handle, "x", 1, &scratch); }},
+    {"WinHttpReceiveResponse", [](HINTERNET handle) { return WinHttpReceiveResponse(handle, nullptr); }},
+    {"WinHttpQueryHeaders",
+     [](HINTERNET handle) {
+         return WinHttpQueryHeaders(handle, WINHTTP_QUERY_STATUS_CODE, nullptr, nullptr, &scratchSize, nullptr);
+     }},
+    {"WinHttpQueryDataAvailable", [](HINTERNET handle) { return WinHttpQueryDataAvailable(handle, &scratch); }},
+    {"WinHttpReadData", [](HINTERNET handle) { return WinHttpReadData(handle, &scratch, 1, &scratchSize); }},
+    {"WinHttpSetCredentials", [](HINTERNET handle) {
+         return WinHttpSetCredentials(handle, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_NEGOTIATE, nullptr,
+                                      nullptr, nullptr);
+     }}};
+
+BOOL Connect(HINTERNET handle) {
+    return WinHttpConnect(handle, u"localhost", 80, 0) != nullptr;
+}
+
+BOOL Open(HINTERNET handle) {
+    return WinHttpOpenRequest(handle, nullptr, nullptr, nullptr, nullptr, nullptr, 0) != nullptr;
+}
+
+BOOL QueryType(HINTERNET handle) {
+    scratchSize = sizeof(scratch);
+    return WinHttpQueryOption(handle, WINHTTP_OPTION_HANDLE_TYPE, &scratch, &scratchSize);
+}
+
+BOOL SetTimeout(HINTERNET handle) {
+    return WinHttpSetOption(handle, WINHTTP_OPTION_SEND_TIMEOUT, &scratch, sizeof(scratch));
+}
+
+BOOL SetTimeouts(HINTERNET handle) {
+    return WinHttpSetTimeouts(handle, 0, 0, 0, 0);
+}
+
+class HandlesTest : public testing::Test {
+protected:
+    ScopedHandle session_ = OpenSession();
+    ScopedHandle connection_{WinHttpConnect(session_, u"127.0.0.1", 80, 0)};
+    ScopedHandle request_{WinHttpOpenRequest(connection_, u"GET", u"/", nullptr, nullptr, nullptr, 0)};
+};
+
+TEST_F(HandlesTest, NullClosedAndUnknownHandlesAreInvalid) {
+    const HINTERNET closed = request_;
+    request_.Close();
+    std::vector<NamedCall> calls(std::begin(kRequestCalls), std::end(kRequestCalls));
+    calls.push_back({"WinHttpConnect", Connect});
+    calls.push_back({"WinHttpOpenRequest", Open});
+    calls.push_back({"WinHttpQueryOption", QueryType});
+    calls.push_back({"WinHttpSetOption", SetTimeout});
+    calls.push_back({"WinHttpSetTimeouts", SetTimeouts});
+    calls.push_back({"WinHttpCloseHandle", WinHttpCloseHandle});
+    for (const NamedCall& call : calls) {
+        for (const HINTERNET handle : {HINTERNET{}, closed, static_cast<HINTERNET>(INVALID_HANDLE_VALUE)}) {
+            EXPECT_EQ(ERROR_INVALID_HANDLE, Code(call.call(handle))) << call.name;
+        }
+    }
+}
+
+TEST_F(HandlesTest, SessionsAndConnectionsAreNoRequests) {
+    for (const NamedCall& call : kRequestCalls) {
+        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(call.call(session_))) << call.name;
+        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(call.call(connection_))) << call.name;
+    }
+}
+
+TEST_F(HandlesTest, OnlySessionsConnectAndOnlyConnectionsOpen) {
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Connect(connection_)));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Connect(request_)));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Open(session_)));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Open(request_)));
+}
+
+TEST_F(HandlesTest, CloseHandleClosesNoneOfThem) {
+    for (const HINTERNET handle : {HINTERNET{session_}, HINTERNET{connection_}, HINTERNET{request_}}) {
+        EXPECT_EQ(ERROR_INVALID_HANDLE, Code(CloseHandle(handle)));
+        EXPECT_TRUE(QueryType(handle));
+    }
+}
+
+TEST_F(HandlesTest, ClosingTwiceFails) {
+    const HINTERNET handle = connection_;
+    connection_.Close();
+    EXPECT_EQ(ERROR_INVALID_HANDLE, Code(WinHttpCloseHandle(handle)));
+}
+
+TEST_F(HandlesTest, AllHandlesGoWithTheirClosing) {
+    request_.Close();
+    connection_.Close();
+    session_.Close();
+    const std::size_t before = platform::OpenHandleCount();
+    {
+        const ScopedHandle session = OpenSession();
+        const ScopedHandle request = OpenRequest(session, 80, "GET", "/");
+        EXPECT_EQ(before + 2, platform::OpenHandleCount());
+    }
+    EXPECT_EQ(before, platform::OpenHandleCount());
+}
+
+TEST_F(HandlesTest, CallsOutOfOrderAreRefused) {
+    // Before it is sent: nothing to write, to receive or to read.
+    for (std::size_t i = 2; i <= 6; ++i) {
+        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, Code(kRequestCalls[i].call(request_))) << kRequestCalls[i].name;
+    }
+    RawServer server([](Peer& peer) {
+        static_cast<void>(peer.ReadHead());
+        peer.Send(Ok());
+        peer.ReadToEnd();
+    });
+    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/");
+    ASSERT_EQ(ERROR_SUCCESS, Send(request));
+    // While the reply is outstanding: no headers, no second sending, nothing to query or to read.
+    for (const std::size_t i : {0u, 1u, 4u, 5u, 6u, 7u}) {
+        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, Code(kRequestCalls[i].call(request))) << kRequestCalls[i].name;
+    }
+    ASSERT_TRUE(WinHttpReceiveResponse(request, nullptr));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, Code(WinHttpReceiveResponse(request, nullptr)));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, Code(WinHttpWriteData(request, "x", 1, nullptr)));
+}
+
+// ---- Arguments ----
+
+DWORD OpenCode(DWORD accessType, LPCWSTR name, LPCWSTR bypass, DWORD flags) {
+    const ScopedHandle session(WinHttpOpen(nullptr, accessType, name, bypass, flags));
+    return session == nullptr ? GetLastError() : ERROR_SUCCESS;
+}
+
+TEST_F(HandlesTest, OpenAcceptsTheDocumentedAccessTypes) {
+    EXPECT_EQ(ERROR_SUCCESS, OpenCode(WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, nullptr, nullptr, 0));
+    EXPECT_EQ(ERROR_SUCCESS, OpenCode(WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, 0));
+    EXPECT_EQ(ERROR_SUCCESS, OpenCode(WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY, nullptr, nullptr, 0));
+    EXPECT_EQ(ERROR_SUCCESS, OpenCode(WINHTTP_ACCESS_TYPE_NAMED_PROXY, u"proxy:3128", u"<local>", 0));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenCode(2, nullptr, nullptr, 0));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenCode(WINHTTP_ACCESS_TYPE_NAMED_PROXY, nullptr, nullptr, 0));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenCode(WINHTTP_ACCESS_TYPE_NO_PROXY, u"proxy:3128", nullptr, 0));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenCode(WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, u"host", 0));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenCode(WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, WINHTTP_FLAG_ASYNC));
+}
+
+DWORD ConnectCode(HINTERNET session, std::string_view name, DWORD reserved = 0) {
+    const ScopedHandle connection(WinHttpConnect(session, Wide(name).c_str(), 80, reserved));
+    return connection == nullptr ? GetLastError() : ERROR_SUCCESS;
+}
+
+TEST_F(HandlesTest, ConnectTakesHostNamesAndAddresses) {
+    for (const char* name :
+         {"host", "sub.host.example", "under_score", "127.0.0.1", "::1", "[::1]", "fe80::1", "x--y"}) {
+        EXPECT_EQ(ERROR_SUCCESS, ConnectCode(session_, name)) << name;
+    }
+    for (const char* name : {"", "http://host", "host:80", "host/path", "user@host", "two words", "a\r\nb", "[host]",
+                             "[", "h\xC3\xA9llo", "::g", "host?", "host#"}) {
+        EXPECT_EQ(ERROR_WINHTTP_INVALID_URL, ConnectCode(session_, name)) << name;
+    }
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, ConnectCode(session_, "host", 1));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpConnect(session_, nullptr, 80, 0) != nullptr));
+}
+
+DWORD OpenRequestCode(HINTERNET connection, LPCWSTR verb, std::u16string_view object, LPCWSTR version = nullptr,
+                      DWORD flags = 0, LPCWSTR referrer = nullptr) {
+    const ScopedHandle request(
+        WinHttpOpenRequest(connection, verb, std::u16string(object).c_str(), version, referrer, nullptr, flags));
+    return request == nullptr ? GetLastError() : ERROR_SUCCESS;
+}
+
+TEST_F(HandlesTest, ObjectsThatCannotStandInARequestLineAreRefused) {
+    for (const char16_t* object : {u"/a b", u"/a\tb", u"/a\r\nX: y", u"/a\nb", u"/a\x7F", u"/a\x01", u"/\u00E4",
+                                   u"/\u6587", u"/a#b", u"/\xD800"}) {
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, u"GET", object));
+    }
+    EXPECT_EQ(ERROR_SUCCESS, OpenRequestCode(connection_, u"GET", u"/a%20b%23?c=d+e&f=;~"));
+}
+
+TEST_F(HandlesTest, VerbsAreTokensAndVersionsAndFlagsAreKnown) {
+    EXPECT_EQ(ERROR_SUCCESS, OpenRequestCode(connection_, u"PROPFIND", u"/"));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, u"GET /", u"/"));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, u"G\r\nET", u"/"));
+    EXPECT_EQ(ERROR_SUCCESS, OpenRequestCode(connection_, nullptr, u"/", u"HTTP/1.1"));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, nullptr, u"/", u"HTTP/2"));
+    EXPECT_EQ(ERROR_SUCCESS,
+              OpenRequestCode(connection_, nullptr, u"/", nullptr, WINHTTP_FLAG_SECURE | WINHTTP_FLAG_ESCAPE_DISABLE));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, nullptr, u"/", nullptr, 1));
+}
+
+TEST_F(HandlesTest, TextsThatBecomeHeadersBringNoLinesOfTheirOwn) {
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, nullptr, u"/", nullptr, 0, u"http://a\r\nX: y"));
+    LPCWSTR types[] = {u"text/plain\r\nX: y", nullptr};
+    const ScopedHandle request(WinHttpOpenRequest(connection_, nullptr, u"/", nullptr, nullptr, types, 0));
+    EXPECT_EQ(nullptr, HINTERNET{request});
+    const ScopedHandle session(WinHttpOpen(u"Agent\r\nX: y", WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, 0));
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER, Send(OpenRequest(session, UnusedPort(), "GET", "/")));
+}
+
+TEST_F(HandlesTest, NullBuffersAreRefused) {
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpWriteData(request_, nullptr, 1, nullptr)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpReadData(request_, nullptr, 1, &scratch)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpReadData(request_, &scratch, 1, nullptr)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpReceiveResponse(request_, &scratch)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER,
+              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE, nullptr, nullptr, nullptr, nullptr)));
+}
+
+}  // namespace
+}  // namespace quillmark::test

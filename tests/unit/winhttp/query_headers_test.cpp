@@ -1,0 +1,175 @@
+// Queries of the reply's head.
+#include <gtest/gtest.h>
+
+#include "unit/winhttp/HttpCalls.h"
+#include "unit/winhttp/RawServer.h"
+
+namespace quillmark::test {
+namespace {
+
+class QueryHeadersTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(ERROR_SUCCESS, Send(request_));
+        ASSERT_TRUE(WinHttpReceiveResponse(request_, nullptr));
+    }
+
+    DWORD Query(DWORD level, std::string& value, LPCWSTR name = nullptr, LPDWORD index = nullptr) {
+        WCHAR text[1000];
+        DWORD size = sizeof(text);
+        if (!WinHttpQueryHeaders(request_, level, name, text, &size, index)) {
+            return GetLastError();
+        }
+        EXPECT_EQ(u'\0', text[size / sizeof(WCHAR)]);
+        value.assign(text, text + size / sizeof(WCHAR));
+        return ERROR_SUCCESS;
+    }
+
+    std::string Value(DWORD level, LPCWSTR name = nullptr) {
+        std::string value;
+        EXPECT_EQ(ERROR_SUCCESS, Query(level, value, name));
+        return value;
+    }
+
+    RawServer server_{[](Peer& peer) {
+        static_cast<void>(peer.ReadHead());
+        peer.Send(
+            "HTTP/1.1 404 Not Here\r\nContent-Length: 4294967296\r\nContent-Type: text/plain\r\n"
+            "Date: Sun, 06 Nov 1994 08:49:37 GMT\r\nX-Many: one\r\nX-Many:two\r\nRetry-After: 120\r\n"
+            "X-Name: \xC3\xA4\xFF\r\n\r\n");
+        peer.ReadToEnd();
+    }};
+    ScopedHandle session_ = OpenSession();
+    ScopedHandle request_ = OpenRequest(session_, server_.Port(), "GET", "/x");
+};
+
+TEST_F(QueryHeadersTest, StatusLineAsTexts) {
+    EXPECT_EQ("404", Value(WINHTTP_QUERY_STATUS_CODE));
+    EXPECT_EQ("Not Here", Value(WINHTTP_QUERY_STATUS_TEXT));
+    EXPECT_EQ("HTTP/1.1", Value(WINHTTP_QUERY_VERSION));
+    EXPECT_EQ("GET", Value(WINHTTP_QUERY_REQUEST_METHOD));
+}
+
+TEST_F(QueryHeadersTest, SizeIsAskedForWithoutABuffer) {
+    DWORD size = 0;
+    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE, nullptr,
+                                                                  WINHTTP_NO_OUTPUT_BUFFER, &size, nullptr)));
+    // Three digits and the zero.
+    EXPECT_EQ(8u, size);
+    WCHAR text[4];
+    EXPECT_TRUE(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE, nullptr, text, &size, nullptr));
+    EXPECT_EQ(6u, size);
+    EXPECT_EQ(u"404", std::u16string(text));
+}
+
+TEST_F(QueryHeadersTest, BufferThatIsOneTooSmallIsLeftAlone) {
+    WCHAR text[4] = {u'x', u'x', u'x', u'x'};
+    DWORD size = 7;
+    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER,
+              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE, nullptr, text, &size, nullptr)));
+    EXPECT_EQ(8u, size);
+    EXPECT_EQ(u'x', text[0]);
+}
+
+TEST_F(QueryHeadersTest, StatusAsNumber) {
+    DWORD status = 0;
+    DWORD size = sizeof(status);
+    EXPECT_TRUE(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER, nullptr, &status,
+                                    &size, nullptr));
+    EXPECT_EQ(404u, status);
+    EXPECT_EQ(4u, size);
+    size = 3;
+    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER,
+              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER, nullptr,
+                                       &status, &size, nullptr)));
+    EXPECT_EQ(4u, size);
+}
+
+TEST_F(QueryHeadersTest, LengthOf4GiBNeeds64Bits) {
+    EXPECT_EQ("4294967296", Value(WINHTTP_QUERY_CONTENT_LENGTH));
+    DWORD narrow = 0;
+    DWORD size = sizeof(narrow);
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER,
+              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_CONTENT_LENGTH | WINHTTP_QUERY_FLAG_NUMBER, nullptr,
+                                       &narrow, &size, nullptr)));
+    std::uint64_t wide = 0;
+    size = sizeof(wide);
+    EXPECT_TRUE(WinHttpQueryHeaders(request_, WINHTTP_QUERY_CONTENT_LENGTH | WINHTTP_QUERY_FLAG_NUMBER64, nullptr,
+                                    &wide, &size, nullptr));
+    EXPECT_EQ(4294967296u, wide);
+}
+
+TEST_F(QueryHeadersTest, TextIsNoNumber) {
+    DWORD number = 0;
+    DWORD size = sizeof(number);
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER,
+              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_CONTENT_TYPE | WINHTTP_QUERY_FLAG_NUMBER, nullptr,
+                                       &number, &size, nullptr)));
+}
+
+TEST_F(QueryHeadersTest, DateAsSystemTime) {
+    SYSTEMTIME time{};
+    DWORD size = sizeof(time);
+    ASSERT_TRUE(WinHttpQueryHeaders(request_, WINHTTP_QUERY_DATE | WINHTTP_QUERY_FLAG_SYSTEMTIME, nullptr, &time, &size,
+                                    nullptr));
+    EXPECT_EQ(16u, size);
+    EXPECT_EQ(1994, time.wYear);
+    EXPECT_EQ(11, time.wMonth);
+    EXPECT_EQ(0, time.wDayOfWeek);
+    EXPECT_EQ(6, time.wDay);
+    EXPECT_EQ(8, time.wHour);
+    EXPECT_EQ(49, time.wMinute);
+    EXPECT_EQ(37, time.wSecond);
+    EXPECT_EQ(0, time.wMilliseconds);
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER,
+              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_CONTENT_TYPE | WINHTTP_QUERY_FLAG_SYSTEMTIME, nullptr,
+                                       &time, &size, nullptr)));
+}
+
+TEST_F(QueryHeadersTest, HeadersByNameInAnyCase) {
+    EXPECT_EQ("120", Value(WINHTTP_QUERY_RETRY_AFTER));
+    EXPECT_EQ("120", Value(WINHTTP_QUERY_CUSTOM, u"retry-AFTER"));
+    std::string value;
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Query(WINHTTP_QUERY_CUSTOM, value));
+}
+
+TEST_F(QueryHeadersTest, IndexWalksThroughHeadersOfOneName) {
+    std::string value;
+    DWORD index = 0;
+    EXPECT_EQ(ERROR_SUCCESS, Query(WINHTTP_QUERY_CUSTOM, value, u"X-Many", &index));
+    EXPECT_EQ("one", value);
+    EXPECT_EQ(ERROR_SUCCESS, Query(WINHTTP_QUERY_CUSTOM, value, u"X-Many", &index));
+    EXPECT_EQ("two", value);
+    EXPECT_EQ(2u, index);
+    EXPECT_EQ(ERROR_WINHTTP_HEADER_NOT_FOUND, Query(WINHTTP_QUERY_CUSTOM, value, u"X-Many", &index));
+    EXPECT_EQ(2u, index);
+}
+
+TEST_F(QueryHeadersTest, MissingAndUnknownOnes) {
+    std::string value;
+    EXPECT_EQ(ERROR_WINHTTP_HEADER_NOT_FOUND, Query(WINHTTP_QUERY_LOCATION, value));
+    EXPECT_EQ(ERROR_WINHTTP_HEADER_NOT_FOUND, Query(WINHTTP_QUERY_CUSTOM, value, u"X-None"));
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_QUERY_REQUEST, Query(79, value));
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_QUERY_REQUEST, Query(71, value));
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_QUERY_REQUEST,
+              Query(WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_REQUEST_HEADERS, value));
+}
+
+TEST_F(QueryHeadersTest, RawHeadersAsLines) {
+    const std::string raw = Value(WINHTTP_QUERY_RAW_HEADERS_CRLF);
+    EXPECT_TRUE(raw.starts_with("HTTP/1.1 404 Not Here\r\nContent-Length: 4294967296\r\nContent-Type: text/plain\r\n"))
+        << raw;
+    EXPECT_TRUE(raw.ends_with("\r\n\r\n"));
+    const std::string zeros = Value(WINHTTP_QUERY_RAW_HEADERS);
+    EXPECT_TRUE(zeros.starts_with(std::string("HTTP/1.1 404 Not Here\0Content-Length: 4294967296\0", 49))) << zeros;
+}
+
+TEST_F(QueryHeadersTest, BytesAreReadAsUtf8) {
+    WCHAR text[10];
+    DWORD size = sizeof(text);
+    ASSERT_TRUE(WinHttpQueryHeaders(request_, WINHTTP_QUERY_CUSTOM, u"X-Name", text, &size, nullptr));
+    EXPECT_EQ(u"\u00E4\uFFFD", std::u16string(text));
+}
+
+}  // namespace
+}  // namespace quillmark::test

@@ -1,0 +1,193 @@
+// Secure requests: who is trusted, and that nothing turns the verification off.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "unit/winhttp/HttpCalls.h"
+#include "unit/winhttp/RawServer.h"
+#include "unit/winhttp/TempFolder.h"
+
+namespace quillmark::test {
+namespace {
+
+class TlsTest : public testing::Test {
+protected:
+    void TearDown() override {
+        unsetenv("SSL_CERT_FILE");
+        unsetenv("SSL_CERT_DIR");
+        unsetenv("XDG_CONFIG_HOME");
+    }
+
+    void TrustByFile(const TlsIdentity& identity) {
+        setenv("SSL_CERT_FILE", folder_.Write("root.pem", identity.CertificatePem()).c_str(), 1);
+    }
+
+    ScopedHandle Open(const RawServer& server, std::string_view host = "localhost", std::string_view verb = "GET") {
+        return OpenRequest(session_, server.Port(), verb, "/", WINHTTP_FLAG_SECURE, host);
+    }
+
+    static void Serve(Peer& peer) {
+        for (std::string head; !(head = peer.ReadHead()).empty();) {
+            peer.Send(Ok(head.substr(0, head.find('\r'))));
+        }
+    }
+
+    TempFolder folder_;
+    TlsIdentity identity_{"DNS:localhost"};
+    RawServer server_{Serve, &identity_};
+    ScopedHandle session_ = OpenSession();
+};
+
+TEST_F(TlsTest, UnknownRootFails) {
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(server_)));
+}
+
+TEST_F(TlsTest, RootInSslCertFileIsTrusted) {
+    TrustByFile(identity_);
+    EXPECT_EQ("GET / HTTP/1.1", Exchange(Open(server_)).body);
+}
+
+TEST_F(TlsTest, RootOfTheUserIsTrusted) {
+    folder_.Write("quillmark/roots/own.pem", identity_.CertificatePem());
+    setenv("XDG_CONFIG_HOME", folder_.Path().c_str(), 1);
+    EXPECT_EQ("GET / HTTP/1.1", Exchange(Open(server_)).body);
+}
+
+TEST_F(TlsTest, OtherFilesOfTheUserAreNoRoots) {
+    folder_.Write("quillmark/roots/own.txt", identity_.CertificatePem());
+    folder_.Write("quillmark/roots/broken.pem", "no certificate");
+    setenv("XDG_CONFIG_HOME", folder_.Path().c_str(), 1);
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(server_)));
+}
+
+TEST_F(TlsTest, RootsAreReadOncePerSession) {
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(server_)));
+    TrustByFile(identity_);
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(server_)));
+    session_ = OpenSession();
+    EXPECT_EQ(ERROR_SUCCESS, Send(Open(server_)));
+}
+
+TEST_F(TlsTest, WrongHostNameFails) {
+    TrustByFile(identity_);
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(server_, "127.0.0.1")));
+}
+
+TEST_F(TlsTest, AddressInTheCertificateIsAccepted) {
+    const TlsIdentity identity("IP:127.0.0.1");
+    RawServer server(Serve, &identity);
+    TrustByFile(identity);
+    EXPECT_EQ(200, Exchange(Open(server, "127.0.0.1")).status);
+}
+
+TEST_F(TlsTest, VerificationHasNoSwitch) {
+    const ScopedHandle request = Open(server_);
+    DWORD ignoreAll = 0x3300;
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_OPTION,
+              Code(WinHttpSetOption(request, WINHTTP_OPTION_SECURITY_FLAGS, &ignoreAll, sizeof(ignoreAll))));
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(request));
+}
+
+TEST_F(TlsTest, ServerWithoutTlsFails) {
+    RawServer plain([](Peer& peer) {
+        static_cast<void>(peer.Read(1));
+        peer.Send("HTTP/1.1 400 Bad Request\r\n\r\n");
+        peer.ReadToEnd();
+    });
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(plain)));
+}
+
+TEST_F(TlsTest, ConnectionIsKept) {
+    TrustByFile(identity_);
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(200, Exchange(Open(server_)).status);
+    }
+    EXPECT_EQ(1, server_.Connections());
+}
+
+TEST_F(TlsTest, LargeBodiesPassInBothDirections) {
+    TrustByFile(identity_);
+    const std::string body(3'000'001, 'u');
+    RawServer echo(
+        [&](Peer& peer) {
+            static_cast<void>(peer.ReadHead());
+            peer.Send(Ok(peer.Read(body.size())));
+            peer.ReadToEnd();
+        },
+        &identity_);
+    const ScopedHandle request = Open(echo, "localhost", "POST");
+    ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, body.size()));
+    ASSERT_EQ(ERROR_SUCCESS, Write(request, body));
+    EXPECT_TRUE(Receive(request).body == body);
+}
+
+TEST_F(TlsTest, OwedBytesArePaidAndTheConnectionIsKept) {
+    TrustByFile(identity_);
+    std::string paid;
+    RawServer server(
+        [&](Peer& peer) {
+            while (!peer.ReadHead().empty()) {
+                static_cast<void>(peer.Read(5));
+                peer.Send(Ok("ok"));
+                paid += peer.Read(3);
+            }
+        },
+        &identity_);
+    for (int i = 0; i < 2; ++i) {
+        const ScopedHandle request = Open(server, "localhost", "POST");
+        ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 8));
+        ASSERT_EQ(ERROR_SUCCESS, Write(request, "12345"));
+        EXPECT_EQ("ok", Receive(request).body);
+    }
+    EXPECT_EQ(1, server.Connections());
+    session_.Close();
+}
+
+TEST_F(TlsTest, LostConnectionIsSeenOnce) {
+    TrustByFile(identity_);
+    std::atomic<int> seen{0};
+    RawServer server(
+        [&](Peer& peer) {
+            static_cast<void>(peer.ReadHead());
+            peer.Send(Ok());
+            seen += peer.ReadHead().empty() ? 0 : 1;
+        },
+        &identity_);
+    EXPECT_EQ(200, Exchange(Open(server)).status);
+    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, Exchange(Open(server, "localhost", "POST"), "a=b").code);
+    EXPECT_EQ(1, seen);
+    EXPECT_EQ(1, server.Connections());
+}
+
+TEST_F(TlsTest, RedirectToPlainHttpIsLeftToTheCallerUnlessAllowed) {
+    TrustByFile(identity_);
+    RawServer plain(Serve);
+    RawServer secure(
+        [&](Peer& peer) {
+            while (!peer.ReadHead().empty()) {
+                peer.Send("HTTP/1.1 302 Found\r\nLocation: http://localhost:" + std::to_string(plain.Port()) +
+                          "/to\r\nContent-Length: 0\r\n\r\n");
+            }
+        },
+        &identity_);
+    EXPECT_EQ(302, Exchange(Open(secure)).status);
+    EXPECT_EQ(0, plain.Connections());
+    const ScopedHandle request = Open(secure);
+    DWORD policy = WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS;
+    ASSERT_TRUE(WinHttpSetOption(request, WINHTTP_OPTION_REDIRECT_POLICY, &policy, sizeof(policy)));
+    EXPECT_EQ("GET /to HTTP/1.1", Exchange(request).body);
+}
+
+TEST_F(TlsTest, RedirectFromPlainHttpIsFollowed) {
+    TrustByFile(identity_);
+    RawServer plain([&](Peer& peer) {
+        static_cast<void>(peer.ReadHead());
+        peer.Send("HTTP/1.1 301 Moved Permanently\r\nLocation: https://localhost:" + std::to_string(server_.Port()) +
+                  "/to\r\nContent-Length: 0\r\n\r\n");
+        peer.ReadToEnd();
+    });
+    EXPECT_EQ("GET /to HTTP/1.1", Exchange(OpenRequest(session_, plain.Port(), "GET", "/", 0, "localhost")).body);
+}
+
+}  // namespace
+}  // namespace quillmark::test
