@@ -157,6 +157,27 @@ DWORD SyncFolderOf(const std::string& path) {
     return descriptor.IsOpen() && ::fsync(descriptor.Get()) == 0 ? ERROR_SUCCESS : ErrorFromErrno(errno);
 }
 
+DWORD RenameOrCopy(const Moving& moving) {
+    int error = Rename(moving, moving.from);
+    if ((error == EINVAL || error == ENOSYS) && !moving.Replaces()) {
+        error = RenameToUnused(moving);
+    }
+    switch (error) {
+        case 0:
+            return ERROR_SUCCESS;
+        case EXDEV:
+            return MoveAcrossFileSystems(moving);
+        case EEXIST:
+        case ENOTEMPTY:
+            return ERROR_ALREADY_EXISTS;
+        case EINVAL:
+            // A folder into itself.
+            return ERROR_SHARING_VIOLATION;
+        default:
+            return ErrorForPath(error, moving.to);
+    }
+}
+
 DWORD Move(LPCWSTR existing, LPCWSTR target, DWORD flags) {
     if ((flags & ~kKnownFlags) != 0) {
         return ERROR_INVALID_PARAMETER;
@@ -177,28 +198,7 @@ DWORD Move(LPCWSTR existing, LPCWSTR target, DWORD flags) {
     if (const DWORD code = CheckTarget(moving); code != ERROR_SUCCESS) {
         return code;
     }
-    int error = Rename(moving, moving.from);
-    if (error == EINVAL || error == ENOSYS) {
-        error = moving.Replaces() ? error : RenameToUnused(moving);
-    }
-    DWORD code = ERROR_SUCCESS;
-    switch (error) {
-        case 0:
-            break;
-        case EXDEV:
-            code = MoveAcrossFileSystems(moving);
-            break;
-        case EEXIST:
-        case ENOTEMPTY:
-            code = ERROR_ALREADY_EXISTS;
-            break;
-        case EINVAL:
-            // A folder into itself.
-            code = ERROR_SHARING_VIOLATION;
-            break;
-        default:
-            code = ErrorForPath(error, moving.to);
-    }
+    const DWORD code = RenameOrCopy(moving);
     const bool syncs = code == ERROR_SUCCESS && (flags & MOVEFILE_WRITE_THROUGH) != 0;
     return syncs ? SyncFolderOf(moving.to) : code;
 }
