@@ -29,7 +29,8 @@
 //   ERROR_KEY_DELETED        the key of this handle is no longer there
 //   ERROR_ACCESS_DENIED      the handle was not opened for that
 //   ERROR_FILE_NOT_FOUND     no such key or value
-//   ERROR_INVALID_PARAMETER  a reserved argument that is not 0, a missing pointer, a name that is too long
+//   ERROR_INVALID_PARAMETER  a reserved argument that is not 0, a missing pointer, a name that is too long or (when it
+//                            is made) holds a control character
 //   ERROR_BAD_PATHNAME       a sub-key that begins with a backslash
 //
 //   HKEY key = nullptr;
