@@ -54,8 +54,8 @@ inline HKEY PredefinedKey(DWORD number) {
 }
 }  // namespace quillmark::platform
 
-// The predefined keys: always open, with all rights, and closing them does nothing. Macros, as on Windows: objects would
-// have to be initialised at run time in every source file.
+// The predefined keys: always open, with all rights, and closing them does nothing. Macros, as on Windows: objects
+// would have to be initialised at run time in every source file.
 #define HKEY_CLASSES_ROOT (quillmark::platform::PredefinedKey(0x80000000u))
 #define HKEY_CURRENT_USER (quillmark::platform::PredefinedKey(0x80000001u))
 #define HKEY_LOCAL_MACHINE (quillmark::platform::PredefinedKey(0x80000002u))
