@@ -47,7 +47,8 @@ std::unique_ptr<Channel> Session::TakeChannel(const std::string& origin) {
 std::chrono::steady_clock::time_point Session::EndOfWatch(const Channel& channel, const std::string& origin) const {
     const std::lock_guard lock(mutex_);
     const bool watched = channel.AnsweredEarly() && !keepsAfterEarlyReply_.contains(origin);
-    return watched ? channel.IdleSince() + kWatchAfterEarlyReply : std::chrono::steady_clock::time_point::min();
+    // Without a watch the moment is past: what has come by now is looked at, and nothing waited for.
+    return watched ? channel.IdleSince() + kWatchAfterEarlyReply : channel.IdleSince();
 }
 
 }  // namespace quillmark::platform::winhttp
