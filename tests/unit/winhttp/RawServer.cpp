@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -139,6 +140,11 @@ RawServer::~RawServer() {
 }
 
 void RawServer::Accept() {
+    // OpenSSL writes to connections that the other side has closed; the threads below inherit this.
+    sigset_t brokenPipe;
+    sigemptyset(&brokenPipe);
+    sigaddset(&brokenPipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
     while (true) {
         const int descriptor = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
         if (descriptor < 0) {
@@ -146,19 +152,17 @@ void RawServer::Accept() {
         }
         const int number = connections_++;
         threads_.emplace_back([this, descriptor, number] {
+            Peer peer(descriptor, number, identity_);
             {
-                Peer peer(descriptor, number, identity_);
-                {
-                    const std::lock_guard lock(mutex_);
-                    peers_.push_back(&peer);
-                    if (stopping_) {
-                        peer.Abort();
-                    }
-                }
-                script_(peer);
                 const std::lock_guard lock(mutex_);
-                std::erase(peers_, &peer);
+                peers_.push_back(&peer);
+                if (stopping_) {
+                    peer.Abort();
+                }
             }
+            script_(peer);
+            const std::lock_guard lock(mutex_);
+            std::erase(peers_, &peer);
         });
     }
 }
