@@ -92,6 +92,13 @@ TEST_F(Connections, AreClosedAfterOneRequestOfTheOldProtocol) {
     EXPECT_EQ(connection.WaitForEnd(std::chrono::seconds(20)), RawEnd::EndOfStream);
 }
 
+TEST_F(Connections, AreClosedAfterAMethodWhoseRepliesHaveNoBody) {
+    RawConnection connection(Server().HttpPort());
+    ASSERT_TRUE(connection.Send("HEAD /endpoints HTTP/1.1\r\nHost: h\r\n\r\n"));
+    EXPECT_EQ(connection.ReadReply().status, 405);
+    EXPECT_EQ(connection.WaitForEnd(std::chrono::seconds(20)), RawEnd::EndOfStream);
+}
+
 TEST_F(Connections, AreClosedWhenNothingMovesOnThem) {
     StartServer({"--no-sync", "--idle-time", "1"});
     RawConnection silent(Server().HttpPort());

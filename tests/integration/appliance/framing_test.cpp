@@ -141,6 +141,27 @@ TEST_F(Framing, TakesBoundaryTextAcrossTheBufferForContent) {
     EXPECT_TRUE(Download("/f").body == content);
 }
 
+// The server reads 256 KiB at a time when they are there, and keeps back what may be the beginning of a boundary. The
+// second block then ends at a place that can be told, if all of the request waits in the socket: a request before it is
+// delayed.
+TEST_F(Framing, FindsABoundaryThatFillsTheBufferToItsLastByte) {
+    constexpr std::size_t buffer = 262'144;
+    const std::size_t delimiter = std::string("\r\n--").size() + std::string(Boundary).size();
+    const std::size_t around = UploadRequest("/f", std::string(buffer, 'x'), 0).size() - buffer;
+    const std::size_t fitting = 2 * buffer - (delimiter - 1) + std::string("--\r\n").size();
+    AddFaults({{"method", "GET"}, {"path", "/api/1.7/folders/"}, {"kind", "delay"}, {"ms", 100}, {"count", 7}});
+    RawConnection connection(Server().HttpPort());
+    // Makes the system give the connection large buffers.
+    ASSERT_TRUE(connection.Send(UploadRequest("/f", std::string(50'000'000, 'x'), 0)));
+    ASSERT_EQ(connection.ReadReply().status, 200);
+    for (std::size_t length = fitting - 3; length <= fitting + 3; ++length) {
+        ASSERT_TRUE(connection.Send(GetRequest("/")));
+        ASSERT_TRUE(connection.Send(UploadRequest("/f", std::string(length - around, 'x'), 0)));
+        ASSERT_EQ(connection.ReadReply().status, 200);
+        ASSERT_EQ(connection.ReadReply().status, 200) << length;
+    }
+}
+
 TEST_F(Framing, TakesAWholeFileWhoseBytesAreLineBreaks) {
     for (const std::string& content : {std::string(700'000, '\r'), std::string(700'000, '-')}) {
         ASSERT_EQ(Upload("/f", content).status, 200);

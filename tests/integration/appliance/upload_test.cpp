@@ -167,6 +167,23 @@ TEST_F(Uploads, OfOneFileFromManyClientsLeaveOneOfThemWhole) {
     EXPECT_EQ(ContentFiles(), 1);
 }
 
+TEST_F(Uploads, NeverShowADownloadAnythingButAWholeFile) {
+    constexpr int rounds = 300;
+    ASSERT_EQ(Upload("/f", std::string(20'000, 'a')).status, 200);
+    RawConnection writer(Server().HttpPort());
+    RawConnection reader(Server().HttpPort());
+    std::string download = GetRequest("/f");
+    download.replace(download.find("application/json"), 16, "application/octet-stream");
+    for (int i = 0; i < rounds; ++i) {
+        ASSERT_TRUE(writer.Send(UploadRequest("/f", std::string(20'000, static_cast<char>('a' + i % 26)), 3)));
+        ASSERT_TRUE(reader.Send(download));
+        const RawReply reply = reader.ReadReply();
+        ASSERT_EQ(reply.status, 200) << reply.body;
+        ASSERT_EQ(reply.body, std::string(20'000, reply.body[0]));
+        ASSERT_EQ(writer.ReadReply().status, 200);
+    }
+}
+
 TEST_F(Uploads, WaitForTheServersWordWhenTheClientAsksFirst) {
     RawConnection connection(Server().HttpPort());
     std::string request = UploadRequest("/f", "hello", 0);

@@ -101,7 +101,7 @@ nlohmann::json Appliance::Statistics() const {
 }
 
 void Appliance::ResetStatistics() const {
-    Control("DELETE", "/statistics");
+    static_cast<void>(Control("DELETE", "/statistics"));
 }
 
 std::uint64_t Appliance::RequestCount(const std::string& method, const std::string& path) const {
@@ -119,7 +119,7 @@ std::uint64_t Appliance::ConnectionCount() const {
 }
 
 void Appliance::AddFaults(const nlohmann::json& rules) const {
-    Control("POST", "/faults", rules.dump());
+    static_cast<void>(Control("POST", "/faults", rules.dump()));
 }
 
 std::uint64_t Appliance::UnusedFaults() const {
