@@ -30,16 +30,48 @@ std::uint64_t NumberOf(const Fields& query, std::string_view name, std::uint64_t
     return *number;
 }
 
-// Bytes "skip" to "skip" + "count" of the file, clipped to its end.
-Reply ContentReply(const Services& services, const Item& item, const Fields& query) {
-    if (item.directory) {
-        throw ApiError(ErrorId::WrongKind, "A folder has no content");
+struct OpenedFile {
+    Item item;
+    FileDescriptor content;
+};
+
+// A file and its content as they belong together. The content may be replaced between the two look-ups; then the row
+// has another one by now.
+OpenedFile OpenFile(const Services& services, std::int64_t user, const ItemPath& path) {
+    std::string missing;
+    for (;;) {
+        Item item = services.store.Get(user, path);
+        if (item.directory) {
+            throw ApiError(ErrorId::WrongKind, "A folder has no content");
+        }
+        if (item.content == missing) {
+            throw std::runtime_error("the content " + missing + " is missing");
+        }
+        FileDescriptor content = services.contents.Open(item.content);
+        if (content) {
+            return {std::move(item), std::move(content)};
+        }
+        missing = item.content;
     }
-    const std::uint64_t skip = std::min(NumberOf(query, "skip", 0), item.size);
-    const std::uint64_t count = std::min(NumberOf(query, "count", item.size), item.size - skip);
+}
+
+bool IsCurrent(const Item& item, const Fields& query) {
+    const std::string* revision = FindField(query, "revision");
+    return revision == nullptr || *revision == item.RevisionText();
+}
+
+// Bytes "skip" to "skip" + "count" of the file, clipped to its end.
+Reply Download(const Services& services, std::int64_t user, const ItemPath& path, const Fields& query) {
+    OpenedFile file = OpenFile(services, user, path);
+    if (!IsCurrent(file.item, query)) {
+        return MismatchReply(ItemDocument(file.item, path));
+    }
+    const std::uint64_t size = file.item.size;
+    const std::uint64_t skip = std::min(NumberOf(query, "skip", 0), size);
+    const std::uint64_t count = std::min(NumberOf(query, "count", size), size - skip);
     Reply reply;
     reply.contentType = "application/octet-stream";
-    reply.file = FileRange{std::make_shared<FileDescriptor>(services.contents.Open(item.content)), skip, count};
+    reply.file = FileRange{std::make_shared<FileDescriptor>(std::move(file.content)), skip, count};
     return reply;
 }
 
@@ -78,13 +110,12 @@ asio::awaitable<Reply> GetItem(Services& services, Exchange& exchange) {
         const Listing listing = services.store.List(user, path);
         co_return JsonReply(ListingDocument(listing.folder, path, listing.children));
     }
-    const Item item = services.store.Get(user, path);
-    const std::string* revision = FindField(query, "revision");
-    if (revision != nullptr && *revision != item.RevisionText()) {
-        co_return MismatchReply(ItemDocument(item, path));
-    }
     if (exchange.request.Accepts("application/octet-stream")) {
-        co_return ContentReply(services, item, query);
+        co_return Download(services, user, path, query);
+    }
+    const Item item = services.store.Get(user, path);
+    if (!IsCurrent(item, query)) {
+        co_return MismatchReply(ItemDocument(item, path));
     }
     co_return JsonReply(ItemDocument(item, path));
 }

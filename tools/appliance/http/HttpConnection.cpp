@@ -18,6 +18,8 @@ namespace asio = boost::asio;
 
 namespace {
 
+constexpr std::chrono::seconds HandshakeTime{30};
+
 // What became of the connection after a request.
 struct Outcome {
     bool keep = false;
@@ -60,7 +62,9 @@ private:
 };
 
 asio::awaitable<void> HttpConnection::Run() {
+    m_transport->SetLimit(HandshakeTime);
     co_await m_transport->Handshake();
+    m_transport->ClearLimit();
     std::size_t owed = 0;
     for (;;) {
         std::optional<Reply> refusal;
@@ -148,7 +152,8 @@ asio::awaitable<Outcome> HttpConnection::Answer(const Request& request, RequestB
     if (taken) {
         co_await ActAfterWork(m_services, *taken, *m_transport);
     }
-    const bool keep = drained && request.keepAlive;
+    // A client takes what follows the head of an answer to HEAD for the next answer.
+    const bool keep = drained && request.keepAlive && request.method != "HEAD";
     co_await WriteReply(*m_transport, reply, keep, fault);
     const bool liedAboutLength = fault != nullptr && fault->kind == FaultKind::Length;
     co_return Outcome{keep && !liedAboutLength, body.Owed()};

@@ -90,14 +90,15 @@ asio::awaitable<void> MultipartReader::Read(Sink sink) {
             co_await Ensure(m_body.Window().size() + 1);
             continue;
         }
-        const bool ends = co_await IsDelimiterAt(position);
-        const std::size_t content = ends ? position : position + m_delimiter.size();
-        sink(m_body.Window().substr(0, content));
-        m_body.Consume(content);
-        if (ends) {
-            m_body.Consume(m_delimiter.size());
-            m_state = State::AfterPart;
+        // What is ahead goes first, so that there is room for the bytes behind the delimiter.
+        sink(window.substr(0, position));
+        m_body.Consume(position);
+        const bool ends = co_await IsDelimiterNext();
+        if (!ends) {
+            sink(m_delimiter);
         }
+        m_body.Consume(m_delimiter.size());
+        m_state = ends ? State::AfterPart : State::InPart;
     }
 }
 
@@ -122,9 +123,9 @@ asio::awaitable<bool> MultipartReader::SkipAll() {
 }
 
 // Content may hold the delimiter's text in the middle of a line; only a line of its own counts.
-asio::awaitable<bool> MultipartReader::IsDelimiterAt(std::size_t position) {
-    co_await Ensure(position + m_delimiter.size() + 2);
-    const std::string_view next = m_body.Window().substr(position + m_delimiter.size(), 2);
+asio::awaitable<bool> MultipartReader::IsDelimiterNext() {
+    co_await Ensure(m_delimiter.size() + 2);
+    const std::string_view next = m_body.Window().substr(m_delimiter.size(), 2);
     co_return next == "--" || next == "\r\n";
 }
 

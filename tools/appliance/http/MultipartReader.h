@@ -64,7 +64,7 @@ private:
     [[nodiscard]] boost::asio::awaitable<std::optional<PartHead>> TakeAfterDelimiter();
     [[nodiscard]] boost::asio::awaitable<void> TakeClosingEnd();
     [[nodiscard]] boost::asio::awaitable<PartHead> TakePartHead();
-    [[nodiscard]] boost::asio::awaitable<bool> IsDelimiterAt(std::size_t position);
+    [[nodiscard]] boost::asio::awaitable<bool> IsDelimiterNext();
 
     RequestBody& m_body;
     std::string m_delimiter;  // CR LF "--" boundary

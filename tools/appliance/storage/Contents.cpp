@@ -92,7 +92,7 @@ Contents::Contents(std::string folder, bool sync) : m_folder(std::move(folder)),
 
 FileDescriptor Contents::Open(const std::string& name) const {
     FileDescriptor file(::open((m_folder + '/' + name).c_str(), O_RDONLY | O_CLOEXEC));
-    if (!file) {
+    if (!file && errno != ENOENT) {
         ThrowFileError("opening a content file");
     }
     return file;

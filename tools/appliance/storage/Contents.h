@@ -56,7 +56,7 @@ public:
 
     // Where a ContentWriter puts its file.
     [[nodiscard]] const std::string& Folder() const { return m_folder; }
-    // Stays readable when it is replaced meanwhile.
+    // Empty when there is no such content any more. What is open stays readable when it is replaced.
     [[nodiscard]] FileDescriptor Open(const std::string& name) const;
     void Remove(const std::string& name) const;
     // Removes every content that no row of the store names. Only before the first request.
