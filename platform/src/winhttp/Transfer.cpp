@@ -1,5 +1,6 @@
 #include "winhttp/Transfer.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -324,10 +325,24 @@ std::size_t Transfer::OnReplyBytes(char* data, std::size_t size, std::size_t cou
     return bytes;
 }
 
+bool Transfer::HasUnreadReply() const {
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    curl_easy_getinfo(channel_->Easy(), CURLINFO_ACTIVESOCKET, &socket);
+    pollfd entry{socket, POLLIN, 0};
+    return socket != CURL_SOCKET_BAD && poll(&entry, 1, 0) > 0;
+}
+
 std::size_t Transfer::OnUploadRoom(char* data, std::size_t size, std::size_t count, void* self) {
     auto& transfer = *static_cast<Transfer*>(self);
     if (transfer.stopped_) {
         return 0;
+    }
+    if (!transfer.head_.IsFinal() && transfer.HasUnreadReply()) {
+        // A server that answers early may be closing the connection. Sending into that would fail, and the failure
+        // would keep libcurl from reading the reply; so it is read first.
+        transfer.uploadPaused_ = true;
+        transfer.starvedSince_ = Clock::now();
+        return CURL_READFUNC_PAUSE;
     }
     const std::size_t bytes = transfer.upload_.Take({reinterpret_cast<BYTE*>(data), size * count});
     if (bytes == 0) {

@@ -104,6 +104,7 @@ private:
     [[nodiscard]] std::optional<Clock::time_point> Deadline() const;
     [[nodiscard]] bool IsSending() const;
     [[nodiscard]] bool AnswersChallenge() const;
+    [[nodiscard]] bool HasUnreadReply() const;
     void DrainWithoutWaiting();
 
     Session& session_;

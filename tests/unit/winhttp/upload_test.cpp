@@ -131,11 +131,11 @@ TEST_F(UploadTest, HeaderWinsOverTheTotalOfTheCall) {
 }
 
 TEST_F(UploadTest, WritePastTheTotalFailsAndIsNotSent) {
-    std::string rest;
+    std::promise<std::string> rest;
     RawServer server([&](Peer& peer) {
         static_cast<void>(peer.ReadHead());
         peer.Send(Ok(peer.Read(4)));
-        rest = peer.ReadToEnd();
+        rest.set_value(peer.ReadToEnd());
     });
     {
         const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
@@ -147,7 +147,7 @@ TEST_F(UploadTest, WritePastTheTotalFailsAndIsNotSent) {
         EXPECT_EQ("abcd", Receive(request).body);
     }
     session_.Close();
-    EXPECT_EQ("", rest);
+    EXPECT_EQ("", rest.get_future().get());
 }
 
 TEST_F(UploadTest, OptionalDataLongerThanTheTotalIsRefused) {
