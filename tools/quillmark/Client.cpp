@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include "Paths.h"
 #include "System.h"
 #include "quillmark/Eventing.h"
 
@@ -20,8 +21,7 @@ void SplitServer(const std::string& server, std::string& address, DWORD& port) {
     const std::size_t scheme = server.find("://");
     if (scheme == std::string::npos ||
         (server.compare(0, 8, "https://") != 0 && server.compare(0, 7, "http://") != 0)) {
-        throw Failure("'" + server + "' is not a server address: it begins with https:// or http://",
-                      ERROR_INVALID_PARAMETER);
+        throw Failure("'" + server + "' is not a server address: one begins with https:// or http://", ExitCode::Usage);
     }
     address = server.substr(0, server.find('/', scheme + 3));
     port = server.compare(0, 8, "https://") == 0 ? 443 : 80;
@@ -32,9 +32,17 @@ void SplitServer(const std::string& server, std::string& address, DWORD& port) {
     const char* end = address.data() + address.size();
     const auto [rest, failure] = std::from_chars(address.data() + colon + 1, end, port);
     if (failure != std::errc() || rest != end || port == 0 || port > 65535) {
-        throw Failure("'" + address.substr(colon + 1) + "' is not a port number", ERROR_INVALID_PARAMETER);
+        throw Failure("'" + address.substr(colon + 1) + "' is not a port number", ExitCode::Usage);
     }
     address.resize(colon);
+}
+
+void TrustAuthorities(const WideString& path) {
+    const DWORD error = TrustCertificates(path);
+    if (error == ERROR_INVALID_DATA) {
+        throw Failure("'" + Printable(path) + "' holds no certificate in PEM form", ExitCode::LocalFile);
+    }
+    Require(error, "cannot read the certificates '" + Printable(path) + "'");
 }
 
 }  // namespace
@@ -58,7 +66,7 @@ Client::Client(const GlobalOptions& options) : m_options(options) {
         Require(m_log == 0 ? GetLastError() : ERROR_SUCCESS, "cannot open the log '" + options.logPath + "'");
     }
     if (!options.caPath.empty()) {
-        Require(TrustCertificates(options.caPath), "cannot read the certificates");
+        TrustAuthorities(options.caPath);
     }
     ::Init(m_log, std::make_shared<Services::ServicesCollection>());
     m_api.reset(::CreateInstance(WidenUtf8(DeviceName())));
@@ -84,9 +92,13 @@ void Client::Resume() {
     StoredSession session;
     const DWORD error = LoadSession(m_options.sessionPath, session);
     if (error == ERROR_FILE_NOT_FOUND) {
-        throw Failure("nobody is logged in; use 'quillmark login'", SERVER_ERROR_SESSION_TOKEN);
+        throw Failure("nobody is logged in; use 'quillmark login'", ExitCode::NotLoggedIn);
     }
-    Require(error, "cannot read the stored session");
+    const std::string path = Printable(m_options.sessionPath);
+    if (error == ERROR_INVALID_DATA) {
+        throw Failure("'" + path + "' is not a session that 'quillmark login' has kept", ExitCode::LocalFile);
+    }
+    Require(error, "cannot read the session '" + path + "'");
     UseServer(session.server);
     DWORD mode = 0;
     DWORD extra = 0;

@@ -27,16 +27,21 @@ enum class ExitCode : int {
 // The exit code for an operation that ended with this error. cancelled: the host's own cancel event was set.
 [[nodiscard]] ExitCode ExitCodeFor(DWORD error, bool cancelled);
 
-// A failure on its way to main(): what was being done, and the code.
+// A failure on its way to main(): what the user is told, and the exit code.
 class Failure {
 public:
-    Failure(std::string what, DWORD error) : m_what(std::move(what)), m_error(error) {}
-    [[nodiscard]] const std::string& What() const { return m_what; }
-    [[nodiscard]] DWORD Error() const { return m_error; }
+    // An operation ended with an error; what: what was being done.
+    Failure(const std::string& what, DWORD error)
+        : m_sentence(what + ": " + ErrorText(error)), m_exit(ExitCodeFor(error, false)) {}
+    // A failure that has no code; sentence: all that there is to say.
+    Failure(std::string sentence, ExitCode exit) : m_sentence(std::move(sentence)), m_exit(exit) {}
+
+    [[nodiscard]] const std::string& Sentence() const { return m_sentence; }
+    [[nodiscard]] ExitCode Exit() const { return m_exit; }
 
 private:
-    std::string m_what;
-    DWORD m_error;
+    std::string m_sentence;
+    ExitCode m_exit;
 };
 
 }  // namespace quillmark::cli

@@ -13,12 +13,12 @@ constexpr CommandRegistration COMMANDS[] = {RegisterLogin, RegisterVersion, Regi
                                             RegisterMkdir, RegisterPut,     RegisterGet};
 
 constexpr const char* EPILOGUE =
-    "Examples:\n"
+    "\nExamples:\n"
     "  quillmark login https://files.example.com --user anna\n"
     "  quillmark ls -l /Shared\n"
     "  quillmark put report.pdf /Shared/\n"
     "  quillmark get /Shared/Photos photos\n"
-    "Exit codes: 0 done, 1 some items failed, 2 usage, 3 cannot connect, 4 not logged in or refused, 5 not found,\n"
+    "\nExit codes: 0 done, 1 some items failed, 2 usage, 3 cannot connect, 4 not logged in or refused, 5 not found,\n"
     "6 conflict, 7 cancelled, 8 local file error, 9 invalid reply.";
 
 struct GlobalTexts {
@@ -27,21 +27,37 @@ struct GlobalTexts {
 };
 
 void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& texts) {
-    program.add_option("--session", texts.session, "The file that keeps the login (default: in the user's own folder)");
-    program.add_option("--log", options.logPath, "Write the library's log to this file; - is standard error");
-    program.add_option("--ca", texts.ca, "Trust the certificate authorities in this PEM file as well");
+    program
+        .add_option("--session", texts.session,
+                    "The file that keeps the login (default: quillmark/session in the user's data folder)")
+        ->type_name("FILE");
+    program
+        .add_option("--log", options.logPath,
+                    "Append the library's log to this file, - is standard error; passwords are masked in it, the "
+                    "session's token is not")
+        ->type_name("FILE");
+    program.add_option("--ca", texts.ca, "Trust the certificate authorities in this PEM file as well")
+        ->type_name("FILE");
+    program.set_version_flag("--version", "quillmark " QUILLMARK_VERSION, "Print the version of this program and exit");
     program.require_subcommand(1);
+    program.fallthrough();  // these options may also stand after the command
     program.footer(EPILOGUE);
 }
 
 ExitCode Run(const Action& action, const GlobalOptions& options) {
     try {
-        return action();
+        const ExitCode result = action();
+        FinishOutput();
+        return result;
+    } catch (const OutputClosed&) {
+        return ExitCode::SomeFailed;
     } catch (const Failure& failure) {
         const bool cancelled = options.Interrupted();
-        PrintError("quillmark: " +
-                   (cancelled ? std::string("cancelled") : failure.What() + ": " + ErrorText(failure.Error())));
-        return ExitCodeFor(failure.Error(), cancelled);
+        PrintError("quillmark: " + (cancelled ? "cancelled" : failure.Sentence()));
+        return cancelled ? ExitCode::Cancelled : failure.Exit();
+    } catch (const std::bad_alloc&) {
+        PrintError("quillmark: " + ErrorText(ERROR_NOT_ENOUGH_MEMORY));
+        return ExitCodeFor(ERROR_NOT_ENOUGH_MEMORY, false);
     }
 }
 

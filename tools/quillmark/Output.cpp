@@ -1,14 +1,34 @@
 #include "Output.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <system_error>
 
+#include "ErrorText.h"
 #include "Paths.h"
 
 namespace quillmark::cli {
 
+namespace {
+
+void RequireOutput(bool written) {
+    if (written) {
+        return;
+    }
+    if (errno == EPIPE) {
+        throw OutputClosed();
+    }
+    throw Failure("cannot write the output: " + std::generic_category().message(errno), ExitCode::LocalFile);
+}
+
+}  // namespace
+
 void Print(const std::string& line) {
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fputc('\n', stdout);
+    RequireOutput(std::fwrite(line.data(), 1, line.size(), stdout) == line.size() && std::fputc('\n', stdout) != EOF);
+}
+
+void FinishOutput() {
+    RequireOutput(std::fflush(stdout) == 0 && std::ferror(stdout) == 0);
 }
 
 void PrintError(const std::string& line) {

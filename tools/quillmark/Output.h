@@ -8,7 +8,13 @@
 
 namespace quillmark::cli {
 
+// Nobody reads standard output any more (a closed pipe); there is nothing left to do and nothing to say.
+class OutputClosed {};
+
+// Throws OutputClosed, or Failure when standard output cannot be written for another reason.
 void Print(const std::string& line);
+// Writes what is still buffered; throws like Print.
+void FinishOutput();
 void PrintError(const std::string& line);
 
 // "d  2026-11-20T16:07:00.123Z           4096  name"

@@ -20,6 +20,10 @@ WideString LeafName(const WideString& path) {
     return slash == WideString::npos ? trimmed : trimmed.Substring(slash + 1);
 }
 
+bool IsOwnName(const WideString& leaf) {
+    return !leaf.empty() && leaf != QM_W(".") && leaf != QM_W("..");
+}
+
 WideString ServerPath(const WideString& text) {
     WideString path = text.StartsWith(QM_W("/")) ? text : JoinPath(QM_W(""), text);
     while (path.size() > 1 && path[path.size() - 1] == QM_W('/')) {

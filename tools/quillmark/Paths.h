@@ -13,6 +13,10 @@ namespace quillmark::cli {
 // The last component, a trailing '/' aside.
 [[nodiscard]] WideString LeafName(const WideString& path);
 
+// Whether a path's last component names an item, and not, as "", "." and ".." do, a place relative to others: what such
+// a path means goes into a folder as its contents.
+[[nodiscard]] bool IsOwnName(const WideString& leaf);
+
 // A server path as the operations take it: it begins with '/', and ends in one only when it is the root.
 [[nodiscard]] WideString ServerPath(const WideString& text);
 

@@ -12,7 +12,7 @@ namespace quillmark::cli {
 // name.
 [[nodiscard]] std::vector<WideString> Arguments(int count, char** values);
 
-// Whether the wide text can go into a message or a URL: it holds no half of a surrogate pair.
+// Whether the wide text can go into a URL: it holds no half of a surrogate pair.
 [[nodiscard]] bool IsText(const WideString& path);
 
 // An environment variable's value as UTF-8, empty when it is not set.
@@ -25,11 +25,15 @@ namespace quillmark::cli {
 // started. A second Ctrl-C ends the program at once, with exit code 7.
 [[nodiscard]] HANDLE InterruptEvent();
 
+// Whether the path is a file with contents of its own, links followed: no pipe, socket or device, which reading would
+// wait for. False when nothing is there.
+[[nodiscard]] bool IsPlainFile(const WideString& path);
+
 // Writes a file that only its owner can read, whole or not at all. 0 or an error code.
 [[nodiscard]] DWORD WritePrivateFile(const WideString& path, const std::string& content);
 
-// Trusts the certificates of this PEM file, beside the system's, for the rest of the process.
-// 0 or an error code.
+// Trusts the certificates of this PEM file, beside the system's and the user's, for the rest of the process. 0 or an
+// error code; ERROR_INVALID_DATA when the file holds none.
 [[nodiscard]] DWORD TrustCertificates(const WideString& path);
 
 }  // namespace quillmark::cli

@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "ErrorText.h"
+#include "quillmark/platform/TrustedRoots.h"
 
 namespace quillmark::cli {
 namespace {
@@ -124,6 +125,12 @@ HANDLE InterruptEvent() {
     return event;
 }
 
+bool IsPlainFile(const WideString& path) {
+    std::string name;
+    struct stat status {};
+    return platform::PathToBytes(path, name) && ::stat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 DWORD WritePrivateFile(const WideString& path, const std::string& content) {
     std::string target;
     if (!platform::PathToBytes(path, target)) {
@@ -144,14 +151,7 @@ DWORD WritePrivateFile(const WideString& path, const std::string& content) {
 }
 
 DWORD TrustCertificates(const WideString& path) {
-    std::string file;
-    if (!platform::PathToBytes(path, file)) {
-        return ERROR_INVALID_NAME;
-    }
-    if (::access(file.c_str(), R_OK) != 0) {
-        return errno == ENOENT ? ERROR_FILE_NOT_FOUND : ERROR_ACCESS_DENIED;
-    }
-    return ::setenv("SSL_CERT_FILE", file.c_str(), 1) == 0 ? ERROR_SUCCESS : ERROR_NOT_ENOUGH_MEMORY;
+    return platform::AddTrustedRoots(path.c_str());
 }
 
 }  // namespace quillmark::cli

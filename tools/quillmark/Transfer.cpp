@@ -12,13 +12,24 @@ namespace {
 
 // What a download is called until it is complete.
 WideString PartialName(const WideString& local) {
-    return local + QM_W(".quillmark-part");
+    // A name may have 255 bytes, and a code unit takes up to three: what a long name loses makes room for the ending.
+    constexpr std::size_t LONGEST = 75;
+    const WideString leaf = LeafName(local);
+    if (leaf.size() <= LONGEST) {
+        return local + QM_W(".quillmark-part");
+    }
+    const bool pairSplit = (leaf[LONGEST] & 0xFC00) == 0xDC00;
+    return local.Substring(0, local.size() - leaf.size()) + leaf.Substring(0, LONGEST - (pairSplit ? 1 : 0)) +
+           QM_W(".quillmark-part");
+}
+
+std::string Counted(std::uint64_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 // A name from the server becomes a local name only when it stays inside the folder that it is put in.
 bool IsSafeName(const WideString& name) {
-    return !name.empty() && name != QM_W(".") && name != QM_W("..") && name.Find(QM_W('/')) == WideString::npos &&
-           name.Find(QM_W('\0')) == WideString::npos;
+    return IsOwnName(name) && name.Find(QM_W('/')) == WideString::npos && name.Find(QM_W('\0')) == WideString::npos;
 }
 
 }  // namespace
@@ -29,6 +40,8 @@ void Transfer::Put(const WideString& local, const WideString& server) {
         Failed(Printable(local), error);
     } else if (item.folder) {
         PutFolder(local, server);
+    } else if (!IsPlainFile(local)) {
+        Failed(Printable(local) + " is no file but a pipe, socket or device", ERROR_NOT_SUPPORTED);
     } else {
         PutFile(local, server);
     }
@@ -57,8 +70,19 @@ void Transfer::PutFolder(const WideString& local, const WideString& server) {
         } else if (item.folder) {
             PutFolder(JoinPath(local, item.name), JoinPath(server, item.name));
         } else {
-            PutFile(JoinPath(local, item.name), JoinPath(server, item.name));
+            PutListed(JoinPath(local, item.name), JoinPath(server, item.name));
         }
+    }
+}
+
+void Transfer::PutListed(const WideString& local, const WideString& server) {
+    LocalItem item;
+    if (const DWORD error = FindLocalItem(local, item); error != ERROR_SUCCESS) {
+        Failed(Printable(local), error);
+    } else if (!IsPlainFile(local)) {
+        PrintError("skipped, a pipe, socket or device: " + Printable(local));
+    } else {
+        PutFile(local, server);
     }
 }
 
@@ -95,7 +119,9 @@ void Transfer::Get(const WideString& server, const WideString& local) {
     } else if (IsFolder(*item)) {
         GetFolder(server, local);
     } else {
-        GetFile(server, local, item);
+        LocalItem target;
+        const bool into = FindLocalItem(local, target) == ERROR_SUCCESS && target.folder;
+        GetFile(server, into ? JoinPath(local, LeafName(server)) : local, item);
     }
 }
 
@@ -132,7 +158,7 @@ void Transfer::GetFile(const WideString& server, const WideString& local,
     const std::shared_ptr<IServerAttributes> received = MakeAttributes();
     const DWORD error = DownloadTo(server, local, known, received);
     if (error != ERROR_SUCCESS) {
-        Failed(Printable(server), error);
+        Failed(Printable(server) + " to " + Printable(local), error);
         return;
     }
     Done(local, received->HasSize() ? static_cast<std::uint64_t>(received->GetSize()) : 0);
@@ -176,8 +202,8 @@ void Transfer::Done(const WideString& path, std::uint64_t bytes) {
 
 ExitCode Transfer::Summarise() const {
     const bool cancelled = m_client.Options().Interrupted();
-    PrintError(std::to_string(m_counts.files) + " files, " + std::to_string(m_counts.folders) + " folders, " +
-               std::to_string(m_counts.bytes) + " bytes, " + std::to_string(m_counts.failed) + " failed" +
+    PrintError(Counted(m_counts.files, "file") + ", " + Counted(m_counts.folders, "folder") + ", " +
+               Counted(m_counts.bytes, "byte") + ", " + std::to_string(m_counts.failed) + " failed" +
                (cancelled ? ", cancelled" : ""));
     if (m_counts.failed != 0 && m_counts.files + m_counts.folders != 0 && !cancelled) {
         return ExitCode::SomeFailed;

@@ -32,6 +32,8 @@ public:
 
 private:
     void PutFolder(const WideString& local, const WideString& server);
+    // One item that a local folder lists and that is no folder.
+    void PutListed(const WideString& local, const WideString& server);
     void PutFile(const WideString& local, const WideString& server);
     void GetFolder(const WideString& server, const WideString& local);
     void GetFile(const WideString& server, const WideString& local, const std::shared_ptr<IServerAttributes>& known);

@@ -37,12 +37,12 @@ std::string Password(const LoginOptions& options, const GlobalOptions& global) {
     std::string password = Environment("QUILLMARK_PASSWORD");
     if (!options.passwordFile.empty()) {
         Require(ReadLocalFile(global.Path(options.passwordFile), LONGEST_PASSWORD, password),
-                "cannot read the password file");
+                "cannot read the password file '" + options.passwordFile + "'");
         return password.substr(0, password.find_first_of("\r\n"));
     }
     if (password.empty() && !AskSecret("Password for " + options.user + ": ", password)) {
         throw Failure("no password: there is no terminal to ask on; use --password-file or QUILLMARK_PASSWORD",
-                      ERROR_INVALID_PARAMETER);
+                      ExitCode::Usage);
     }
     return password;
 }

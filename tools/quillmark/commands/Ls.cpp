@@ -21,11 +21,16 @@ std::string Line(const IServerAttributes& item, const WideString& path, const Ls
     return Printable(options.recursive ? path : item.GetName()) + (IsFolder(item) ? "/" : "");
 }
 
-void ListFolder(Client& client, const WideString& folder, const LsOptions& options) {
+// A path that is a file is listed as itself.
+void List(Client& client, const WideString& folder, const LsOptions& options) {
     ItemList children;
     std::shared_ptr<IServerAttributes> self;
     Require(client.Api().GetPathListing(folder, children, self, client.CancelEvent()),
             "cannot list " + Printable(folder));
+    if (self != nullptr && !IsFolder(*self)) {
+        Print(Line(*self, folder, options));
+        return;
+    }
     if (options.longForm && options.recursive) {
         Print(Printable(folder) + ":");
     }
@@ -34,7 +39,7 @@ void ListFolder(Client& client, const WideString& folder, const LsOptions& optio
     }
     for (const std::shared_ptr<IServerAttributes>& child : children) {
         if (options.recursive && IsFolder(*child)) {
-            ListFolder(client, JoinPath(folder, child->GetName()), options);
+            List(client, JoinPath(folder, child->GetName()), options);
         }
     }
 }
@@ -43,15 +48,15 @@ void ListFolder(Client& client, const WideString& folder, const LsOptions& optio
 
 void RegisterLs(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<LsOptions>();
-    CLI::App* command = program.add_subcommand("ls", "List a server folder");
-    command->add_option("path", options->path, "The folder on the server")->capture_default_str();
+    CLI::App* command = program.add_subcommand("ls", "List a server folder, or show one file");
+    command->add_option("path", options->path, "The folder or file on the server")->capture_default_str();
     command->add_flag("-l", options->longForm, "Kind, time, size and name");
     command->add_flag("-R,--recursive", options->recursive, "The folders below as well");
     command->callback([options, &global, &action] {
         action = [options, &global] {
             Client client(global);
             client.Resume();
-            ListFolder(client, ServerPath(global.Path(options->path)), *options);
+            List(client, ServerPath(global.Path(options->path)), *options);
             return ExitCode::Success;
         };
     });

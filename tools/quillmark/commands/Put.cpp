@@ -16,9 +16,8 @@ struct PutOptions {
 
 ExitCode RunPut(const PutOptions& options, const GlobalOptions& global) {
     const WideString local = global.Path(options.local);
-    const bool into = options.remote.ends_with('/');
     WideString server = ServerPath(global.Path(options.remote));
-    if (into) {
+    if (options.remote.ends_with('/') && IsOwnName(LeafName(local))) {
         server = JoinPath(server, LeafName(local));
     }
     Client client(global);
