@@ -132,6 +132,8 @@ void ApplySession(CURL* easy, const TransferPlan& plan, Session& session) {
 }  // namespace
 
 List ApplyPlan(CURL* easy, const TransferPlan& plan, Session& session) {
+    // The reset alone would forget the list that this option makes, without freeing it.
+    curl_easy_setopt(easy, CURLOPT_COOKIEFILE, nullptr);
     curl_easy_reset(easy);
     curl_easy_setopt(easy, CURLOPT_URL, plan.target.Url().c_str());
     curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
