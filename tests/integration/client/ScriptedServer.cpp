@@ -40,7 +40,7 @@ std::string GoodReply(const std::string& head) {
     if (head.starts_with("GET /api/1.7/version ")) {
         return OkReply(R"({"quillmark_version":"1.2.3"})");
     }
-    return OkReply(head.find("application/octet-stream") != std::string::npos ? "content" : Item);
+    return OkReply(head.find("\r\nAccept: application/octet-stream\r\n") != std::string::npos ? "content" : Item);
 }
 
 }  // namespace

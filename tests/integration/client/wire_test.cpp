@@ -76,9 +76,9 @@ TEST_F(WireTest, FolderCreationPostsNameAndOperationToTheParent) {
     EXPECT_EQ(
         "POST /api/1.7/folders/Shared%20files HTTP/1.1\r\n"
         "Host: HOST\r\n"
+        "Cookie: session_token=T0KEN\r\n"
         "Content-Type: application/x-www-form-urlencoded; charset=UTF-8\r\n"
         "Accept: application/json\r\n"
-        "Cookie: session_token=T0KEN\r\n"
         "Connection: Keep-Alive\r\n"
         "Content-Length: 40\r\n"
         "\r\n"
@@ -96,8 +96,8 @@ TEST_F(WireTest, DownloadAsksForTheExpectedRevision) {
     EXPECT_EQ(
         "GET /api/1.7/folders/Shared/a%20b.txt?revision=7-abc HTTP/1.1\r\n"
         "Host: HOST\r\n"
-        "Accept: application/octet-stream\r\n"
         "Cookie: session_token=T0KEN\r\n"
+        "Accept: application/octet-stream\r\n"
         "Connection: Keep-Alive\r\n"
         "\r\n",
         Request("GET /api/1.7/folders"));
@@ -123,9 +123,9 @@ TEST_F(WireTest, UploadIsOneMultipartBodyWithItsLengthAnnounced) {
     EXPECT_EQ(
         "POST /api/1.7/folders/Shared/my%20file.txt HTTP/1.1\r\n"
         "Host: HOST\r\n"
+        "Cookie: session_token=T0KEN\r\n"
         "Accept: application/json\r\n"
         "Content-Type: multipart/form-data; boundary=\"BOUNDARY\"\r\n"
-        "Cookie: session_token=T0KEN\r\n"
         "Connection: Keep-Alive\r\n"
         "Content-Length: 1016\r\n"
         "\r\n"

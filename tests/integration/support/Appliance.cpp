@@ -106,7 +106,8 @@ void Appliance::ResetStatistics() const {
 
 std::uint64_t Appliance::RequestCount(const std::string& method, const std::string& path) const {
     std::uint64_t count = 0;
-    for (const nlohmann::json& entry : Statistics().at("requests")) {
+    const nlohmann::json statistics = Statistics();
+    for (const nlohmann::json& entry : statistics.at("requests")) {
         if (entry.at("method") == method && entry.at("path") == path) {
             count += entry.at("count").get<std::uint64_t>();
         }
