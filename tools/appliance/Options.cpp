@@ -117,17 +117,25 @@ void AddNetworkOptions(CLI::App& app, Options& options, Texts& texts) {
         ->group("Network");
     app.add_option("--threads", options.threads, "Threads that serve requests")
         ->check(CLI::Range(1, 256))
+        ->type_name("NUMBER")
+        ->capture_default_str()
         ->group("Network");
     app.add_option("--max-connections", options.maxConnections, "Connections beyond this number are closed at once")
+        ->type_name("NUMBER")
+        ->capture_default_str()
         ->group("Network");
     app.add_option("--idle-time", texts.idleSeconds,
                    "Seconds after which a connection on which nothing moves is closed")
         ->check(CLI::Range(1, 86400))
+        ->type_name("SECONDS")
+        ->capture_default_str()
         ->group("Network");
 }
 
 void AddAccountOptions(CLI::App& app, Options& options, Texts& texts) {
-    app.add_option("--user", texts.users, "Add this user, or give the user this password. May be given several times")
+    app.add_option("--user", texts.users,
+                   "Add this user, or give the user this password. May be given several times; other people on "
+                   "this machine can read it, so a users file is better where there are any")
         ->type_name("NAME:PASSWORD")
         ->group("Accounts");
     app.add_option(
@@ -139,6 +147,8 @@ void AddAccountOptions(CLI::App& app, Options& options, Texts& texts) {
         ->group("Accounts");
     app.add_option("--session-lifetime", texts.sessionSeconds, "Seconds for which a login is good")
         ->check(CLI::Range(1, 315360000))
+        ->type_name("SECONDS")
+        ->capture_default_str()
         ->group("Accounts");
     app.add_flag("--device-token-auth", options.deviceTokenAuth, "Logins need a device token (announced to clients)")
         ->group("Accounts");
@@ -165,6 +175,7 @@ void AddProtocolOptions(CLI::App& app, Options& options, Texts& texts) {
         ->type_name("FOLDER")
         ->group("Storage");
     app.add_option("--capacity", texts.capacity, "Bytes that all contents together may take; 0 is no bound")
+        ->type_name("BYTES")
         ->group("Storage");
     app.add_flag("--no-sync", texts.noSync,
                  "Do not wait for the disk: faster, but a power cut may lose what was acknowledged")
@@ -174,7 +185,10 @@ void AddProtocolOptions(CLI::App& app, Options& options, Texts& texts) {
         ->type_name("VERSION[=/PATH]")
         ->capture_default_str()
         ->group("Protocol");
-    app.add_option("--tos", options.tos, "The tos number of the offered endpoints")->group("Protocol");
+    app.add_option("--tos", options.tos, "The tos number of the offered endpoints")
+        ->type_name("NUMBER")
+        ->capture_default_str()
+        ->group("Protocol");
     app.add_flag("--audit", options.audit, "Offer a logging endpoint")->group("Protocol");
     app.add_option("--version-text", options.versionText, "What /version answers")
         ->capture_default_str()
