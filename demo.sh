@@ -10,11 +10,14 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
+usage() { sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p}' "${BASH_SOURCE[0]##*/}"; }
+
 large=no
 case "${1:-}" in
 --large) large=yes ;;
 "") ;;
-*) sed -n '2,/^set/{/^set/d;s/^# \{0,1\}//;p}' "$0"; [ "$1" = --help ]; exit ;;
+--help | -h) usage; exit 0 ;;
+*) usage >&2; exit 2 ;;
 esac
 
 scripts/packages.sh build

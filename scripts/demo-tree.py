@@ -70,6 +70,10 @@ def folders_of(folder):
     return {os.path.relpath(os.path.join(base, name), folder) for base, names, _ in os.walk(folder) for name in names}
 
 
+def counted(number, noun):
+    return f"{number} {noun}" + ("" if number == 1 else "s")
+
+
 def compare(one, other):
     left, right = dict(walk(one)), dict(walk(other))
     problems = [f"only in {one}: {path}" for path in left.keys() - right.keys()]
@@ -84,7 +88,8 @@ def compare(one, other):
             problems.append(f"contents differ: {path}")
     for problem in problems:
         print(problem, file=sys.stderr)
-    print(f"{len(left)} files compared: " + ("all the same" if not problems else f"{len(problems)} differences"))
+    print(counted(len(left), "file") + " compared: " +
+          ("all the same" if not problems else counted(len(problems), "difference")))
     return 1 if problems else 0
 
 
@@ -93,9 +98,13 @@ def count(folder):
     print(len(sizes), sum(sizes))
 
 
-if sys.argv[1] == "make":
-    make(sys.argv[2], int(sys.argv[3]))
-elif sys.argv[1] == "compare":
-    sys.exit(compare(sys.argv[2], sys.argv[3]))
-else:
-    count(sys.argv[2])
+match sys.argv[1:]:
+    case ["make", folder, mib]:
+        make(folder, int(mib))
+    case ["compare", one, other]:
+        sys.exit(compare(one, other))
+    case ["count", folder]:
+        count(folder)
+    case _:
+        print(__doc__, file=sys.stderr)
+        sys.exit(2)

@@ -61,6 +61,9 @@ bool GlobalOptions::Interrupted() const {
 }
 
 Client::Client(const GlobalOptions& options) : m_options(options) {
+    if (options.sessionPath.empty()) {
+        throw Failure("there is no home folder to keep the login in; name a file with --session", ExitCode::Usage);
+    }
     if (!options.logPath.empty()) {
         m_log = Eventing::OpenLog(options.logPath.c_str(), LOG_EVERYTHING);
         Require(m_log == 0 ? GetLastError() : ERROR_SUCCESS, "cannot open the log '" + options.logPath + "'");

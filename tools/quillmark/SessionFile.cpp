@@ -32,8 +32,10 @@ void MakeFolderOf(const WideString& path) {
 
 WideString DefaultSessionPath() {
     WideChar folder[MAX_PATH] = {};
-    if (SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA, nullptr, SHGFP_TYPE_CURRENT, folder) != S_OK) {
-        return QM_W("quillmark-session");
+    // The folder need not be there yet: SaveSession makes it.
+    constexpr int WHERE = CSIDL_LOCAL_APPDATA | CSIDL_FLAG_DONT_VERIFY;
+    if (SHGetFolderPathW(nullptr, WHERE, nullptr, SHGFP_TYPE_CURRENT, folder) != S_OK) {
+        return WideString();
     }
     return JoinPath(JoinPath(folder, QM_W("quillmark")), QM_W("session"));
 }

@@ -15,7 +15,7 @@ struct StoredSession {
     std::string token;
 };
 
-// Where the file is when no other place is named.
+// Where the file is when no other place is named; empty for a user without a home.
 [[nodiscard]] WideString DefaultSessionPath();
 
 // 0, ERROR_FILE_NOT_FOUND when nobody logged in, ERROR_INVALID_DATA when the file is not one of ours.

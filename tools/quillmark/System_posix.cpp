@@ -100,10 +100,14 @@ std::string Environment(const char* name) {
 
 bool AskSecret(const std::string& prompt, std::string& secret) {
     const Descriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
-    if (terminal.Get() < 0 || !WriteAll(terminal.Get(), prompt)) {
+    if (terminal.Get() < 0) {
         return false;
     }
+    // Silent before the question is seen: an answer that comes at once is neither shown nor lost.
     const SilentTerminal silent(terminal.Get());
+    if (!WriteAll(terminal.Get(), prompt)) {
+        return false;
+    }
     secret.clear();
     char unit = 0;
     while (::read(terminal.Get(), &unit, 1) == 1 && unit != '\n') {

@@ -1,0 +1,81 @@
+#include "integration/cli/CliTest.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace quillmark::testing {
+
+void CliTest::StartServer(Arguments options) {
+    m_server.emplace(std::move(options));
+}
+
+void CliTest::StartAndLogin(Arguments options) {
+    StartServer(std::move(options));
+    const ProcessResult login = Quillmark({"login", m_server->HttpUrl(), "--user", "anna"});
+    ASSERT_EQ(0, login.exitCode) << login.errors;
+}
+
+CliTest::Arguments CliTest::Command(const Arguments& arguments) const {
+    Arguments command = {ProgramPath("quillmark"), "--session", SessionFile()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return command;
+}
+
+Process::Environment CliTest::HomeEnvironment() const {
+    std::filesystem::create_directories(Local("home/registry"));
+    return {{"HOME", Local("home")},
+            {"XDG_CONFIG_HOME", ""},
+            {"XDG_DATA_HOME", ""},
+            {"QUILLMARK_REGISTRY", Local("home/registry")},
+            {"QUILLMARK_PASSWORD", "secret"},
+            {"SSL_CERT_FILE", ""},
+            {"SSL_CERT_DIR", ""},
+            {"http_proxy", ""},
+            {"https_proxy", ""},
+            {"all_proxy", ""},
+            {"HTTPS_PROXY", ""},
+            {"ALL_PROXY", ""}};
+}
+
+ProcessResult CliTest::Quillmark(const Arguments& arguments, const Process::Environment& environment,
+                                 const std::string& input) const {
+    Process::Environment all = HomeEnvironment();
+    for (const auto& [name, value] : environment) {
+        all[name] = value;
+    }
+    return Process::Run(Command(arguments), all, input);
+}
+
+std::string CliTest::OutputOf(const Arguments& arguments) const {
+    const ProcessResult result = Quillmark(arguments);
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ("", result.errors);
+    return result.output;
+}
+
+std::string CliTest::Write(const std::string& name, const std::string& content) const {
+    const std::filesystem::path path = Local(name);
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+    return path.string();
+}
+
+std::string CliTest::Read(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
+
+std::vector<std::string> CliTest::NamesIn(const std::string& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+}  // namespace quillmark::testing

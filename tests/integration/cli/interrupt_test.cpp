@@ -1,0 +1,105 @@
+// Ctrl-C in the middle of a transfer.
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <memory>
+#include <thread>
+
+#include "integration/cancel/StalledServer.h"
+#include "integration/cli/CliTest.h"
+
+namespace quillmark::testing {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr double LONGEST_END = 10;  // seconds
+#else
+constexpr double LONGEST_END = 1;
+#endif
+
+class InterruptTest : public CliTest {
+protected:
+    // A server that stops in the middle of the one request, and a session for it.
+    void Start(Stall stall) {
+        m_server = std::make_unique<StalledServer>(std::move(stall));
+        Write("home/session",
+              "quillmark session 1\nserver " + m_server->Url() + "\nuser anna\ndevice d\ntoken T0KEN\n");
+    }
+    // Runs the command until it is held up, interrupts it there; the exit code.
+    int InterruptWhenHeldUp(const Arguments& arguments, int signal = SIGINT) {
+        Process process(Command(arguments), Local("out"), Local("err"), HomeEnvironment());
+        EXPECT_TRUE(m_server->AwaitStall());
+        const Clock::time_point sent = Clock::now();
+        process.Signal(signal);
+        const int exitCode = process.Wait();
+        EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LONGEST_END);
+        return exitCode;
+    }
+
+private:
+    std::unique_ptr<StalledServer> m_server;
+};
+
+TEST_F(InterruptTest, EndsAListing) {
+    Start({.request = "GET /api/1.7/folders/"});
+    EXPECT_EQ(7, InterruptWhenHeldUp({"ls"}));
+    EXPECT_EQ("quillmark: cancelled\n", Read(Local("err")));
+}
+
+TEST_F(InterruptTest, EndsAnUploadWithAWordOfIt) {
+    Start({.request = "POST /api/1.7/folders/item", .readsRequest = false});
+    const std::string file = Write("file", std::string(30'000'000, 'x'));
+    EXPECT_EQ(7, InterruptWhenHeldUp({"put", file, "/item"}));
+    EXPECT_EQ("0 files, 0 folders, 0 bytes, 1 failed, cancelled\n", Read(Local("err")));
+}
+
+TEST_F(InterruptTest, ARequestToTerminateCountsAsWell) {
+    Start({.request = "GET /api/1.7/folders/"});
+    EXPECT_EQ(7, InterruptWhenHeldUp({"ls"}, SIGTERM));
+}
+
+TEST_F(InterruptTest, EndsADownloadAndLeavesNoPartOfTheFile) {
+    StartAndLogin();
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", std::string(5'000'000, 'x')), "/f"}).exitCode);
+    Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/folders/f"}, {"kind", "delay"}, {"ms", 1}});
+    Server().AddFaults(
+        {{"method", "GET"}, {"path", "/api/1.7/folders/f"}, {"kind", "stall"}, {"after", 3'000'000}, {"ms", 60'000}});
+    const std::string target = Write("folder/f", "old");
+    Process process(Command({"get", "/f", target}), Local("out"), Local("err"), HomeEnvironment());
+    // The download tells how far it has come by the size of its temporary file.
+    const std::string partial = target + ".quillmark-part";
+    std::error_code missing;
+    const Clock::time_point limit = Clock::now() + std::chrono::minutes(1);
+    while ((!std::filesystem::exists(partial) || std::filesystem::file_size(partial, missing) < 2'000'000) &&
+           Clock::now() < limit) {
+        std::this_thread::yield();
+    }
+    const Clock::time_point sent = Clock::now();
+    process.Signal(SIGINT);
+    EXPECT_EQ(7, process.Wait());
+    EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LONGEST_END);
+    EXPECT_EQ("0 files, 0 folders, 0 bytes, 1 failed, cancelled\n", Read(Local("err")));
+    EXPECT_EQ(std::vector<std::string>{"f"}, NamesIn(Local("folder")));
+    EXPECT_EQ("old", Read(target));
+}
+
+// What cannot be cancelled, the second Ctrl-C ends.
+TEST_F(InterruptTest, TheSecondOneLeavesAtOnce) {
+    StalledServer server({.request = "GET /api/1.7/version"});
+    Write("home/session", "quillmark session 1\nserver " + server.Url() + "\nuser anna\ndevice d\ntoken T0KEN\n");
+    Process process(Command({"version"}), Local("out"), Local("err"), HomeEnvironment());
+    ASSERT_TRUE(server.AwaitStall());
+    // Equal signals that wait to be taken become one: the second one goes out as long as the program runs.
+    const Clock::time_point sent = Clock::now();
+    while (process.IsRunning() && Clock::now() - sent < std::chrono::seconds(30)) {
+        process.Signal(SIGINT);
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(7, process.Wait());
+    EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LONGEST_END);
+}
+
+}  // namespace
+}  // namespace quillmark::testing

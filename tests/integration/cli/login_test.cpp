@@ -1,0 +1,264 @@
+// quillmark login, and the session that it leaves for the other commands.
+#include <pty.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <tuple>
+
+#include "integration/cli/CliTest.h"
+#include "unit/winhttp/RawServer.h"
+
+namespace quillmark::testing {
+namespace {
+
+class LoginCommandTest : public CliTest {
+protected:
+    void SetUp() override { StartServer(); }
+
+    ProcessResult Login(const Arguments& more = {}, const Process::Environment& environment = {},
+                        const std::string& input = "") {
+        Arguments arguments = {"login", Server().HttpUrl(), "--user", "anna"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return Quillmark(arguments, environment, input);
+    }
+    void ExpectLoggedIn(const ProcessResult& result) {
+        EXPECT_EQ(0, result.exitCode) << result.errors;
+        EXPECT_EQ("Logged in to " + Server().HttpUrl() + " as anna.\n", result.output);
+        EXPECT_EQ("", result.errors);
+        EXPECT_EQ("", OutputOf({"ls"})) << "the session serves the next command";
+    }
+};
+
+const Process::Environment NO_PASSWORD = {{"QUILLMARK_PASSWORD", ""}};
+
+TEST_F(LoginCommandTest, TakesThePasswordFromTheEnvironment) {
+    ExpectLoggedIn(Login());
+}
+
+TEST_F(LoginCommandTest, TakesTheFirstLineOfThePasswordFile) {
+    ExpectLoggedIn(Login({"--password-file", Write("password", "secret\r\nsecond line\n")}, NO_PASSWORD));
+}
+
+TEST_F(LoginCommandTest, PrefersThePasswordFileToTheEnvironment) {
+    ExpectLoggedIn(Login({"--password-file", Write("password", "secret")}, {{"QUILLMARK_PASSWORD", "wrong"}}));
+}
+
+TEST_F(LoginCommandTest, TakesTheFirstLineOfStandardInput) {
+    ExpectLoggedIn(Login({"--password-file", "-"}, NO_PASSWORD, "secret\nmore\n"));
+}
+
+TEST_F(LoginCommandTest, NamesThePasswordFileThatIsMissing) {
+    const ProcessResult result = Login({"--password-file", "/nonexistent/password"}, NO_PASSWORD);
+    EXPECT_EQ(8, result.exitCode);
+    EXPECT_EQ("quillmark: cannot read the password file '/nonexistent/password': the local folder does not exist (3)\n",
+              result.errors);
+}
+
+TEST_F(LoginCommandTest, ReportsAWrongPassword) {
+    const ProcessResult result = Login({}, {{"QUILLMARK_PASSWORD", "wrong"}});
+    EXPECT_EQ(4, result.exitCode);
+    EXPECT_EQ("", result.output);
+    EXPECT_EQ("quillmark: cannot log in to " + Server().HttpUrl() +
+                  " as anna: the user name or the password is wrong (21010)\n",
+              result.errors);
+}
+
+TEST_F(LoginCommandTest, KeepsTheSessionForItsOwnerOnlyAndNoPassword) {
+    ExpectLoggedIn(Login());
+    struct stat status = {};
+    ASSERT_EQ(0, ::stat(SessionFile().c_str(), &status));
+    EXPECT_EQ(0600u, status.st_mode & 07777u);
+    const std::string session = Read(SessionFile());
+    EXPECT_EQ(0u, session.find("quillmark session 1\nserver " + Server().HttpUrl() +
+                               "\nuser anna\ndevice quillmark-cli\ntoken "))
+        << session;
+    EXPECT_EQ(std::string::npos, session.find("secret"));
+}
+
+TEST_F(LoginCommandTest, KeepsTheSessionInTheUsersDataFolder) {
+    const ProcessResult result =
+        Process::Run({ProgramPath("quillmark"), "login", Server().HttpUrl(), "-u", "anna"}, HomeEnvironment());
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_NE("", Read(Local("home/.local/share/quillmark/session")));
+}
+
+TEST_F(LoginCommandTest, RefusesWhatIsNoServerAddress) {
+    const auto errors = [this](const std::string& server) {
+        const ProcessResult result = Quillmark({"login", server, "--user", "anna"});
+        EXPECT_EQ(2, result.exitCode);
+        return result.errors;
+    };
+    EXPECT_EQ("quillmark: 'localhost' is not a server address: one begins with https:// or http://\n",
+              errors("localhost"));
+    EXPECT_EQ("quillmark: '65536' is not a port number\n", errors("http://localhost:65536"));
+    EXPECT_EQ("quillmark: 'x' is not a port number\n", errors("http://localhost:x"));
+}
+
+TEST_F(LoginCommandTest, ReportsThatNothingListens) {
+    const std::string url = "http://127.0.0.1:" + std::to_string(test::UnusedPort());
+    const ProcessResult result = Quillmark({"login", url, "--user", "anna"});
+    EXPECT_EQ(3, result.exitCode);
+    EXPECT_EQ("quillmark: cannot log in to " + url + " as anna: nothing answers at this address and port (12029)\n",
+              result.errors);
+}
+
+TEST_F(LoginCommandTest, ReportsAServerThatIsNotOfThisProduct) {
+    const auto login = [this](const std::string& reply) {
+        test::RawServer server([&reply](test::Peer& peer) {
+            std::ignore = peer.ReadHead();
+            peer.Send(reply);
+        });
+        return Quillmark({"login", "http://127.0.0.1:" + std::to_string(server.Port()), "--user", "anna"});
+    };
+    EXPECT_EQ(9, login("SSH-2.0-OpenSSH_9.2\r\n").exitCode);
+    const ProcessResult page = login("HTTP/1.1 200 OK\r\nContent-Length: 13\r\n\r\n<html></html>");
+    EXPECT_EQ(9, page.exitCode);
+    EXPECT_NE(std::string::npos, page.errors.find("(19006)")) << page.errors;
+}
+
+TEST_F(LoginCommandTest, TrustsTheServerOnlyWithItsAuthority) {
+    const Arguments login = {"login", Server().HttpsUrl(), "--user", "anna"};
+    const ProcessResult untrusted = Quillmark(login);
+    EXPECT_EQ(3, untrusted.exitCode);
+    EXPECT_EQ("quillmark: cannot log in to " + Server().HttpsUrl() +
+                  " as anna: the server's certificate is not trusted; name its authority with --ca FILE (12175)\n",
+              untrusted.errors);
+    const ProcessResult trusted =
+        Quillmark({"--ca", Server().AuthorityFile(), "login", Server().HttpsUrl(), "--user", "anna"});
+    EXPECT_EQ(0, trusted.exitCode) << trusted.errors;
+}
+
+TEST_F(LoginCommandTest, AddsTheAuthorityToThoseThatTheUserTrusts) {
+    const Process::Environment users = {{"SSL_CERT_FILE", Server().AuthorityFile()}};
+    const Appliance other({"--no-sync"});
+    const ProcessResult result =
+        Quillmark({"login", Server().HttpsUrl(), "--user", "anna", "--ca", other.AuthorityFile()}, users);
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+}
+
+TEST_F(LoginCommandTest, NamesTheAuthorityFileThatIsNone) {
+    const std::string text = Write("authority", "no certificate");
+    const ProcessResult noCertificate = Quillmark({"--ca", text, "ls"});
+    EXPECT_EQ(8, noCertificate.exitCode);
+    EXPECT_EQ("quillmark: '" + text + "' holds no certificate in PEM form\n", noCertificate.errors);
+    const ProcessResult missing = Quillmark({"--ca", Local("missing"), "ls"});
+    EXPECT_EQ(8, missing.exitCode);
+    EXPECT_EQ("quillmark: cannot read the certificates '" + Local("missing") + "': the local file does not exist (2)\n",
+              missing.errors);
+}
+
+TEST_F(LoginCommandTest, WritesALogWithoutThePassword) {
+    ExpectLoggedIn(Login({"--log", Local("log")}));
+    const std::string log = Read(Local("log"));
+    EXPECT_NE(std::string::npos, log.find("CNativeHttp::Login"));
+    EXPECT_NE(std::string::npos, log.find("user_id=anna"));
+    EXPECT_EQ(std::string::npos, log.find("secret"));
+}
+
+TEST_F(LoginCommandTest, LogsToStandardErrorOnRequest) {
+    const ProcessResult result = Login({"--log", "-"});
+    EXPECT_EQ(0, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("CNativeHttp::Login"));
+    EXPECT_EQ("Logged in to " + Server().HttpUrl() + " as anna.\n", result.output);
+}
+
+TEST_F(LoginCommandTest, NamesTheLogThatCannotBeWritten) {
+    const ProcessResult result = Login({"--log", "/nonexistent/log"});
+    EXPECT_EQ(8, result.exitCode);
+    EXPECT_EQ(0u, result.errors.find("quillmark: cannot open the log '/nonexistent/log': ")) << result.errors;
+}
+
+TEST_F(LoginCommandTest, IsAskedForWhereNobodyIsLoggedIn) {
+    const ProcessResult result = Quillmark({"ls"});
+    EXPECT_EQ(4, result.exitCode);
+    EXPECT_EQ("quillmark: nobody is logged in; use 'quillmark login'\n", result.errors);
+}
+
+TEST_F(LoginCommandTest, IsAskedForAgainWhenTheSessionHasEnded) {
+    ExpectLoggedIn(Login());
+    Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/folders/"}, {"kind", "expire-token"}});
+    const ProcessResult result = Quillmark({"ls"});
+    EXPECT_EQ(4, result.exitCode);
+    EXPECT_EQ("quillmark: cannot list /: the session has ended; log in again with 'quillmark login' (20006)\n",
+              result.errors);
+    EXPECT_EQ(0u, Server().UnusedFaults());
+}
+
+TEST_F(LoginCommandTest, IsNotTakenFromAFileThatIsNoSession) {
+    Write("home/session", "something else\n");
+    const ProcessResult result = Quillmark({"ls"});
+    EXPECT_EQ(8, result.exitCode);
+    EXPECT_EQ("quillmark: '" + SessionFile() + "' is not a session that 'quillmark login' has kept\n", result.errors);
+}
+
+// The program on a terminal of its own: what it shows there, after the answer to its question.
+class Terminal {
+public:
+    Terminal(const std::vector<std::string>& command, const Process::Environment& environment) {
+        m_id = ::forkpty(&m_terminal, nullptr, nullptr, nullptr);
+        if (m_id == 0) {
+            for (const auto& [name, value] : environment) {
+                value.empty() ? ::unsetenv(name.c_str()) : ::setenv(name.c_str(), value.c_str(), 1);
+            }
+            std::vector<char*> arguments;
+            for (const std::string& argument : command) {
+                arguments.push_back(const_cast<char*>(argument.c_str()));
+            }
+            arguments.push_back(nullptr);
+            ::execv(arguments[0], arguments.data());
+            ::_exit(127);
+        }
+    }
+    ~Terminal() { ::close(m_terminal); }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
+
+    // Everything up to and with that text, or to the end.
+    std::string ReadThrough(const std::string& text) {
+        std::string shown;
+        char unit = 0;
+        while ((text.empty() || shown.find(text) == std::string::npos) && ::read(m_terminal, &unit, 1) == 1) {
+            shown.push_back(unit);
+        }
+        return shown;
+    }
+    void Type(const std::string& text) const {
+        ASSERT_EQ(static_cast<ssize_t>(text.size()), ::write(m_terminal, text.data(), text.size()));
+    }
+    int Wait() const {
+        int status = 0;
+        ::waitpid(m_id, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    int m_terminal = -1;
+    pid_t m_id = 0;
+};
+
+TEST_F(LoginCommandTest, AsksOnTheTerminalWithoutShowingTheAnswer) {
+    Process::Environment environment = HomeEnvironment();
+    environment["QUILLMARK_PASSWORD"] = "";
+    Terminal terminal(Command({"login", Server().HttpUrl(), "--user", "anna"}), environment);
+    const std::string prompt = terminal.ReadThrough("Password for anna: ");
+    EXPECT_EQ("Password for anna: ", prompt);
+    terminal.Type("secret\n");
+    EXPECT_EQ("\r\nLogged in to " + Server().HttpUrl() + " as anna.\r\n", terminal.ReadThrough(""));
+    EXPECT_EQ(0, terminal.Wait());
+}
+
+TEST_F(LoginCommandTest, SaysHowToGiveThePasswordWhereThereIsNoTerminal) {
+    std::vector<std::string> command = {"setsid", "--wait"};
+    const Arguments login = Command({"login", Server().HttpUrl(), "--user", "anna"});
+    command.insert(command.end(), login.begin(), login.end());
+    Process::Environment environment = HomeEnvironment();
+    environment["QUILLMARK_PASSWORD"] = "";
+    const ProcessResult result = Process::Run(command, environment);
+    EXPECT_EQ(2, result.exitCode);
+    EXPECT_EQ("quillmark: no password: there is no terminal to ask on; use --password-file or QUILLMARK_PASSWORD\n",
+              result.errors);
+}
+
+}  // namespace
+}  // namespace quillmark::testing

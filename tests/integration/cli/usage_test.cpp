@@ -1,0 +1,61 @@
+// quillmark's help, and what it makes of a command line that it does not understand.
+#include "integration/cli/CliTest.h"
+
+namespace quillmark::testing {
+namespace {
+
+class UsageTest : public CliTest {};
+
+TEST_F(UsageTest, HelpNamesCommandsOptionsExamplesAndExitCodes) {
+    const std::string help = OutputOf({"--help"});
+    for (const char* text :
+         {"Usage: quillmark [OPTIONS] SUBCOMMAND", "--session FILE", "--log FILE", "--ca FILE", "--version",
+          "  login  ", "  version  ", "  ls  ", "  stat  ", "  mkdir  ", "  put  ", "  get  ",
+          "  quillmark login https://files.example.com --user anna\n", "  quillmark put report.pdf /Shared/\n",
+          "Exit codes: 0 done, 1 some items failed, 2 usage, 3 cannot connect, 4 not logged in or refused, 5 not "
+          "found,\n"
+          "6 conflict, 7 cancelled, 8 local file error, 9 invalid reply."}) {
+        EXPECT_NE(std::string::npos, help.find(text)) << text << "\n" << help;
+    }
+}
+
+TEST_F(UsageTest, EveryCommandHasHelpOfItsOwn) {
+    for (const std::string command : {"login", "version", "ls", "stat", "mkdir", "put", "get"}) {
+        EXPECT_NE(std::string::npos, OutputOf({command, "--help"}).find("Usage: quillmark " + command)) << command;
+    }
+}
+
+TEST_F(UsageTest, TellsItsVersion) {
+    EXPECT_EQ(0u, OutputOf({"--version"}).find("quillmark 0."));
+}
+
+TEST_F(UsageTest, WrongCommandLinesEndWithTwoAndPointToHelp) {
+    const std::vector<Arguments> wrong = {{},
+                                          {"nonsense"},
+                                          {"--nonsense"},
+                                          {"ls", "--nonsense"},
+                                          {"put"},
+                                          {"put", "one"},
+                                          {"get", "one"},
+                                          {"mkdir"},
+                                          {"stat"},
+                                          {"login"},
+                                          {"login", "http://localhost"},
+                                          {"ls", "/a", "/b"}};
+    for (const Arguments& arguments : wrong) {
+        const ProcessResult result = Quillmark(arguments);
+        EXPECT_EQ(2, result.exitCode) << result.errors;
+        EXPECT_EQ("", result.output);
+        EXPECT_NE(std::string::npos, result.errors.find("--help")) << result.errors;
+    }
+}
+
+TEST_F(UsageTest, TakesTheCommonOptionsAfterTheCommandToo) {
+    StartAndLogin();
+    const ProcessResult result =
+        Process::Run({ProgramPath("quillmark"), "ls", "--session", SessionFile()}, HomeEnvironment());
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+}
+
+}  // namespace
+}  // namespace quillmark::testing
