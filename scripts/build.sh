@@ -12,4 +12,7 @@ flock 9
     cat "build/configure-$preset.log"
     exit 1
 }
+# One compiler cache serves every checkout on a machine: paths count from the project's folder. Precompiled headers
+# can be cached only when ccache need not look at their time stamps.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
 exec cmake --build "build/$preset" ${*:+--target "$@"}
