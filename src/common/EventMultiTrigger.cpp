@@ -165,19 +165,27 @@ void EventMultiTrigger::RunAction(HANDLE event, const Action& action) const noex
 bool EventMultiTrigger::DropDeadEvents(const WaitList& list) {
     bool dropped = false;
     for (const HANDLE event : std::span(list.events).subspan(ControlEvents, list.count - ControlEvents)) {
-        const DWORD result = ::WaitForSingleObject(event, 0);
+        const DWORD result = TestEvent(event);
+        dropped = dropped || result == WAIT_FAILED;
         if (result == WAIT_OBJECT_0) {
             // The test may have taken the signal, so it counts.
             RunTrigger(event);
-        } else if (result == WAIT_FAILED) {
-            dropped = true;
-            const std::scoped_lock guard(m_lock);
-            if (const auto found = m_triggers.find(event); found != m_triggers.end()) {
-                found->second.dead = true;
-            }
         }
     }
     return dropped;
+}
+
+// Tests and marks under one lock: between the two, the number of a closed handle could become that of a new event,
+// whose trigger would be marked in the place of the one that is gone.
+DWORD EventMultiTrigger::TestEvent(HANDLE event) {
+    const std::scoped_lock guard(m_lock);
+    const DWORD result = ::WaitForSingleObject(event, 0);
+    if (result == WAIT_FAILED) {
+        if (const auto found = m_triggers.find(event); found != m_triggers.end()) {
+            found->second.dead = true;
+        }
+    }
+    return result;
 }
 
 }  // namespace quillmark

@@ -66,6 +66,8 @@ private:
     void RunAction(HANDLE event, const Action& action) const noexcept;
     // After a failed wait: takes the handles that made it fail out of further waits. False when none of them did.
     [[nodiscard]] bool DropDeadEvents(const WaitList& list);
+    // Looks without waiting and marks the trigger of a handle that cannot be waited on.
+    [[nodiscard]] DWORD TestEvent(HANDLE event);
 
     std::mutex m_lock;
     std::map<HANDLE, Trigger> m_triggers;
