@@ -2,6 +2,8 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstddef>
+#include <new>
 #include <utility>
 
 #include "LogFile.h"
@@ -12,9 +14,11 @@
 namespace Eventing {
 namespace {
 
-// Never destroyed: threads may log while the process ends.
-LogTable& Table() {
-    static LogTable& table = *new LogTable;
+// Never destroyed: threads may log while the process ends. It needs no memory of the heap, so that asking whether a
+// record is wanted cannot fail.
+LogTable& Table() noexcept {
+    alignas(LogTable) static std::byte storage[sizeof(LogTable)];
+    static LogTable& table = *new (storage) LogTable;
     return table;
 }
 

@@ -1,6 +1,8 @@
 #include "common/ModuleState.h"
 
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace quillmark {
@@ -13,9 +15,11 @@ struct ServicesState {
     std::shared_ptr<ServicesCollection> services;
 };
 
-// Made on first use and never destroyed: client objects may outlive the static objects of the process.
-ServicesState& State() {
-    static ServicesState& state = *new ServicesState;
+// Made on first use and never destroyed: client objects may outlive the static objects of the process. It needs no
+// memory of the heap, so that installing services cannot fail.
+ServicesState& State() noexcept {
+    alignas(ServicesState) static std::byte storage[sizeof(ServicesState)];
+    static ServicesState& state = *new (storage) ServicesState;
     return state;
 }
 

@@ -1,9 +1,11 @@
-// What wide strings do when memory is short. This file replaces the allocation functions of the test program.
+// What wide strings and the module's state do when memory is short. This file replaces the allocation functions of the
+// test program.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <new>
 
+#include "common/ModuleState.h"
 #include "quillmark/WideString.h"
 
 namespace {
@@ -13,8 +15,12 @@ thread_local bool memoryIsShort = false;
 
 }  // namespace
 
+// Both forms: a sanitizer's runtime brings a second one of its own, which does not go through the first.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return memoryIsShort ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
 void* operator new(std::size_t size) {
-    void* block = memoryIsShort ? nullptr : std::malloc(size == 0 ? 1 : size);
+    void* block = ::operator new(size, std::nothrow);
     if (block == nullptr) {
         throw std::bad_alloc();
     }
@@ -90,6 +96,12 @@ TEST(WideStringMemoryTest, IsCaughtAsAnAllocationFailure) {
     }
     memoryIsShort = false;
     EXPECT_TRUE(caught);
+}
+
+// Has to be the first use of the state in its process, as it is when the test runs alone.
+TEST(ModuleStateMemoryTest, TakesServicesWithoutMemory) {
+    EXPECT_EQ(ResultWithoutMemory([] { InstallServices(nullptr); }), S_OK);
+    EXPECT_NE(WinHttp(), nullptr);
 }
 
 }  // namespace
