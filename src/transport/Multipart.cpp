@@ -34,13 +34,14 @@ std::string MakeBoundary(const GuidSource& source) {
     return "QM_MARK--" + GuidText(source) + "--QM_MARK";
 }
 
+// Never destroyed, both of them: threads may still send while the process ends.
 const std::string& Boundary() {
-    static const std::string boundary = MakeBoundary();
+    static const std::string& boundary = *new std::string(MakeBoundary());
     return boundary;
 }
 
 const WideString& WideBoundary() {
-    static const WideString boundary = WidenUtf8(Boundary());
+    static const WideString& boundary = *new WideString(WidenUtf8(Boundary()));
     return boundary;
 }
 

@@ -13,10 +13,10 @@ constexpr std::string_view Masked = "password=XXXXX";
 // Only the key is left to the regular expression. Its value is everything up to the next "&", which takes no expression
 // to find, and whose repetition would be matched by one call inside the other for each character of a long body. The
 // white space before the "=" is a repetition too: __polynomial chooses the library's matcher that has no such
-// recursion.
+// recursion. The expression is never destroyed: threads may still send while the process ends.
 std::size_t MatchKey(std::string_view text) {
-    static const std::regex expression("password\\s*=",
-                                       std::regex_constants::ECMAScript | std::regex_constants::__polynomial);
+    static const std::regex& expression =
+        *new std::regex("password\\s*=", std::regex_constants::ECMAScript | std::regex_constants::__polynomial);
     std::cmatch match;
     const bool found = std::regex_search(text.data(), text.data() + text.size(), match, expression,
                                          std::regex_constants::match_continuous);

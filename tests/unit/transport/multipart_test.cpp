@@ -1,6 +1,10 @@
 #include "transport/Multipart.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 #include "TransportTest.h"
+#include "transport/ScrubPasswords.h"
 
 namespace quillmark {
 namespace {
@@ -77,6 +81,28 @@ TEST_F(MultipartTest, AFileNameWithALoneSurrogateIsRefused) {
     const WideChar trail[] = {0xDC80, 0};
     EXPECT_EQ(Multipart::FileDisposition("file", lead, line), 1113u);
     EXPECT_EQ(Multipart::FileDisposition("file", trail, line), 1113u);
+}
+
+// A thread of the host may still send while the process ends, when the static objects of the library are gone.
+TEST(TransportAtExitDeathTest, KeepsWhatTheProcessMakesOnce) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    static char boundary[57] = {};
+    // Static objects that are made from here on go before the handler runs.
+    const auto useAll = [] {
+        const std::string body = "password=a";
+        const bool kept = Multipart::Boundary() == boundary && NarrowUtf8(Multipart::WideBoundary()) == boundary &&
+                          ScrubPasswords(body.data(), body.size()) == "password=XXXXX";
+        std::fputs(kept ? "kept" : "lost", stderr);
+    };
+    EXPECT_EXIT(
+        {
+            std::atexit(useAll);
+            static_cast<void>(Multipart::WideBoundary());
+            static_cast<void>(ScrubPasswords("password=a", 10));
+            Multipart::Boundary().copy(boundary, 56);
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "kept");
 }
 
 }  // namespace

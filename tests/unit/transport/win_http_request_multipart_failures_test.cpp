@@ -127,7 +127,8 @@ TEST_F(WinHttpRequestMultipartFailuresTest, AFileNameWithALoneSurrogateIsRefused
     EXPECT_EQ(request->SendMultipartFile("file", Path, name, 0, 5, nullptr, nullptr, nullptr, 0), 1113u);
     EXPECT_EQ(winHttp->Calls(), Texts{});
     EXPECT_EQ(files->Calls(), Texts{});
-    EXPECT_EQ(log.Texts(103).size(), 2u);
+    const std::string text = "The file name [a\xEF\xBF\xBD] cannot be sent, error code: 1113";
+    EXPECT_EQ(log.Texts(103), (Texts{text, text}));
 }
 
 TEST_F(WinHttpRequestMultipartFailuresTest, AFileNameTooLongForItsLineIsRefusedBeforeAnythingIsSent) {
