@@ -1,13 +1,23 @@
 #include "winhttp/ChannelPool.h"
 
 #include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <new>
 #include <utility>
 #include <vector>
 
 namespace quillmark::platform::winhttp {
+
+namespace {
+
+// A head and the body of an error.
+constexpr std::size_t kMostLastBytes = 1024 * 1024;
+
+}  // namespace
 
 Channel::Channel() : multi_(curl_multi_init()), easy_(curl_easy_init()) {
     if (multi_ == nullptr || easy_ == nullptr) {
@@ -32,6 +42,19 @@ bool Channel::ClosesBefore(std::chrono::steady_clock::time_point moment) const {
     const auto wait = std::chrono::ceil<std::chrono::milliseconds>(moment - std::chrono::steady_clock::now());
     // Interrupted, it is as if nothing had come.
     return ::poll(&entry, 1, static_cast<int>(std::max<std::int64_t>(wait.count(), 0))) > 0;
+}
+
+int Channel::OnCloseSocket(void* self, curl_socket_t socket) {
+    auto& channel = *static_cast<Channel*>(self);
+    if (channel.keepLastBytes_) {
+        std::array<char, 16384> buffer;
+        ssize_t count = 0;
+        while (channel.lastBytes_.size() < kMostLastBytes &&
+               (count = recv(socket, buffer.data(), buffer.size(), MSG_DONTWAIT)) > 0) {
+            channel.lastBytes_.append(buffer.data(), static_cast<std::size_t>(count));
+        }
+    }
+    return close(socket);
 }
 
 std::unique_ptr<Channel> ChannelPool::Take(const std::string& origin) {

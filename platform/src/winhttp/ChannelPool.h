@@ -35,11 +35,21 @@ public:
     // connection.
     [[nodiscard]] bool ClosesBefore(std::chrono::steady_clock::time_point moment) const;
 
+    // While set, what the server said last is read from a connection that is closed, into LastBytes. libcurl closes
+    // when it cannot send, without reading once more; of a plain connection the bytes can be had all the same.
+    void KeepLastBytes(bool keep) { keepLastBytes_ = keep; }
+    [[nodiscard]] const std::string& LastBytes() const { return lastBytes_; }
+
+    // CURLOPT_CLOSESOCKETFUNCTION with the channel as its data: libcurl remembers both with the connection.
+    static int OnCloseSocket(void* self, curl_socket_t socket);
+
     // When the last exchange ended.
     [[nodiscard]] std::chrono::steady_clock::time_point IdleSince() const { return idleSince_; }
 
 private:
-    // The connection lives in the multi handle, and its closing needs nothing of the easy one.
+    bool keepLastBytes_ = false;
+    std::string lastBytes_;
+    // The connection lives in the multi handle; its closing needs what stands above, and nothing of the easy one.
     MultiHandle multi_;
     EasyHandle easy_;
     curl_socket_t socket_ = CURL_SOCKET_BAD;

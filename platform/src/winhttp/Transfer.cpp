@@ -41,6 +41,7 @@ Transfer::~Transfer() {
         DrainWithoutWaiting();
     }
     cancel_.Watch(nullptr);
+    channel_->KeepLastBytes(false);
     channel_->EndExchange(answeredEarly_);
     if (added_) {
         curl_multi_remove_handle(channel_->Multi(), channel_->Easy());
@@ -52,6 +53,7 @@ Transfer::~Transfer() {
 
 DWORD Transfer::Start() {
     cancel_.Watch(channel_->Multi());
+    channel_->KeepLastBytes(plan_.bodyLength != 0 && !plan_.target.secure);
     if (curl_multi_add_handle(channel_->Multi(), channel_->Easy()) != CURLM_OK) {
         return failure_ = ERROR_NOT_ENOUGH_MEMORY;
     }
@@ -165,11 +167,31 @@ void Transfer::Observe() {
 void Transfer::TakeResult(CURLcode result) {
     ended_ = true;
     result_ = result;
+    if (result != CURLE_OK && !head_.IsFinal()) {
+        TakeLastBytes(channel_->LastBytes());
+    }
     provisional_ = false;
     if (!head_.IsFinal()) {
         failure_ = CodeWithoutHead(result);
     } else if (result != CURLE_OK && head_.BodyLength() != bodyReceived_) {
         failure_ = CodeOf(result);
+    }
+}
+
+// The reply that was still unread when the sending failed. A body in chunks is left out: its end could not be told.
+void Transfer::TakeLastBytes(std::string_view bytes) {
+    if (!bytes.starts_with("HTTP/")) {
+        return;
+    }
+    while (!head_.IsFinal() && !headTooLarge_ && bytes.find('\n') != std::string_view::npos) {
+        const std::size_t length = bytes.find('\n') + 1;
+        TakeHeaderLine(bytes.substr(0, length));
+        bytes.remove_prefix(length);
+    }
+    if (head_.IsFinal() && head_.BodyLength()) {
+        bytes = bytes.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(*head_.BodyLength(), bytes.size())));
+        reply_.Append({reinterpret_cast<const BYTE*>(bytes.data()), bytes.size()});
+        bodyReceived_ += bytes.size();
     }
 }
 
@@ -183,8 +205,11 @@ DWORD Transfer::CodeWithoutHead(CURLcode result) const {
     if (result == CURLE_OK) {
         return head_.HasBegun() ? ERROR_WINHTTP_INVALID_SERVER_RESPONSE : ERROR_WINHTTP_CONNECTION_ERROR;
     }
-    // libcurl's own limit for one line, which it reports like this.
-    if (result == CURLE_OUT_OF_MEMORY && position_.requestBytes != 0) {
+    // libcurl's own limit for one line, which it reports like this. What was observed last may be older than the
+    // request: on a kept connection all of it can happen in one turn.
+    long requestBytes = 0;
+    curl_easy_getinfo(channel_->Easy(), CURLINFO_REQUEST_SIZE, &requestBytes);
+    if (result == CURLE_OUT_OF_MEMORY && requestBytes != 0) {
         return ERROR_WINHTTP_HEADER_SIZE_OVERFLOW;
     }
     return CodeOf(result);
@@ -276,6 +301,8 @@ void Transfer::InstallCallbacks() {
     curl_easy_setopt(easy, CURLOPT_SEEKDATA, this);
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &Transfer::OnOpenSocket);
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, this);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, &Channel::OnCloseSocket);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, channel_.get());
     curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, &Transfer::OnConnected);
     curl_easy_setopt(easy, CURLOPT_PREREQDATA, this);
 }

@@ -97,6 +97,7 @@ private:
     void Drive();
     void Observe();
     void TakeResult(CURLcode result);
+    void TakeLastBytes(std::string_view bytes);
     [[nodiscard]] DWORD CodeWithoutHead(CURLcode result) const;
     void PayWhatIsOwed();
     [[nodiscard]] bool IsSmallDebt() const;

@@ -115,12 +115,10 @@ void ApplyTrust(CURL* easy, TrustedRoots& roots) {
 }
 
 void ApplySession(CURL* easy, const TransferPlan& plan, Session& session) {
-    // The cookies are part of what is shared, so a request without cookies shares nothing.
+    curl_easy_setopt(easy, CURLOPT_SHARE, session.Share().Get());
+    // An empty name switches the shared cookies on, none takes them from this handle.
     const bool cookies = (plan.disabledFeatures & WINHTTP_DISABLE_COOKIES) == 0;
-    curl_easy_setopt(easy, CURLOPT_SHARE, cookies ? session.Share().Get() : nullptr);
-    if (cookies) {
-        curl_easy_setopt(easy, CURLOPT_COOKIEFILE, "");
-    }
+    curl_easy_setopt(easy, CURLOPT_COOKIEFILE, cookies ? "" : nullptr);
     if (const HeaderField* cookie = plan.headers.Find("Cookie")) {
         curl_easy_setopt(easy, CURLOPT_COOKIE, cookie->value.c_str());
     }

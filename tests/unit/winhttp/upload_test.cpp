@@ -258,6 +258,29 @@ TEST_F(UploadTest, SilentServerIsPaidAfterASecondAndAtOnceFromThenOn) {
     EXPECT_LT(milliseconds[1], 500);
 }
 
+TEST_F(UploadTest, ServerThatClosesBehindAnEarlyReplyIsPaidBeforeItFromThenOn) {
+    // It promises to keep the connection and closes it, unless all announced bytes came before its reply.
+    std::atomic<int> seen{0};
+    RawServer server([&](Peer& peer) {
+        for (bool whole = true; whole && !peer.ReadHead().empty();) {
+            ++seen;
+            whole = peer.Number() != 0;
+            static_cast<void>(peer.Read(whole ? 102 : 100));
+            peer.Send(Ok("done"));
+        }
+    });
+    for (int i = 0; i < 4; ++i) {
+        const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+        ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 102));
+        ASSERT_EQ(ERROR_SUCCESS, Write(request, Body(100)));
+        const Stopwatch stopwatch;
+        EXPECT_EQ("done", Receive(request).body) << i;
+        EXPECT_LT(stopwatch.Milliseconds(), 500) << i;
+    }
+    EXPECT_EQ(4, seen);
+    EXPECT_EQ(2, server.Connections());
+}
+
 TEST_F(UploadTest, FourOwedBytesAreNeverPaid) {
     std::promise<std::string> seen;
     RawServer server([&](Peer& peer) {

@@ -46,8 +46,7 @@ inline constexpr INTERNET_PORT INTERNET_DEFAULT_PORT = 0;
 inline constexpr INTERNET_PORT INTERNET_DEFAULT_HTTP_PORT = 80;
 inline constexpr INTERNET_PORT INTERNET_DEFAULT_HTTPS_PORT = 443;
 
-// ---- WinHttpOpen
-// -----------------------------------------------------------------------------------------------------
+// ---- WinHttpOpen ----
 
 inline constexpr DWORD WINHTTP_FLAG_ASYNC = 0x10000000u;
 
@@ -85,20 +84,18 @@ QUILLMARK_PLATFORM_API HINTERNET WINAPI WinHttpOpen(LPCWSTR userAgent, DWORD acc
 // Never blocks on the network. ERROR_INVALID_HANDLE when it was closed already.
 QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpCloseHandle(HINTERNET handle);
 
-// ---- WinHttpConnect
-// --------------------------------------------------------------------------------------------------
+// ---- WinHttpConnect ----
 
 // Names the server of later requests. No look-up and no connection is made here.
 //
-// serverName: a host name (converted to its ASCII form when needed) or an address literal, IPv6 with or without
-// brackets, without scheme, port or path: ERROR_WINHTTP_INVALID_URL (12005) otherwise, also for an empty name. port:
-// INTERNET_DEFAULT_PORT means 80, or 443 for requests opened with WINHTTP_FLAG_SECURE. reserved: 0, else
-// ERROR_INVALID_PARAMETER.
+// serverName: a host name in its ASCII form, or an address literal, IPv6 with or without brackets, without scheme, port
+// or path: ERROR_WINHTTP_INVALID_URL (12005) otherwise, also for an empty name.
+// port: INTERNET_DEFAULT_PORT means 80, or 443 for requests opened with WINHTTP_FLAG_SECURE.
+// reserved: 0, else ERROR_INVALID_PARAMETER.
 QUILLMARK_PLATFORM_API HINTERNET WINAPI WinHttpConnect(HINTERNET session, LPCWSTR serverName, INTERNET_PORT port,
                                                        DWORD reserved);
 
-// ---- WinHttpOpenRequest
-// ----------------------------------------------------------------------------------------------
+// ---- WinHttpOpenRequest ----
 
 inline constexpr DWORD WINHTTP_FLAG_ESCAPE_PERCENT = 0x00000004u;
 inline constexpr DWORD WINHTTP_FLAG_NULL_CODEPAGE = 0x00000008u;
@@ -126,8 +123,7 @@ QUILLMARK_PLATFORM_API HINTERNET WINAPI WinHttpOpenRequest(HINTERNET connection,
                                                            LPCWSTR version, LPCWSTR referrer, LPCWSTR* acceptTypes,
                                                            DWORD flags);
 
-// ---- WinHttpAddRequestHeaders
-// ----------------------------------------------------------------------------------------
+// ---- WinHttpAddRequestHeaders ----
 
 // Add the header when there is none of its name; else ERROR_WINHTTP_HEADER_ALREADY_EXISTS.
 inline constexpr DWORD WINHTTP_ADDREQ_FLAG_ADD_IF_NEW = 0x10000000u;
@@ -159,8 +155,7 @@ inline constexpr DWORD WINHTTP_ADDREQ_INDEX_MASK = 0x0000FFFFu;
 QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpAddRequestHeaders(HINTERNET request, LPCWSTR headers,
                                                             DWORD lengthInCharacters, DWORD modifiers);
 
-// ---- WinHttpSendRequest and WinHttpWriteData
-// ---------------------------------------------------------------------------
+// ---- WinHttpSendRequest and WinHttpWriteData ----
 
 inline constexpr std::nullptr_t WINHTTP_NO_ADDITIONAL_HEADERS = nullptr;
 inline constexpr std::nullptr_t WINHTTP_NO_REQUEST_DATA = nullptr;
@@ -198,8 +193,7 @@ QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpSendRequest(HINTERNET request, LPCWSTR
 QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpWriteData(HINTERNET request, LPCVOID buffer, DWORD bytesToWrite,
                                                     LPDWORD bytesWritten);
 
-// ---- WinHttpReceiveResponse and what follows
-// ---------------------------------------------------------------------------
+// ---- WinHttpReceiveResponse and what follows ----
 
 // Sends what is gathered and waits for the final head; interim (1xx) heads are skipped. reserved: null.
 //
@@ -406,13 +400,13 @@ inline constexpr DWORD WINHTTP_AUTH_SCHEME_NEGOTIATE = 0x00000010u;
 // Gives a request the credentials that answer a challenge of the server or the proxy (targets). authParams: null.
 //
 // userName and password: both null with WINHTTP_AUTH_SCHEME_NEGOTIATE means the logged-on user (a Kerberos ticket);
-// otherwise both are needed. One scheme at a time; _PASSPORT is not offered: ERROR_INVALID_PARAMETER for all else. They
-// are not sent before they are asked for, and never to another host.
+// otherwise both are needed. One scheme at a time; _PASSPORT is not offered: ERROR_INVALID_PARAMETER for all else.
+// Those for the server are not sent before it asks, and never to another host; those for the proxy go out with the
+// first request.
 QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpSetCredentials(HINTERNET request, DWORD targets, DWORD scheme,
                                                          LPCWSTR userName, LPCWSTR password, LPVOID authParams);
 
-// ---- Codes
-// ---------------------------------------------------------------------------------------------------------------
+// ---- Codes ----
 
 inline constexpr DWORD WINHTTP_ERROR_BASE = 12000;
 inline constexpr DWORD ERROR_WINHTTP_OUT_OF_HANDLES = 12001;
