@@ -326,8 +326,7 @@ inline constexpr DWORD WINHTTP_QUERY_FLAG_NUMBER64 = 0x08000000u;
 QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpQueryHeaders(HINTERNET request, DWORD infoLevel, LPCWSTR name, LPVOID buffer,
                                                        LPDWORD bufferLength, LPDWORD index);
 
-// ---- Time-outs, options and credentials
-// ----------------------------------------------------------------------------------
+// ---- Time-outs, options and credentials ----
 
 // Sets the four time-outs in milliseconds, of a session (for requests opened later) or of one request (at once).
 // 0 and -1 mean none; below -1 is ERROR_INVALID_PARAMETER.
