@@ -16,7 +16,7 @@ namespace appliance {
 
 namespace {
 
-constexpr long Day = 24 * 60 * 60;
+constexpr long Day = 24L * 60 * 60;
 constexpr long ValidDays = 825;
 constexpr int Version3 = 2;
 

@@ -86,6 +86,17 @@ TEST_F(Durability, SweepsContentsThatNoItemNames) {
     EXPECT_EQ(ContentFiles(), 0U);
 }
 
+TEST_F(Durability, SaysThatTheServerHasFailedWhenAContentIsLost) {
+    ASSERT_EQ(Upload("/f", "hello").status, 200);
+    for (const auto& entry : std::filesystem::directory_iterator(Server().DataFolder() + "/contents")) {
+        std::filesystem::remove(entry.path());
+    }
+    const CurlResult result = Download("/f");
+    EXPECT_EQ(result.status, 500);
+    EXPECT_EQ(result.body, R"({"errorId":"1500","message":"The server has failed","severity":"3"})");
+    EXPECT_NE(Server().ErrorText().find("is missing"), std::string::npos);
+}
+
 TEST_F(Durability, EndsAtOnceOnATerminationSignal) {
     RawConnection upload(Server().HttpPort());
     ASSERT_TRUE(upload.Send(UploadRequest("/f", std::string(1'000'000, 'x'), 3).substr(0, 500'000)));

@@ -10,7 +10,7 @@ namespace asio = boost::asio;
 
 namespace {
 
-constexpr std::size_t LargestRules = 200 * 1024;
+constexpr std::size_t LargestRules = 200UL * 1024;
 
 asio::awaitable<nlohmann::json> ReadRules(const Request& request, RequestBody& body) {
     const std::uint64_t length = request.contentLength.value_or(0);

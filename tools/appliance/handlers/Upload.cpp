@@ -19,7 +19,7 @@ namespace asio = boost::asio;
 
 namespace {
 
-constexpr std::size_t LongestField = 64 * 1024;
+constexpr std::size_t LongestField = 64UL * 1024;
 constexpr std::size_t MostFields = 100;
 
 std::uint64_t RequireSize(const Fields& fields) {

@@ -15,7 +15,7 @@ namespace asio = boost::asio;
 
 namespace {
 
-constexpr std::size_t LargestPartHead = 16 * 1024;
+constexpr std::size_t LargestPartHead = 16UL * 1024;
 
 // A client counts one byte too many for the part's head and the line break after the part's content twice.
 bool IsPayableDebt(std::uint64_t owed) {

@@ -13,7 +13,7 @@ namespace appliance {
 
 class ReadBuffer {
 public:
-    static constexpr std::size_t Capacity = 256 * 1024;
+    static constexpr std::size_t Capacity = 256UL * 1024;
 
     explicit ReadBuffer(Transport& transport)
         : m_transport(transport), m_block(std::make_unique_for_overwrite<char[]>(Capacity)) {}

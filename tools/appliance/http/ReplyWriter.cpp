@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned NoContent = 204;
 // Up to this size a body is sent in one piece with the head.
-constexpr std::size_t SmallBody = 64 * 1024;
+constexpr std::size_t SmallBody = 64UL * 1024;
 
 std::string DateText() {
     const std::time_t now = std::time(nullptr);

@@ -9,9 +9,9 @@ namespace asio = boost::asio;
 
 namespace {
 
-constexpr std::uint64_t LargestForm = 128 * 1024;
+constexpr std::uint64_t LargestForm = 128UL * 1024;
 // A refused body up to this size is read, so that the connection is kept; a larger one costs the connection.
-constexpr std::uint64_t LargestDrain = 4 * 1024 * 1024;
+constexpr std::uint64_t LargestDrain = 4UL * 1024 * 1024;
 
 bool HasMediaType(const Request& request, std::string_view mediaType) {
     const std::string_view value = request.Header("Content-Type");

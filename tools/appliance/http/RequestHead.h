@@ -10,7 +10,7 @@
 namespace appliance {
 
 // Longest request line and header fields together.
-constexpr std::size_t LargestHead = 64 * 1024;
+constexpr std::size_t LargestHead = 64UL * 1024;
 
 // Empty when the peer ended the stream before a first byte. `owed` is how many bytes the body of the request before was
 // short of its announced length: a client that pays them sends line breaks, so at most that many CR and LF are skipped

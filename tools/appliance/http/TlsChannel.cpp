@@ -13,8 +13,8 @@ using boost::system::error_code;
 
 namespace {
 
-constexpr std::size_t NetworkBuffer = 256 * 1024;
-constexpr std::size_t RecordSize = 16 * 1024;
+constexpr std::size_t NetworkBuffer = 256UL * 1024;
+constexpr std::size_t RecordSize = 16UL * 1024;
 
 }  // namespace
 

@@ -16,7 +16,7 @@ using boost::system::system_error;
 
 namespace {
 
-constexpr std::size_t CopyBuffer = 256 * 1024;
+constexpr std::size_t CopyBuffer = 256UL * 1024;
 
 [[noreturn]] void ThrowErrno(int code) {
     throw system_error(error_code(code, boost::system::system_category()));

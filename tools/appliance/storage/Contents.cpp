@@ -17,7 +17,7 @@ namespace appliance {
 namespace {
 
 // From this many bytes on the disk starts writing while the upload still runs, so that the sync at its end is short.
-constexpr std::uint64_t WriteBackStep = 16 * 1024 * 1024;
+constexpr std::uint64_t WriteBackStep = 16UL * 1024 * 1024;
 constexpr std::size_t NameBytes = 16;
 
 [[noreturn]] void ThrowFileError(const char* what) {

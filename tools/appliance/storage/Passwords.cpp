@@ -16,7 +16,7 @@ namespace {
 constexpr std::uint64_t Cost = 16384;
 constexpr std::uint64_t BlockSize = 8;
 constexpr std::uint64_t Parallel = 1;
-constexpr std::uint64_t LargestMemory = 64 * 1024 * 1024;
+constexpr std::uint64_t LargestMemory = 64UL * 1024 * 1024;
 constexpr std::size_t SaltBytes = 16;
 constexpr std::size_t HashBytes = 32;
 constexpr std::string_view Prefix = "scrypt$16384$8$1$";
