@@ -114,11 +114,12 @@ inline constexpr std::nullptr_t WINHTTP_DEFAULT_ACCEPT_TYPES = nullptr;
 // verb: null or empty means GET; else a token, sent as it is given: ERROR_INVALID_PARAMETER otherwise.
 // objectName: the request target, path and query, percent-encoded by the caller. One without a leading "/" gets it,
 // null or empty means "/". What cannot stand in a request line (controls, blanks, "#", anything beyond ASCII) fails
-// with ERROR_INVALID_PARAMETER. version: null or "HTTP/1.1"; "HTTP/1.0" is accepted; anything else is
-// ERROR_INVALID_PARAMETER. referrer: becomes a Referer header; may be null. acceptTypes: an array of texts that ends in
-// null, each of which becomes part of the Accept header; may be null. flags: WINHTTP_FLAG_SECURE for TLS,
-// WINHTTP_FLAG_REFRESH for "Pragma: no-cache". The escape and code-page flags are accepted and mean nothing, since the
-// target is taken as it is. Other bits fail with ERROR_INVALID_PARAMETER.
+// with ERROR_INVALID_PARAMETER.
+// version: null or "HTTP/1.1"; "HTTP/1.0" is accepted; anything else is ERROR_INVALID_PARAMETER.
+// referrer: becomes a Referer header; may be null.
+// acceptTypes: an array of texts that ends in null, each of which becomes part of the Accept header; may be null.
+// flags: WINHTTP_FLAG_SECURE for TLS, WINHTTP_FLAG_REFRESH for "Pragma: no-cache". The escape and code-page flags
+// are accepted and mean nothing, since the target is taken as it is. Other bits fail with ERROR_INVALID_PARAMETER.
 QUILLMARK_PLATFORM_API HINTERNET WINAPI WinHttpOpenRequest(HINTERNET connection, LPCWSTR verb, LPCWSTR objectName,
                                                            LPCWSTR version, LPCWSTR referrer, LPCWSTR* acceptTypes,
                                                            DWORD flags);
@@ -195,7 +196,8 @@ QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpWriteData(HINTERNET request, LPCVOID b
 
 // ---- WinHttpReceiveResponse and what follows ----
 
-// Sends what is gathered and waits for the final head; interim (1xx) heads are skipped. reserved: null.
+// Sends what is gathered and waits for the final head; interim (1xx) heads are skipped.
+// reserved: null.
 //
 // Redirects within the host are followed as the policy says, authentication is answered when credentials are set. A
 // body that was written with WinHttpWriteData cannot be sent again: such a redirect (307, 308) or challenge fails with
@@ -317,8 +319,8 @@ inline constexpr DWORD WINHTTP_QUERY_FLAG_NUMBER64 = 0x08000000u;
 // infoLevel: a WINHTTP_QUERY_* attribute, with modifiers. name: the header for WINHTTP_QUERY_CUSTOM, else null.
 // buffer, bufferLength: bufferLength holds the room in bytes and gets the size of the value: for text without its
 // terminating zero, which is written as well. When the room does not suffice (a null buffer has none) the call fails
-// with ERROR_INSUFFICIENT_BUFFER (122) and bufferLength gets the bytes that are needed, the zero included. index: null,
-// or which of several headers of that name is meant, from 0; a success moves it to the next.
+// with ERROR_INSUFFICIENT_BUFFER (122) and bufferLength gets the bytes that are needed, the zero included.
+// index: null, or which of several headers of that name is meant, from 0; a success moves it to the next.
 //
 // ERROR_WINHTTP_HEADER_NOT_FOUND (12150) when there is no such header (any more); ERROR_WINHTTP_INVALID_HEADER (12153)
 // when the value is no number or time and one was asked for; ERROR_WINHTTP_INCORRECT_HANDLE_STATE before the reply's
@@ -331,9 +333,11 @@ QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpQueryHeaders(HINTERNET request, DWORD 
 // Sets the four time-outs in milliseconds, of a session (for requests opened later) or of one request (at once).
 // 0 and -1 mean none; below -1 is ERROR_INVALID_PARAMETER.
 //
-// resolve: for the name look-up. connect: for the TCP connection, over all addresses. send: while bytes are to go out,
-// without any progress; the TLS handshake and a proxy's tunnel count as one such step. receive: while bytes are
-// awaited, without any progress. Each passes as ERROR_WINHTTP_TIMEOUT (12002).
+// resolve: for the name look-up.
+// connect: for the TCP connection, over all addresses.
+// send: while bytes are to go out, without any progress; the TLS handshake and a proxy's tunnel count as one such
+// step.
+// receive: while bytes are awaited, without any progress. Each passes as ERROR_WINHTTP_TIMEOUT (12002).
 QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpSetTimeouts(HINTERNET handle, int resolve, int connect, int send,
                                                       int receive);
 
