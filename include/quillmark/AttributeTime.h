@@ -1,8 +1,8 @@
 // CAttributeTime: a time of a server item. 100 ns intervals since 1601-01-01 00:00 UTC (the scale of FILETIME), with
 // 0x7FFFFFFFFFFFFFFF for "unset".
 //
-// Its text form is ISO-8601 with milliseconds, "2016-02-29T23:59:59.123Z"; read from text it keeps the whole fraction, to
-// 100 ns. A text without a fraction is not a time to this system: the server always sends one.
+// Its text form is ISO-8601 with milliseconds, "2016-02-29T23:59:59.123Z"; read from text it keeps the whole fraction,
+// to 100 ns. A text without a fraction is not a time to this system: the server always sends one.
 #pragma once
 
 #include <compare>

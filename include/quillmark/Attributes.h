@@ -1,9 +1,9 @@
-// The attribute record of a server item: what the server says of one file or folder, and what a host says of one that it
-// sends.
+// The attribute record of a server item: what the server says of one file or folder, and what a host says of one that
+// it sends.
 //
-// IServerAttributes is what operations take and hand back, always by shared pointer; CAttributes is the record behind it,
-// which a host makes with MakeAttributes(). Every field may be unset. A record has no lock: it is not to be changed by
-// one thread while another uses it.
+// IServerAttributes is what operations take and hand back, always by shared pointer; CAttributes is the record behind
+// it, which a host makes with MakeAttributes(). Every field may be unset. A record has no lock: it is not to be changed
+// by one thread while another uses it.
 //
 // The order of the virtual operations is part of the calling interface.
 #pragma once

@@ -4,9 +4,9 @@
 // account with CreateInstance, names the server (SetServer, SetPort), logs in (Login discovers the server first), and
 // then calls any operation. It disposes of the object with ReleaseClient.
 //
-// Threads. Every operation runs on the calling thread and blocks until it is done; one client object takes operations from
-// several threads at once. SetServer to SetAuthMode write without a lock: call them before the concurrent use begins.
-// ReleaseClient is called when no operation runs any more.
+// Threads. Every operation runs on the calling thread and blocks until it is done; one client object takes operations
+// from several threads at once. SetServer to SetAuthMode write without a lock: call them before the concurrent use
+// begins. ReleaseClient is called when no operation runs any more.
 //
 // Cancellation. Operations take a cancel event: a manual-reset event, one per running operation, null for an operation
 // that cannot be cancelled. While it is set, the operation ends at once, wherever it blocks, and fails with
@@ -25,8 +25,8 @@
 //
 // Paths. Local paths are the platform's; server paths are absolute, with '/' between the components. Texts are UTF-16.
 //
-// The order of the virtual functions is part of the calling interface, and so is this compiler's C++ ABI: build the host
-// with the same compiler and standard library as the library.
+// The order of the virtual functions is part of the calling interface, and so is this compiler's C++ ABI: build the
+// host with the same compiler and standard library as the library.
 #pragma once
 
 #include <cstdint>
@@ -77,8 +77,8 @@ public:
     [[nodiscard]] virtual bool SupportsApi16() = 0;
     [[nodiscard]] virtual bool SupportsApi17() = 0;
 
-    // The server's address with its scheme, "https://files.example.com"; https selects TLS. The text is lowered in place.
-    // Always pass a scheme: without one the name loses its first two characters. Returns 0.
+    // The server's address with its scheme, "https://files.example.com"; https selects TLS. The text is lowered in
+    // place. Always pass a scheme: without one the name loses its first two characters. Returns 0.
     virtual DWORD SetServer(WideString& server) = 0;
     // Returns 0.
     virtual DWORD SetPort(DWORD port) = 0;
@@ -92,13 +92,13 @@ public:
 
     // ---- Account ---------------------------------------------------------------------------------------------------
 
-    // Signs the user and the device in; discovers the server first when that is still to do. The session token goes to the
-    // current session and rides on every later request. policyText receives the whole reply when it carries a policy
-    // block. clientVersion and platformVersion may be empty. 5: the server gave an empty token.
-    [[nodiscard]] virtual DWORD Login(const WideString& user, const WideString& password,
-                                      const WideString& deviceToken, const WideString& deviceIdentifier,
-                                      WideString& policyText, const WideString& clientVersion,
-                                      const WideString& platformVersion, HANDLE cancelEvent) = 0;
+    // Signs the user and the device in; discovers the server first when that is still to do. The session token goes to
+    // the current session and rides on every later request. policyText receives the whole reply when it carries a
+    // policy block. clientVersion and platformVersion may be empty. 5: the server gave an empty token.
+    [[nodiscard]] virtual DWORD Login(const WideString& user, const WideString& password, const WideString& deviceToken,
+                                      const WideString& deviceIdentifier, WideString& policyText,
+                                      const WideString& clientVersion, const WideString& platformVersion,
+                                      HANDLE cancelEvent) = 0;
 
     // Registers the device with the user's account; the server sends the user a message to confirm it, again when the
     // device was registered before.
@@ -127,16 +127,16 @@ public:
     [[nodiscard]] virtual DWORD GetMappingsFromResponse(const ResponseBuffer& reply, MappingList& mappings, DWORD flag,
                                                         DWORD& count) = 0;
 
-    // The items of a folder (children, in reply order) and the folder's own record (self). 87: empty path, or discovery has
-    // not run. 13: the reply does not describe one folder.
+    // The items of a folder (children, in reply order) and the folder's own record (self). 87: empty path, or discovery
+    // has not run. 13: the reply does not describe one folder.
     virtual StatusPair GetPathListing(const WideString& serverPath, ItemList& children, Attributes& self,
                                       HANDLE cancelEvent) = 0;
 
     // Deletes an item; with a revision in attributes (may be null) only while the item still has it.
     virtual StatusPair DeletePath(const WideString& serverPath, const Attributes& attributes, HANDLE cancelEvent) = 0;
 
-    // Renames within a folder, or moves. overwrite: only 1 lets an existing target be overwritten. attributes receives the
-    // record of the renamed item. 13: the reply is unreadable; the rename may have happened.
+    // Renames within a folder, or moves. overwrite: only 1 lets an existing target be overwritten. attributes receives
+    // the record of the renamed item. 13: the reply is unreadable; the rename may have happened.
     virtual StatusPair RenamePath(const WideString& source, const WideString& target, DWORD overwrite,
                                   Attributes& attributes, HANDLE cancelEvent) = 0;
 
@@ -162,8 +162,8 @@ public:
                                             const Attributes& attributes, DWORD deltaType, HANDLE cancelEvent,
                                             const Progress& progress) = 0;
 
-    // Sends one chunk of a resumable upload. offset and length are in bytes; length is cut to the file's end. firstChunk
-    // starts the upload. After 21202 offset holds what the server has, to go on from there.
+    // Sends one chunk of a resumable upload. offset and length are in bytes; length is cut to the file's end.
+    // firstChunk starts the upload. After 21202 offset holds what the server has, to go on from there.
     [[nodiscard]] virtual DWORD ResumableUpload(const WideString& localPath, const WideString& serverPath,
                                                 const Attributes& attributes, const GUID& uploadId,
                                                 std::int64_t& offset, std::int64_t& length, bool firstChunk,
@@ -194,7 +194,8 @@ public:
                                              std::uint64_t start, std::int64_t end, HANDLE cancelEvent,
                                              const Progress& progress, std::uint64_t progressContext) = 0;
 
-    // ---- Statistics, share links, locks, asynchronous deltas ---------------------------------------------------------
+    // ---- Statistics, share links, locks, asynchronous deltas
+    // ---------------------------------------------------------
 
     // Posts a text (UTF-8) to the server's auditing endpoint. 1341: the server has none.
     virtual StatusPair PublishSyncStats(const char* statistics, HANDLE cancelEvent) = 0;

@@ -12,15 +12,15 @@
 #define WIN32_LEAN_AND_MEAN
 #endif
 // clang-format off: windows.h comes before the headers that need its types.
-#include <winsock2.h>
-#include <windows.h>
-#include <winhttp.h>
-#include <windns.h>
-#include <wincrypt.h>
-#include <shlobj.h>
 #include <aclapi.h>
 #include <objbase.h>
+#include <shlobj.h>
 #include <urlmon.h>
+#include <wincrypt.h>
+#include <windns.h>
+#include <windows.h>
+#include <winhttp.h>
+#include <winsock2.h>
 // clang-format on
 
 // Members of ours carry these names; the functions are called by their wide names.

@@ -12,8 +12,8 @@ class IProgressSink {
 public:
     virtual ~IProgressSink() = default;
 
-    // The transfer of a file begins at this offset (bytes from the file's start). context is the value that the host gave
-    // to the operation.
+    // The transfer of a file begins at this offset (bytes from the file's start). context is the value that the host
+    // gave to the operation.
     virtual void Begin(const WideString& localPath, std::uint64_t offset, std::uint64_t context) = 0;
 
     // A chunk has moved: its bytes and their count, the position in the file behind it, and the size of the file (for a

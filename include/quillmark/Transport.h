@@ -12,8 +12,8 @@
 // return with an error at once.
 //
 // Errors: every DWORD is a Windows error code, 0 on success, unless the function says otherwise. Any HTTP reply is a
-// success of the transport; whoever drives the request judges the status. (The exception is written at the two functions
-// that put a body into a file.)
+// success of the transport; whoever drives the request judges the status. (The exception is written at the two
+// functions that put a body into a file.)
 //
 // The order of the virtual functions is part of the calling interface.
 #pragma once
@@ -34,9 +34,9 @@ public:
     // Opens the session and gives it the normal time-outs (60 s, 60 s, 300 s, 300 s).
     [[nodiscard]] virtual DWORD Initialise() = 0;
     virtual ~IWinHttpSession() = default;
-    // Milliseconds, 0 for none. They go to WinHttpSetTimeouts in this order, whose parameters are resolve, connect, send
-    // and receive: what callers name the connect time-out becomes WinHTTP's time-out for resolving, and the other way
-    // round. They hold for every later request of the session. False on failure (GetLastError).
+    // Milliseconds, 0 for none. They go to WinHttpSetTimeouts in this order, whose parameters are resolve, connect,
+    // send and receive: what callers name the connect time-out becomes WinHTTP's time-out for resolving, and the other
+    // way round. They hold for every later request of the session. False on failure (GetLastError).
     [[nodiscard]] virtual BOOL SetTimeouts(DWORD connect, DWORD resolve, DWORD send, DWORD receive) = 0;
     // The token that every later request of this session sends as its cookie; empty for none.
     virtual void SetSessionToken(const WideString& token) = 0;
@@ -96,10 +96,10 @@ public:
     // Bytes that the closing line and the line break before it take. Not an error code.
     [[nodiscard]] virtual std::uint64_t GetMultipartEndLength() = 0;
 
-    // Receives the reply of a request that was sent and writes its body to a local file, from offset on: offset 0 makes the
-    // file anew, any other offset needs an existing file. A status other than 200 is 20000 plus the status, and the file
-    // is not touched. reportProgress: tell the sink (may be null). cancelEvent may be null. ERROR_DOWNLOAD_UNDERFLOW when
-    // the body ends short of the announced length.
+    // Receives the reply of a request that was sent and writes its body to a local file, from offset on: offset 0 makes
+    // the file anew, any other offset needs an existing file. A status other than 200 is 20000 plus the status, and the
+    // file is not touched. reportProgress: tell the sink (may be null). cancelEvent may be null.
+    // ERROR_DOWNLOAD_UNDERFLOW when the body ends short of the announced length.
     [[nodiscard]] virtual DWORD GetResponse(const WideString& localPath, std::uint64_t offset, HANDLE cancelEvent,
                                             const std::shared_ptr<IProgressSink>& progress, bool reportProgress,
                                             std::uint64_t progressContext) = 0;

@@ -4,8 +4,8 @@
 // change their own copies of the same text at once; one WideString object is, like any value, not to be changed by one
 // thread while another uses it.
 //
-// The text is always terminated: c_str() can go straight to a platform function. It may hold zeros in the middle; size()
-// counts them. Code units are not checked: a lone surrogate stays what it is.
+// The text is always terminated: c_str() can go straight to a platform function. It may hold zeros in the middle;
+// size() counts them. Code units are not checked: a lone surrogate stays what it is.
 //
 // An allocation that fails raises OutOfMemory, which carries E_FAIL.
 //
@@ -39,9 +39,9 @@ public:
     };
 
     WideString() noexcept = default;
-    WideString(const WideChar* text);                           // NOLINT: literals are texts; null is the empty text
-    WideString(WideView text);                                  // NOLINT
-    WideString(const std::basic_string<WideChar>& text);        // NOLINT
+    WideString(const WideChar* text);                     // NOLINT: literals are texts; null is the empty text
+    WideString(WideView text);                            // NOLINT
+    WideString(const std::basic_string<WideChar>& text);  // NOLINT
     WideString(const WideString& other) noexcept;
     WideString(WideString&& other) noexcept;
     WideString& operator=(const WideString& other) noexcept;
@@ -53,7 +53,7 @@ public:
     // Never null; terminated.
     [[nodiscard]] const WideChar* c_str() const noexcept;
     [[nodiscard]] WideView view() const noexcept { return {c_str(), size()}; }
-    operator WideView() const noexcept { return view(); }       // NOLINT: a text is readable as a view anywhere
+    operator WideView() const noexcept { return view(); }  // NOLINT: a text is readable as a view anywhere
     // index < size()
     [[nodiscard]] WideChar operator[](std::size_t index) const noexcept { return c_str()[index]; }
 
