@@ -30,8 +30,10 @@ def write(path, content):
 def make(folder, mib):
     generator = random.Random(20261120)
     repository = os.path.join(folder, "repository")
-    files = subprocess.run(["git", "ls-files", "-z"], capture_output=True, check=True).stdout.split(b"\0")
-    for name in filter(None, files):
+    # The checkout may be another user's; what is deleted in it and not yet committed is still listed.
+    command = ["git", "-c", "safe.directory=*", "ls-files", "-z"]
+    files = subprocess.run(command, stdout=subprocess.PIPE, check=True).stdout.split(b"\0")
+    for name in filter(os.path.isfile, files):
         target = os.path.join(os.fsencode(repository), name)
         os.makedirs(os.path.dirname(target), exist_ok=True)
         shutil.copy2(name, target)
