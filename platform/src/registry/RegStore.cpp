@@ -46,24 +46,41 @@ bool IsRegistryFile(std::string_view name) {
     });
 }
 
-// The bytes of a regular file; empty when it cannot be read or is too large.
-std::string ReadWhole(const std::string& path) {
+// The bytes of a regular file; none of one that is gone or is no regular file. 0, or the errno value that says why a
+// file cannot be read (EFBIG for one that is too large).
+int ReadWhole(const std::string& path, std::string& bytes) {
+    bytes.clear();
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    FileInfo info;
-    if (!file.IsOpen() || ReadInfo(file.Get(), info) != 0 || !info.IsRegular() || info.size > kLargestFile) {
-        return {};
+    if (!file.IsOpen()) {
+        return errno == ENOENT || errno == ENXIO ? 0 : errno;
     }
-    std::string bytes(info.size, '\0');
+    FileInfo info;
+    if (const int error = ReadInfo(file.Get(), info); error != 0 || !info.IsRegular()) {
+        return error;
+    }
+    if (info.size > kLargestFile) {
+        return EFBIG;
+    }
+    std::string read(info.size, '\0');
     std::size_t got = 0;
-    while (got < bytes.size()) {
-        const ssize_t count = ::read(file.Get(), bytes.data() + got, bytes.size() - got);
-        if (count == 0 || (count < 0 && errno != EINTR)) {
+    while (got < read.size()) {
+        const ssize_t count = ::read(file.Get(), read.data() + got, read.size() - got);
+        if (count < 0 && errno != EINTR) {
+            return errno;
+        }
+        if (count == 0) {
             break;
         }
         got += count > 0 ? static_cast<std::size_t>(count) : 0;
     }
-    bytes.resize(got);
-    return bytes;
+    read.resize(got);
+    bytes = std::move(read);
+    return 0;
+}
+
+// Whether the process is short of something at the moment, which says nothing about the files.
+bool IsShortage(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
 }
 
 DWORD WriteWhole(int file, std::string_view bytes) {
@@ -164,10 +181,9 @@ std::shared_ptr<RegStore> RegStore::ForRoot(const std::u16string& root) {
 }
 
 RegStore::RegStore(std::string folder, std::vector<std::u16string> roots)
-    : m_folder(std::move(folder)), m_roots(std::move(roots)) {}
+    : m_folder(std::move(folder)), m_roots(std::move(roots)), m_snapshot(std::make_shared<RegSnapshot>()) {}
 
-RegStore::Fingerprint RegStore::Look() const {
-    Fingerprint fingerprint;
+int RegStore::Look(Fingerprint& fingerprint) const {
     timespec now{};
     ::clock_gettime(CLOCK_REALTIME, &now);
     std::int64_t newest = 0;
@@ -175,6 +191,7 @@ RegStore::Fingerprint RegStore::Look() const {
         void operator()(DIR* folder) const { ::closedir(folder); }
     };
     const std::unique_ptr<DIR, CloseFolder> folder(::opendir(m_folder.c_str()));
+    const int opening = folder != nullptr || errno == ENOENT ? 0 : errno;
     while (const dirent* entry = folder == nullptr ? nullptr : ::readdir(folder.get())) {
         struct stat data {};
         if (!IsRegistryFile(entry->d_name) || ::fstatat(::dirfd(folder.get()), entry->d_name, &data, 0) != 0) {
@@ -187,24 +204,35 @@ RegStore::Fingerprint RegStore::Look() const {
     std::sort(fingerprint.files.begin(), fingerprint.files.end(),
               [](const FileStamp& one, const FileStamp& other) { return one.name < other.name; });
     fingerprint.settled = newest + kSettledAfterNanoseconds < Nanoseconds(now);
-    return fingerprint;
+    return opening;
 }
 
 std::shared_ptr<const RegSnapshot> RegStore::Current() {
     const std::lock_guard guard(m_lock);
-    return CurrentLocked();
+    (void)Refresh();
+    return m_snapshot;
 }
 
-std::shared_ptr<const RegSnapshot> RegStore::CurrentLocked() {
-    auto fingerprint = std::make_shared<const Fingerprint>(Look());
+int RegStore::Refresh() {
+    auto fingerprint = std::make_shared<Fingerprint>();
+    int ownError = Look(*fingerprint);
+    if (IsShortage(ownError)) {
+        return ownError;
+    }
     if (m_fingerprint != nullptr && m_fingerprint->settled && m_fingerprint->files == fingerprint->files) {
-        return m_snapshot;
+        return m_ownError;
     }
     auto snapshot = std::make_shared<RegSnapshot>();
     std::int64_t newest = 0;
     for (const FileStamp& file : fingerprint->files) {
-        KeyTree& tree = file.name == kOwnFile ? snapshot->changes : snapshot->others;
-        ApplyRegFile(ReadWhole(m_folder + "/" + file.name), m_roots, tree);
+        const bool own = file.name == kOwnFile;
+        std::string bytes;
+        const int error = ReadWhole(m_folder + "/" + file.name, bytes);
+        if (IsShortage(error)) {
+            return error;
+        }
+        ownError = own && error != 0 ? error : ownError;
+        ApplyRegFile(bytes, m_roots, own ? snapshot->changes : snapshot->others);
         newest = std::max(newest, file.written);
     }
     snapshot->contents.Apply(snapshot->others);
@@ -212,7 +240,8 @@ std::shared_ptr<const RegSnapshot> RegStore::CurrentLocked() {
     snapshot->newest = ToFileTime(newest / 1'000'000'000, static_cast<std::uint32_t>(newest % 1'000'000'000));
     m_fingerprint = std::move(fingerprint);
     m_snapshot = std::move(snapshot);
-    return m_snapshot;
+    m_ownError = ownError;
+    return ownError;
 }
 
 DWORD RegStore::Change(const Edit& edit) {
@@ -221,12 +250,20 @@ DWORD RegStore::Change(const Edit& edit) {
     if (const DWORD code = LockFolder(m_folder, lock); code != ERROR_SUCCESS) {
         return code;
     }
-    const std::shared_ptr<const RegSnapshot> now = CurrentLocked();
-    KeyTree changes(now->changes);
-    if (const DWORD code = edit(*now, changes); code != ERROR_SUCCESS) {
+    if (const int error = Refresh(); error != 0) {
+        // The file that would be written anew holds more than is known of it.
+        return ErrorFromErrno(error);
+    }
+    KeyTree changes(m_snapshot->changes);
+    if (const DWORD code = edit(*m_snapshot, changes); code != ERROR_SUCCESS) {
         return code;
     }
-    return Write(changes);
+    const DWORD code = Write(changes);
+    if (code == ERROR_SUCCESS) {
+        // Now there are descriptors: what this process wrote it will know, also when there are none.
+        (void)Refresh();
+    }
+    return code;
 }
 
 DWORD RegStore::Write(const KeyTree& changes) const {

@@ -34,11 +34,13 @@ public:
     [[nodiscard]] const std::string& Folder() const { return m_folder; }
     [[nodiscard]] const std::vector<std::u16string>& Roots() const { return m_roots; }
 
-    // The contents, read again when the files have changed. What cannot be read counts as empty.
+    // The contents, read again when the files have changed. What cannot be read counts as empty; while the process is
+    // short of descriptors or memory, what was read last counts.
     [[nodiscard]] std::shared_ptr<const RegSnapshot> Current();
 
     // Runs the edit on a copy of our own changes, with the files locked and freshly read, and writes the result when
-    // the edit returns ERROR_SUCCESS. Any other code is returned and nothing is written.
+    // the edit returns ERROR_SUCCESS. Any other code is returned and nothing is written; so is the reason why our own
+    // file cannot be read, which must not be replaced by what is known of it.
     using Edit = std::function<DWORD(const RegSnapshot& now, KeyTree& changes)>;
     [[nodiscard]] DWORD Change(const Edit& edit);
 
@@ -61,15 +63,18 @@ private:
         bool settled = false;
     };
 
-    [[nodiscard]] Fingerprint Look() const;
-    [[nodiscard]] std::shared_ptr<const RegSnapshot> CurrentLocked();
+    // 0, or the errno value that says why the folder cannot be listed. A missing folder is an empty one.
+    [[nodiscard]] int Look(Fingerprint& fingerprint) const;
+    // Brings the snapshot up to date. 0, or the errno value that says why it does not show all of our own file.
+    [[nodiscard]] int Refresh();
     [[nodiscard]] DWORD Write(const KeyTree& changes) const;
 
     const std::string m_folder;
     const std::vector<std::u16string> m_roots;
     std::mutex m_lock;
-    std::shared_ptr<const RegSnapshot> m_snapshot;
+    std::shared_ptr<const RegSnapshot> m_snapshot;  // never null
     std::shared_ptr<const Fingerprint> m_fingerprint;
+    int m_ownError = 0;  // why our own file could not be read for the snapshot
     std::uint64_t m_deletionCount = 0;
     std::map<KeyPath, std::uint64_t> m_deletions;
 };

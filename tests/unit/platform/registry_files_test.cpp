@@ -1,5 +1,6 @@
 // The registry as text: which files count, what their lines mean, what is written.
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -293,6 +294,43 @@ TEST_F(RegistryFilesTest, FilesThatAreNoFilesOrTooLargeAreSkipped) {
     Write("large.reg", "[HKEY_CURRENT_USER\\K]\n\"x\"=dword:00000002\n");
     ASSERT_EQ(::truncate((Root() + "/large.reg").c_str(), 16 * 1024 * 1024 + 1), 0);
     EXPECT_EQ(Key(u"K", KEY_READ).Number(u"x"), 1u);
+}
+
+TEST_F(RegistryFilesTest, AFileOfItsOwnThatCannotBeReadIsNotReplaced) {
+    WriteKey("");
+    const std::string own = Root() + "/quillmark.reg";
+    Write("quillmark.reg", "[HKEY_CURRENT_USER\\K]\n\"x\"=dword:00000002\n");
+    const Key key(u"K", KEY_ALL_ACCESS);
+    ASSERT_EQ(::truncate(own.c_str(), 16 * 1024 * 1024 + 1), 0);
+    EXPECT_EQ(key.SetNumber(u"y", 1), 223);
+    EXPECT_EQ(RegDeleteValueW(key, u"x"), 223);
+    EXPECT_EQ(std::filesystem::file_size(own), 16u * 1024 * 1024 + 1);
+    EXPECT_TRUE(Read("quillmark.reg").starts_with("[HKEY_CURRENT_USER\\K]\n\"x\"=dword:00000002\n"));
+
+    ASSERT_EQ(::truncate(own.c_str(), 100), 0);
+    EXPECT_EQ(key.SetNumber(u"y", 1), 0);
+    EXPECT_EQ(key.Number(u"x"), 2u);
+}
+
+TEST_F(RegistryFilesTest, WithoutDescriptorsWhatWasReadLastCountsAndNothingIsWritten) {
+    WriteKey("\"x\"=dword:00000001\n");
+    const Key key(u"K", KEY_ALL_ACCESS);
+    EXPECT_EQ(key.SetNumber(u"own", 7), 0);
+    rlimit limit{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit none = {.rlim_cur = 0, .rlim_max = limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    const LSTATUS one = key.Query(u"x");
+    const LSTATUS own = key.Query(u"own");
+    const LSTATUS set = key.SetNumber(u"own", 8);
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(one, 0);
+    EXPECT_EQ(own, 0);
+    EXPECT_EQ(set, 4);
+    EXPECT_EQ(key.Number(u"own"), 7u);
+    EXPECT_EQ(key.SetNumber(u"own", 8), 0);
+    EXPECT_EQ(key.Number(u"own"), 8u);
+    EXPECT_EQ(key.Number(u"x"), 1u);
 }
 
 TEST_F(RegistryFilesTest, KeysAreAtMost512LevelsDeep) {

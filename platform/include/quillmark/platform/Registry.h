@@ -10,18 +10,20 @@
 // and later ones win; last of all comes "quillmark.reg", the one file that these functions write. It holds what differs
 // from the others, deletions ("name"=- and [-key]) included.
 //
-// What a file means. Every line that can be read counts, every other is skipped. Files over 16 MiB, and keys past
-// the 262,144th of a folder, are skipped as well. A key may be 512 levels deep, a key name 255 and a value name 16,383
+// What a file means. Every line that can be read counts, every other is skipped. Files over 16 MiB or without
+// permission to read, and keys past the 262,144th of a folder, are skipped as well. A key may be 512 levels deep, a key name 255 and a value name 16,383
 // characters long, a value 1 MiB. Names differ by more than case only (simple case mapping of Unicode).
 //
 // When it is read. Every call looks whether the folder's list of files, or the size, inode or time of one of them, has
 // changed, and then reads them again; there is nothing to restart or to notify. QUILLMARK_REGISTRY and the other
 // variables are looked at whenever a predefined key is used; a key that is open stays with the folder it came from.
+// While the process is short of descriptors or memory, what was read last counts.
 //
 // Writing. A change is in the file, and synced, when the call returns: a temporary file replaces "quillmark.reg"
 // in one step, and a lock file keeps two processes from losing each other's changes. The folder is made when it is
 // missing. No space: ERROR_DISK_FULL; no permission: ERROR_ACCESS_DENIED, already when a key is opened for
-// writing.
+// writing. A "quillmark.reg" that cannot be read is never replaced: the change fails with the reason (over 16 MiB:
+// ERROR_FILE_TOO_LARGE; too many descriptors: ERROR_TOO_MANY_OPEN_FILES).
 //
 // All functions return their code (ERROR_SUCCESS or a Windows error code) and leave the last error alone. They may be
 // called from any thread.
