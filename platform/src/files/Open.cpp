@@ -65,7 +65,8 @@ DWORD CheckArguments(DWORD access, DWORD share, DWORD disposition, DWORD flags, 
 int OpenFlags(const Request& request) {
     // Cutting a file off needs a writable descriptor, whatever the handle may do later.
     const bool writes = request.Writes() || request.Truncates();
-    int flags = O_CLOEXEC | O_NOCTTY | (writes ? (request.Reads() ? O_RDWR : O_WRONLY) : O_RDONLY);
+    // Non-blocking: nothing could end an open that waits for a pipe's other end.
+    int flags = O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (writes ? (request.Reads() ? O_RDWR : O_WRONLY) : O_RDONLY);
     if (request.Has(FILE_FLAG_WRITE_THROUGH)) {
         flags |= O_DSYNC;
     }
@@ -148,6 +149,12 @@ void AdviseKernel(const Request& request, int descriptor) {
     }
 }
 
+// From here on waits are for WaitForStream, which closing the handle ends.
+int LetCallsWait(int descriptor) {
+    const int flags = ::fcntl(descriptor, F_GETFL);
+    return flags >= 0 && ((flags & O_PATH) != 0 || ::fcntl(descriptor, F_SETFL, flags & ~O_NONBLOCK) == 0) ? 0 : errno;
+}
+
 // The path without links and whatever the current folder is later; empty when that cannot be told.
 std::string Resolved(const std::string& path) {
     struct Free {
@@ -177,6 +184,9 @@ DWORD Open(const Request& request, HANDLE& handle, bool& existed) {
     }
     if (existed && request.Truncates() && opening.info.IsRegular() && ::ftruncate(descriptor, 0) != 0) {
         return ErrorFromErrno(errno);
+    }
+    if (const int failed = LetCallsWait(descriptor); failed != 0) {
+        return ErrorFromErrno(failed);
     }
     AdviseKernel(request, descriptor);
     opening.access = request.access;

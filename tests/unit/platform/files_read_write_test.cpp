@@ -320,7 +320,7 @@ TEST_F(ReadWriteTest, ClosingWhileOthersReadEndsTheirCallsCleanly) {
 
 class StreamTest : public FilesTestFolder {
 protected:
-    // Both ends are opened at once, since each waits for the other.
+    // Both ends are open from the start.
     StreamTest() {
         EXPECT_EQ(::mkfifo(Bytes("pipe").c_str(), 0600), 0);
         other_ = ::open(Bytes("pipe").c_str(), O_RDWR | O_CLOEXEC);
@@ -349,6 +349,27 @@ TEST_F(StreamTest, WritesMoreThanAPipeHoldsAsItIsRead) {
     }
     writer.join();
     EXPECT_EQ(total, text.size());
+}
+
+TEST_F(ReadWriteTest, APipeOpensWithoutItsOtherEndAndReadingWaitsForIt) {
+    ASSERT_EQ(::mkfifo(Bytes("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(OpenFile(Path(u"pipe"), GENERIC_WRITE).Error(), 21u);
+    const OpenFile pipe(Path(u"pipe"), GENERIC_READ);
+    ASSERT_TRUE(pipe.IsOpen());
+    std::atomic<DWORD> thread = 0;
+    std::thread reader([&] {
+        thread = GetCurrentThreadId();
+        EXPECT_EQ(ReadText(pipe, 100), "abc");
+        EXPECT_EQ(ReadText(pipe, 100), "");
+    });
+    while (thread == 0) {
+        std::this_thread::yield();
+    }
+    quillmark::test::AwaitBlockedInPoll(thread);
+    const int other = ::open(Bytes("pipe").c_str(), O_WRONLY | O_CLOEXEC);
+    EXPECT_EQ(::write(other, "abc", 3), 3);
+    ::close(other);
+    reader.join();
 }
 
 TEST_F(StreamTest, HasNeitherPositionNorSize) {
@@ -381,6 +402,29 @@ TEST_F(StreamTest, ClosingEndsAReadThatWaitsWith995) {
     EXPECT_TRUE(OpenFile(Path(u"pipe"), GENERIC_READ, OPEN_EXISTING, 0).IsOpen());
     reader.join();
     EXPECT_EQ(error, 995u);
+}
+
+TEST_F(StreamTest, ClosingEndsEveryReadOfManyWhateverTheMoment) {
+    const std::size_t handles = quillmark::platform::OpenHandleCount();
+    for (int round = 0; round < 50; ++round) {
+        OpenFile pipe(Path(u"pipe"), GENERIC_READ);
+        const HANDLE handle = pipe;
+        std::vector<std::thread> readers;
+        for (int i = 0; i < 4; ++i) {
+            readers.emplace_back([handle] {
+                char byte = 0;
+                DWORD got = 0;
+                EXPECT_FALSE(ReadFile(handle, &byte, 1, &got, nullptr));
+                // 6 when the handle was closed before this call looked it up.
+                EXPECT_TRUE(GetLastError() == 995u || GetLastError() == 6u) << GetLastError();
+            });
+        }
+        pipe.Close();
+        for (std::thread& reader : readers) {
+            reader.join();
+        }
+    }
+    EXPECT_EQ(quillmark::platform::OpenHandleCount(), handles);
 }
 
 }  // namespace

@@ -172,7 +172,7 @@ using PACL = ACL*;
 // umask; the other attributes mean nothing. FILE_FLAG_WRITE_THROUGH, _SEQUENTIAL_SCAN, _RANDOM_ACCESS and
 // _DELETE_ON_CLOSE are honoured, _NO_BUFFERING is ignored; FILE_FLAG_OVERLAPPED, FILE_FLAG_OPEN_REPARSE_POINT and a
 // template file give ERROR_NOT_SUPPORTED. Security attributes are ignored: no handle is inherited. Opening a pipe
-// waits for its other end, as POSIX does.
+// never waits for its other end: reading does, and opening for writing alone what nobody reads gives ERROR_NOT_READY.
 QUILLMARK_PLATFORM_API HANDLE WINAPI CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
                                                  LPSECURITY_ATTRIBUTES lpSecurityAttributes,
                                                  DWORD dwCreationDisposition, DWORD dwFlagsAndAttributes,
