@@ -13,6 +13,7 @@
 #include "files/PathName.h"
 #include "quillmark/platform/Errors.h"
 #include "quillmark/platform/Files.h"
+#include "time/Ticks.h"
 
 namespace quillmark::platform {
 namespace {
@@ -43,14 +44,14 @@ DWORD SetAttributes(LPCWSTR name, DWORD attributes) {
 // One time of SetFileTime as futimens takes it.
 DWORD RequestedTime(const FILETIME* time, timespec& requested) {
     constexpr std::uint64_t untouched = std::numeric_limits<std::uint64_t>::max();
-    if (time == nullptr || Ticks(*time) == 0 || Ticks(*time) == untouched) {
+    if (time == nullptr || TicksOf(*time) == 0 || TicksOf(*time) == untouched) {
         requested = {0, UTIME_OMIT};
         return ERROR_SUCCESS;
     }
-    if (Ticks(*time) > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+    if (TicksOf(*time) > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
         return ERROR_INVALID_PARAMETER;
     }
-    requested = ToTimespec(Ticks(*time));
+    requested = ToTimespec(TicksOf(*time));
     return ERROR_SUCCESS;
 }
 

@@ -16,6 +16,7 @@
 #include "files/ShareTable.h"
 #include "quillmark/platform/Errors.h"
 #include "quillmark/platform/Files.h"
+#include "time/Ticks.h"
 
 namespace quillmark::platform {
 namespace {
@@ -104,7 +105,7 @@ public:
         if (m_sourceInfo.IsReadOnly() && ::fchmod(m_target.Get(), m_sourceInfo.mode & 0555) != 0) {
             return ErrorFromErrno(errno);
         }
-        const timespec times[] = {{0, UTIME_OMIT}, ToTimespec(Ticks(m_sourceInfo.write))};
+        const timespec times[] = {{0, UTIME_OMIT}, ToTimespec(TicksOf(m_sourceInfo.write))};
         if (::futimens(m_target.Get(), times) != 0 || !m_target.Close()) {
             return ErrorFromErrno(errno);
         }

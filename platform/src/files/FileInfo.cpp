@@ -3,18 +3,17 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <ctime>
 
 #include "quillmark/platform/Files.h"
+#include "time/Ticks.h"
 
 namespace quillmark::platform {
 namespace {
 
-constexpr std::int64_t kTicksPerSecond = 10'000'000;
 constexpr std::int64_t kNanosecondsPerTick = 100;
-// From 1601-01-01 to 1970-01-01.
-constexpr std::int64_t kSecondsToPosixEpoch = 11'644'473'600;
 
 FILETIME FromStatx(const statx_timestamp& time) {
     return ToFileTime(time.tv_sec, time.tv_nsec);
@@ -65,21 +64,13 @@ int ReadInfo(int descriptor, FileInfo& info) {
 }
 
 FILETIME ToFileTime(std::int64_t seconds, std::uint32_t nanoseconds) {
-    if (seconds < -kSecondsToPosixEpoch) {
-        return {};
-    }
-    const auto ticks = static_cast<std::uint64_t>((seconds + kSecondsToPosixEpoch) * kTicksPerSecond) +
-                       nanoseconds / static_cast<std::uint64_t>(kNanosecondsPerTick);
-    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
-}
-
-std::uint64_t Ticks(const FILETIME& time) {
-    return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+    const std::int64_t ticks = TicksFromUnixTime({.tv_sec = seconds, .tv_nsec = nanoseconds});
+    return FileTimeOf(static_cast<std::uint64_t>(std::max<std::int64_t>(ticks, 0)));
 }
 
 timespec ToTimespec(std::uint64_t ticks) {
     const auto value = static_cast<std::int64_t>(ticks);
-    return {value / kTicksPerSecond - kSecondsToPosixEpoch, value % kTicksPerSecond * kNanosecondsPerTick};
+    return {value / kTicksPerSecond - kUnixEpochSeconds, value % kTicksPerSecond * kNanosecondsPerTick};
 }
 
 }  // namespace quillmark::platform

@@ -39,9 +39,8 @@ enum class Links { Follow, Keep };
 [[nodiscard]] int ReadInfo(int folder, const char* path, Links links, FileInfo& info);
 [[nodiscard]] int ReadInfo(int descriptor, FileInfo& info);
 
-// 100 ns since 1601 from a POSIX time; times before 1601 are 0.
+// 100 ns since 1601 from a POSIX time; times before 1601 are 0, those past the last tick are the last whole second.
 [[nodiscard]] FILETIME ToFileTime(std::int64_t seconds, std::uint32_t nanoseconds);
-[[nodiscard]] std::uint64_t Ticks(const FILETIME& time);
 [[nodiscard]] timespec ToTimespec(std::uint64_t ticks);
 
 }  // namespace quillmark::platform

@@ -16,6 +16,7 @@
 #include "files/ShareTable.h"
 #include "quillmark/platform/Errors.h"
 #include "quillmark/platform/Files.h"
+#include "time/Ticks.h"
 
 namespace quillmark::platform {
 namespace {
@@ -100,7 +101,7 @@ int Fill(const Staging& staging, const Moving& moving) {
     if (const int error = CopyContents(source.Get(), staging.File()); error != 0) {
         return error;
     }
-    const timespec times[] = {ToTimespec(Ticks(moving.source.access)), ToTimespec(Ticks(moving.source.write))};
+    const timespec times[] = {ToTimespec(TicksOf(moving.source.access)), ToTimespec(TicksOf(moving.source.write))};
     const bool complete = ::fchmod(staging.File(), moving.source.mode & 07777) == 0 &&
                           ::futimens(staging.File(), times) == 0 && ::fsync(staging.File()) == 0;
     return complete ? 0 : errno;
