@@ -25,6 +25,14 @@ bool ParseJSONFromServer(const ResponseBuffer& reply, JSONComments comments, con
     return false;
 }
 
+WideString MemberText(const Json::Value& value, const char* key) {
+    if (!value.isObject()) {
+        return {};
+    }
+    const Json::Value& member = value[key];
+    return member.isConvertibleTo(Json::stringValue) ? WidenUtf8(member.asString()) : WideString();
+}
+
 namespace {
 
 const char* TextOf(const std::exception& exception) noexcept {

@@ -12,6 +12,7 @@
 
 #include "common/Log.h"
 #include "quillmark/ResponseBuffer.h"
+#include "quillmark/WideString.h"
 
 namespace quillmark {
 
@@ -25,6 +26,10 @@ enum class JSONComments : bool { Skip, Collect };
 // The same, with the messages logged as an error.
 [[nodiscard]] bool ParseJSONFromServer(const ResponseBuffer& reply, JSONComments comments, const Logger& log,
                                        Json::Value& root);
+
+// The text of a member: a string, or what the library makes a string of (a number, a boolean). Empty when the member is
+// missing, an array or an object, and when the value is no object in the first place.
+[[nodiscard]] WideString MemberText(const Json::Value& value, const char* key);
 
 // The log lines for the two kinds of exception that readers of replies expect.
 void LogJSONException(const Logger& log, const Json::Exception& exception) noexcept;

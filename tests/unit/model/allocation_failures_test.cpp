@@ -12,6 +12,8 @@
 #include "model/Endpoints.h"
 #include "model/JsonExceptions.h"
 #include "model/JsonResponse.h"
+#include "model/Mappings.h"
+#include "model/Notifications.h"
 #include "unit/model/Reply.h"
 
 namespace {
@@ -154,6 +156,27 @@ TEST(MemoryShortage, EndsTheReadingOfEndpointsWithACode) {
     EXPECT_GT(runs, 5);
 }
 
+TEST(MemoryShortage, EndsTheReadingOfMappingsWithACode) {
+    const ResponseBuffer reply = ReplyOf(R"([{"name":"a name of more than a few letters","type":"smb"}])");
+    const long runs = SweepAllocations([&]() -> DWORD {
+        MappingList mappings;
+        DWORD count = 0;
+        const DWORD code = ReadMappings(reply, mappings, count);
+        EXPECT_EQ(mappings.size(), count);
+        return code;
+    });
+    EXPECT_GT(runs, 10);
+}
+
+TEST(MemoryShortage, EndsTheReadingOfNotificationsWithTheActionsBefore) {
+    const ResponseBuffer reply = ReplyOf(R"([{"a":"delete","m":"/a path that is longer than a small string"}])");
+    const long runs = SweepAllocations([&]() -> DWORD {
+        NotificationList actions;
+        return GetNotificationsFromResponse(reply, actions);
+    });
+    EXPECT_GT(runs, 10);
+}
+
 // Lets one allocation fail, the one after this many, while the action runs. The log's own allocations behind it
 // succeed.
 void FailAllocation(long place, const std::function<void()>& action) {
@@ -175,6 +198,22 @@ TEST(MemoryShortage, IsLoggedWhereTheValueIsRead) {
     FailAllocation(0, [&] { EXPECT_FALSE(GetJSONBoolFromResponse(reply, "key", flag)); });
     EXPECT_EQ(log.Count(103, Shortage), 2u);
     EXPECT_TRUE(log.Has(103, "NativeHttp", "CNativeHttp::GetJSONValueFromResponse", Shortage));
+}
+
+TEST(MemoryShortage, LeavesOutTheMappingThatItStrikes) {
+    const ResponseBuffer reply = ReplyOf(R"([{"name":"a","description":"a text"},{"name":"b"}])");
+    bool seen = false;
+    for (long place = 0; place < 1000 && !seen; ++place) {
+        fakes::RecordedLog log;
+        log.SetHighestLevel(2);  // errors: other records' allocations are not what is to fail
+        MappingList mappings;
+        DWORD count = 0;
+        DWORD code = 0;
+        FailAllocation(place, [&] { code = ReadMappings(reply, mappings, count); });
+        EXPECT_EQ(mappings.size(), count);
+        seen = code == 0 && count == 1 && log.Has(103, "Failed to create mapping for [a] - error [8]");
+    }
+    EXPECT_TRUE(seen);
 }
 
 TEST(MemoryShortage, EndsAnArrayAndKeepsTheItemsBefore) {
