@@ -11,8 +11,9 @@
 // from the others, deletions ("name"=- and [-key]) included.
 //
 // What a file means. Every line that can be read counts, every other is skipped. Files over 16 MiB or without
-// permission to read, and keys past the 262,144th of a folder, are skipped as well. A key may be 512 levels deep, a key name 255 and a value name 16,383
-// characters long, a value 1 MiB. Names differ by more than case only (simple case mapping of Unicode).
+// permission to read, and keys past the 262,144th of a folder, are skipped as well. A key may be 512 levels deep, a key
+// name 255 and a value name 16,383 characters long, a value 1 MiB. Names differ by more than case only (simple case
+// mapping of Unicode).
 //
 // When it is read. Every call looks whether the folder's list of files, or the size, inode or time of one of them, has
 // changed, and then reads them again; there is nothing to restart or to notify. QUILLMARK_REGISTRY and the other
