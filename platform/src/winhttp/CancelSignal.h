@@ -12,25 +12,25 @@ class CancelSignal {
 public:
     // From any thread, once or more: the call that waits on the multi handle wakes up and finds IsSet.
     void Set() {
-        const std::lock_guard lock(mutex_);
-        set_ = true;
-        if (multi_ != nullptr) {
-            curl_multi_wakeup(multi_);
+        const std::lock_guard lock(m_mutex);
+        m_set = true;
+        if (m_multi != nullptr) {
+            curl_multi_wakeup(m_multi);
         }
     }
 
-    [[nodiscard]] bool IsSet() const { return set_; }
+    [[nodiscard]] bool IsSet() const { return m_set; }
 
     // The multi handle that is waited on from now on, or null. The handle outlives its being watched.
     void Watch(CURLM* multi) {
-        const std::lock_guard lock(mutex_);
-        multi_ = multi;
+        const std::lock_guard lock(m_mutex);
+        m_multi = multi;
     }
 
 private:
-    std::mutex mutex_;
-    std::atomic<bool> set_{false};
-    CURLM* multi_ = nullptr;
+    std::mutex m_mutex;
+    std::atomic<bool> m_set{false};
+    CURLM* m_multi = nullptr;
 };
 
 }  // namespace quillmark::platform::winhttp

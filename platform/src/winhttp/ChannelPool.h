@@ -22,14 +22,14 @@ public:
     // Throws std::bad_alloc.
     Channel();
 
-    [[nodiscard]] CURLM* Multi() const { return multi_.get(); }
-    [[nodiscard]] CURL* Easy() const { return easy_.get(); }
+    [[nodiscard]] CURLM* Multi() const { return m_multi.get(); }
+    [[nodiscard]] CURL* Easy() const { return m_easy.get(); }
 
     // Called when an exchange is complete, before the easy handle leaves the multi handle. answeredEarly: the reply
     // came while bytes of the request were still owed.
     void EndExchange(bool answeredEarly);
 
-    [[nodiscard]] bool AnsweredEarly() const { return answeredEarly_; }
+    [[nodiscard]] bool AnsweredEarly() const { return m_answeredEarly; }
 
     // Whether anything arrives on the idle connection by then: its end, since nothing else is due. False without a
     // connection.
@@ -37,24 +37,24 @@ public:
 
     // While set, what the server said last is read from a connection that is closed, into LastBytes. libcurl closes
     // when it cannot send, without reading once more; of a plain connection the bytes can be had all the same.
-    void KeepLastBytes(bool keep) { keepLastBytes_ = keep; }
-    [[nodiscard]] const std::string& LastBytes() const { return lastBytes_; }
+    void KeepLastBytes(bool keep) { m_keepLastBytes = keep; }
+    [[nodiscard]] const std::string& LastBytes() const { return m_lastBytes; }
 
     // CURLOPT_CLOSESOCKETFUNCTION with the channel as its data: libcurl remembers both with the connection.
     static int OnCloseSocket(void* self, curl_socket_t socket);
 
     // When the last exchange ended.
-    [[nodiscard]] std::chrono::steady_clock::time_point IdleSince() const { return idleSince_; }
+    [[nodiscard]] std::chrono::steady_clock::time_point IdleSince() const { return m_idleSince; }
 
 private:
-    bool keepLastBytes_ = false;
-    std::string lastBytes_;
+    bool m_keepLastBytes = false;
+    std::string m_lastBytes;
     // The connection lives in the multi handle; its closing needs what stands above, and nothing of the easy one.
-    MultiHandle multi_;
-    EasyHandle easy_;
-    curl_socket_t socket_ = CURL_SOCKET_BAD;
-    bool answeredEarly_ = false;
-    std::chrono::steady_clock::time_point idleSince_;
+    MultiHandle m_multi;
+    EasyHandle m_easy;
+    curl_socket_t m_socket = CURL_SOCKET_BAD;
+    bool m_answeredEarly = false;
+    std::chrono::steady_clock::time_point m_idleSince;
 };
 
 class ChannelPool {
@@ -71,13 +71,13 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
     // Per origin; more than that are of no use after a burst of parallel requests.
-    static constexpr std::size_t kMostIdle = 16;
+    static constexpr std::size_t MostIdle = 16;
     // Servers and middlemen drop idle connections; one that is older is closed from this side first.
-    static constexpr std::chrono::seconds kLongestIdle{60};
+    static constexpr std::chrono::seconds LongestIdle{60};
 
-    std::mutex mutex_;
-    bool closed_ = false;
-    std::map<std::string, std::deque<std::unique_ptr<Channel>>> idle_;
+    std::mutex m_mutex;
+    bool m_closed = false;
+    std::map<std::string, std::deque<std::unique_ptr<Channel>>> m_idle;
 };
 
 }  // namespace quillmark::platform::winhttp

@@ -14,25 +14,25 @@ class Connection final : public InternetHandle {
 public:
     Connection(std::shared_ptr<Session> session, HINTERNET sessionHandle, std::string host, INTERNET_PORT port)
         : InternetHandle(WINHTTP_HANDLE_TYPE_CONNECT, sessionHandle),
-          session_(std::move(session)),
-          host_(std::move(host)),
-          port_(port) {}
+          m_session(std::move(session)),
+          m_host(std::move(host)),
+          m_port(port) {}
 
-    [[nodiscard]] const std::shared_ptr<Session>& GetSession() const { return session_; }
-    [[nodiscard]] const std::string& Host() const { return host_; }
+    [[nodiscard]] const std::shared_ptr<Session>& GetSession() const { return m_session; }
+    [[nodiscard]] const std::string& Host() const { return m_host; }
 
     // The port of requests with or without TLS.
     [[nodiscard]] INTERNET_PORT Port(bool secure) const {
-        if (port_ != INTERNET_DEFAULT_PORT) {
-            return port_;
+        if (m_port != INTERNET_DEFAULT_PORT) {
+            return m_port;
         }
         return secure ? INTERNET_DEFAULT_HTTPS_PORT : INTERNET_DEFAULT_HTTP_PORT;
     }
 
 private:
-    const std::shared_ptr<Session> session_;
-    const std::string host_;
-    const INTERNET_PORT port_;
+    const std::shared_ptr<Session> m_session;
+    const std::string m_host;
+    const INTERNET_PORT m_port;
 };
 
 }  // namespace quillmark::platform::winhttp

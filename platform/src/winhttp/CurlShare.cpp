@@ -4,28 +4,28 @@
 
 namespace quillmark::platform::winhttp {
 
-CurlShare::CurlShare() : share_(curl_share_init()) {
-    if (share_ == nullptr) {
+CurlShare::CurlShare() : m_share(curl_share_init()) {
+    if (m_share == nullptr) {
         throw std::bad_alloc();
     }
-    curl_share_setopt(share_, CURLSHOPT_LOCKFUNC, &CurlShare::Lock);
-    curl_share_setopt(share_, CURLSHOPT_UNLOCKFUNC, &CurlShare::Unlock);
-    curl_share_setopt(share_, CURLSHOPT_USERDATA, this);
-    curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
-    curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_DNS);
-    curl_share_setopt(share_, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+    curl_share_setopt(m_share, CURLSHOPT_LOCKFUNC, &CurlShare::Lock);
+    curl_share_setopt(m_share, CURLSHOPT_UNLOCKFUNC, &CurlShare::Unlock);
+    curl_share_setopt(m_share, CURLSHOPT_USERDATA, this);
+    curl_share_setopt(m_share, CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
+    curl_share_setopt(m_share, CURLSHOPT_SHARE, CURL_LOCK_DATA_DNS);
+    curl_share_setopt(m_share, CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
 }
 
 CurlShare::~CurlShare() {
-    curl_share_cleanup(share_);
+    curl_share_cleanup(m_share);
 }
 
 void CurlShare::Lock(CURL* /*easy*/, curl_lock_data data, curl_lock_access /*access*/, void* self) {
-    static_cast<CurlShare*>(self)->locks_[data].lock();
+    static_cast<CurlShare*>(self)->m_locks[data].lock();
 }
 
 void CurlShare::Unlock(CURL* /*easy*/, curl_lock_data data, void* self) {
-    static_cast<CurlShare*>(self)->locks_[data].unlock();
+    static_cast<CurlShare*>(self)->m_locks[data].unlock();
 }
 
 }  // namespace quillmark::platform::winhttp

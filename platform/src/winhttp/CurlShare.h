@@ -17,14 +17,14 @@ public:
     CurlShare(const CurlShare&) = delete;
     CurlShare& operator=(const CurlShare&) = delete;
 
-    [[nodiscard]] CURLSH* Get() const { return share_; }
+    [[nodiscard]] CURLSH* Get() const { return m_share; }
 
 private:
     static void Lock(CURL* easy, curl_lock_data data, curl_lock_access access, void* self);
     static void Unlock(CURL* easy, curl_lock_data data, void* self);
 
-    std::array<std::mutex, CURL_LOCK_DATA_LAST> locks_;
-    CURLSH* share_;
+    std::array<std::mutex, CURL_LOCK_DATA_LAST> m_locks;
+    CURLSH* m_share;
 };
 
 }  // namespace quillmark::platform::winhttp

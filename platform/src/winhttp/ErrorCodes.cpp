@@ -12,7 +12,7 @@ struct Row {
     DWORD code;
 };
 
-constexpr Row kRows[] = {
+constexpr Row Rows[] = {
     {CURLE_OK, ERROR_SUCCESS},
     {CURLE_UNSUPPORTED_PROTOCOL, ERROR_WINHTTP_INVALID_SERVER_RESPONSE},  // The reply does not begin with HTTP.
     {CURLE_URL_MALFORMAT, ERROR_WINHTTP_INVALID_URL},
@@ -51,7 +51,7 @@ constexpr Row kRows[] = {
 }  // namespace
 
 DWORD CodeOf(CURLcode result) {
-    for (const Row& row : kRows) {
+    for (const Row& row : Rows) {
         if (row.result == result) {
             return row.code;
         }

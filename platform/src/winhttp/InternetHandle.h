@@ -16,19 +16,19 @@ namespace quillmark::platform::winhttp {
 
 class InternetHandle : public HandleObject {
 public:
-    InternetHandle(DWORD type, HINTERNET parent) : type_(type), parent_(parent) {}
+    InternetHandle(DWORD type, HINTERNET parent) : m_type(type), m_parent(parent) {}
 
     [[nodiscard]] bool ClosesWithCloseHandle() const override { return false; }
 
-    [[nodiscard]] DWORD Type() const { return type_; }
-    [[nodiscard]] HINTERNET Parent() const { return parent_; }
-    [[nodiscard]] DWORD_PTR Context() const { return context_.load(); }
-    void SetContext(DWORD_PTR context) { context_.store(context); }
+    [[nodiscard]] DWORD Type() const { return m_type; }
+    [[nodiscard]] HINTERNET Parent() const { return m_parent; }
+    [[nodiscard]] DWORD_PTR Context() const { return m_context.load(); }
+    void SetContext(DWORD_PTR context) { m_context.store(context); }
 
 private:
-    const DWORD type_;
-    const HINTERNET parent_;
-    std::atomic<DWORD_PTR> context_{0};
+    const DWORD m_type;
+    const HINTERNET m_parent;
+    std::atomic<DWORD_PTR> m_context{0};
 };
 
 // The object of a handle. Null with the code in `code` when the handle names none, or one of another kind.

@@ -22,31 +22,31 @@ struct NumberOption {
     DWORD most;
 };
 
-constexpr DWORD kAnyNumber = std::numeric_limits<DWORD>::max();
-constexpr DWORD kAllFeatures =
+constexpr DWORD AnyNumber = std::numeric_limits<DWORD>::max();
+constexpr DWORD AllFeatures =
     WINHTTP_DISABLE_COOKIES | WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_AUTHENTICATION | WINHTTP_DISABLE_KEEP_ALIVE;
 
-const NumberOption kNumbers[] = {
-    {WINHTTP_OPTION_RESOLVE_TIMEOUT, [](Settings& s) -> DWORD& { return s.timeouts.resolve; }, true, true, kAnyNumber},
-    {WINHTTP_OPTION_CONNECT_TIMEOUT, [](Settings& s) -> DWORD& { return s.timeouts.connect; }, true, true, kAnyNumber},
-    {WINHTTP_OPTION_SEND_TIMEOUT, [](Settings& s) -> DWORD& { return s.timeouts.send; }, true, true, kAnyNumber},
-    {WINHTTP_OPTION_RECEIVE_TIMEOUT, [](Settings& s) -> DWORD& { return s.timeouts.receive; }, true, true, kAnyNumber},
+const NumberOption Numbers[] = {
+    {WINHTTP_OPTION_RESOLVE_TIMEOUT, [](Settings& s) -> DWORD& { return s.timeouts.resolve; }, true, true, AnyNumber},
+    {WINHTTP_OPTION_CONNECT_TIMEOUT, [](Settings& s) -> DWORD& { return s.timeouts.connect; }, true, true, AnyNumber},
+    {WINHTTP_OPTION_SEND_TIMEOUT, [](Settings& s) -> DWORD& { return s.timeouts.send; }, true, true, AnyNumber},
+    {WINHTTP_OPTION_RECEIVE_TIMEOUT, [](Settings& s) -> DWORD& { return s.timeouts.receive; }, true, true, AnyNumber},
     {WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, [](Settings& s) -> DWORD& { return s.timeouts.receive; }, true, true,
-     kAnyNumber},
+     AnyNumber},
     {WINHTTP_OPTION_REDIRECT_POLICY, [](Settings& s) -> DWORD& { return s.redirectPolicy; }, true, true,
      WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS},
     {WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS, [](Settings& s) -> DWORD& { return s.maxRedirects; }, true, true,
-     kAnyNumber},
+     AnyNumber},
     {WINHTTP_OPTION_MAX_RESPONSE_HEADER_SIZE, [](Settings& s) -> DWORD& { return s.maxHeadSize; }, true, true,
-     kAnyNumber},
+     AnyNumber},
     {WINHTTP_OPTION_AUTOLOGON_POLICY, [](Settings& s) -> DWORD& { return s.autologonPolicy; }, false, true,
      WINHTTP_AUTOLOGON_SECURITY_LEVEL_HIGH},
     {WINHTTP_OPTION_DISABLE_FEATURE, [](Settings& s) -> DWORD& { return s.disabledFeatures; }, false, false,
-     kAllFeatures},
+     AllFeatures},
 };
 
 const NumberOption* FindNumber(DWORD option) {
-    for (const NumberOption& number : kNumbers) {
+    for (const NumberOption& number : Numbers) {
         if (number.option == option) {
             return &number;
         }

@@ -12,37 +12,37 @@ namespace quillmark::platform::winhttp {
 class ReplyBody {
 public:
     // More than this is not held: the server waits then.
-    static constexpr std::size_t kLimit = 1024 * 1024;
+    static constexpr std::size_t Limit = 1024 * 1024;
 
-    [[nodiscard]] std::size_t Available() const { return bytes_.size() - read_; }
+    [[nodiscard]] std::size_t Available() const { return m_bytes.size() - m_read; }
 
-    [[nodiscard]] bool HasRoomFor(std::size_t count) const { return Available() + count <= kLimit; }
+    [[nodiscard]] bool HasRoomFor(std::size_t count) const { return Available() + count <= Limit; }
 
     void Append(std::span<const BYTE> more) {
-        if (read_ != 0) {
-            bytes_.erase(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(read_));
-            read_ = 0;
+        if (m_read != 0) {
+            m_bytes.erase(m_bytes.begin(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_read));
+            m_read = 0;
         }
-        bytes_.insert(bytes_.end(), more.begin(), more.end());
+        m_bytes.insert(m_bytes.end(), more.begin(), more.end());
     }
 
     // Moves bytes out; returns how many.
     [[nodiscard]] std::size_t Read(std::span<BYTE> room) {
         const std::size_t count = room.size() < Available() ? room.size() : Available();
         if (count != 0) {
-            std::memcpy(room.data(), bytes_.data() + read_, count);
-            read_ += count;
+            std::memcpy(room.data(), m_bytes.data() + m_read, count);
+            m_read += count;
         }
-        if (read_ == bytes_.size()) {
-            bytes_.clear();
-            read_ = 0;
+        if (m_read == m_bytes.size()) {
+            m_bytes.clear();
+            m_read = 0;
         }
         return count;
     }
 
 private:
-    std::vector<BYTE> bytes_;
-    std::size_t read_ = 0;
+    std::vector<BYTE> m_bytes;
+    std::size_t m_read = 0;
 };
 
 }  // namespace quillmark::platform::winhttp

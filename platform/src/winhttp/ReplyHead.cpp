@@ -7,40 +7,40 @@
 namespace quillmark::platform::winhttp {
 
 bool ReplyHead::TakeLine(std::string_view line) {
-    if (final_) {
+    if (m_final) {
         return true;
     }
-    size_ += line.size();
-    if (size_ > limit_) {
+    m_size += line.size();
+    if (m_size > m_limit) {
         return false;
     }
     while (line.ends_with('\n') || line.ends_with('\r')) {
         line.remove_suffix(1);
     }
     if (line.empty()) {
-        final_ = status_ >= 200 || status_ == 101;
+        m_final = m_status >= 200 || m_status == 101;
     } else if (line.starts_with("HTTP/") && line.find(':') >= line.find(' ')) {
         TakeStatusLine(line);
     } else if (const std::size_t colon = line.find(':'); colon != std::string_view::npos) {
-        fields_.push_back({std::string(Trim(line.substr(0, colon))), std::string(Trim(line.substr(colon + 1)))});
+        m_fields.push_back({std::string(Trim(line.substr(0, colon))), std::string(Trim(line.substr(colon + 1)))});
     }
     return true;
 }
 
 void ReplyHead::TakeStatusLine(std::string_view line) {
-    fields_.clear();
-    statusLine_ = line;
+    m_fields.clear();
+    m_statusLine = line;
     const std::size_t first = std::min(line.find(' '), line.size());
-    version_ = line.substr(0, first);
+    m_version = line.substr(0, first);
     line = Trim(line.substr(first));
     const std::size_t second = std::min(line.find(' '), line.size());
     std::uint64_t status = 0;
-    status_ = ParseNumber(line.substr(0, second), status) && status <= 999 ? static_cast<int>(status) : 0;
-    statusText_ = Trim(line.substr(second));
+    m_status = ParseNumber(line.substr(0, second), status) && status <= 999 ? static_cast<int>(status) : 0;
+    m_statusText = Trim(line.substr(second));
 }
 
 const std::string* ReplyHead::Find(std::string_view name) const {
-    for (const HeaderField& field : fields_) {
+    for (const HeaderField& field : m_fields) {
         if (EqualsIgnoringCase(field.name, name)) {
             return &field.value;
         }
@@ -49,7 +49,7 @@ const std::string* ReplyHead::Find(std::string_view name) const {
 }
 
 bool ReplyHead::HasTokenIn(std::string_view name, std::string_view token) const {
-    return std::any_of(fields_.begin(), fields_.end(), [&](const HeaderField& field) {
+    return std::any_of(m_fields.begin(), m_fields.end(), [&](const HeaderField& field) {
         return EqualsIgnoringCase(field.name, name) && HasToken(field.value, token);
     });
 }
@@ -70,7 +70,7 @@ bool ReplyHead::ClosesConnection() const {
     if (HasTokenIn("Connection", "close")) {
         return true;
     }
-    if (version_ == "HTTP/1.0" && !HasTokenIn("Connection", "keep-alive")) {
+    if (m_version == "HTTP/1.0" && !HasTokenIn("Connection", "keep-alive")) {
         return true;
     }
     // Without a length of any kind the end of the connection is the end of the body.

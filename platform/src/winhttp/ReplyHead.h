@@ -14,24 +14,24 @@ namespace quillmark::platform::winhttp {
 class ReplyHead {
 public:
     // A head for a request with that verb, of at most that many bytes, interim heads included.
-    ReplyHead(std::string_view verb, std::size_t limit) : toHead_(verb == "HEAD"), limit_(limit) {}
+    ReplyHead(std::string_view verb, std::size_t limit) : m_toHead(verb == "HEAD"), m_limit(limit) {}
 
     // The next line, with its line break. False when the limit is passed. Lines after the final head (trailers) are
     // not part of it.
     [[nodiscard]] bool TakeLine(std::string_view line);
 
     // True from the blank line of the final head on.
-    [[nodiscard]] bool IsFinal() const { return final_; }
+    [[nodiscard]] bool IsFinal() const { return m_final; }
 
     // Any byte of a reply was there.
-    [[nodiscard]] bool HasBegun() const { return size_ != 0; }
+    [[nodiscard]] bool HasBegun() const { return m_size != 0; }
 
     // The rest is defined once the head is final.
-    [[nodiscard]] int Status() const { return status_; }
-    [[nodiscard]] const std::string& StatusText() const { return statusText_; }
-    [[nodiscard]] const std::string& Version() const { return version_; }
-    [[nodiscard]] const std::string& StatusLine() const { return statusLine_; }
-    [[nodiscard]] const std::vector<HeaderField>& Fields() const { return fields_; }
+    [[nodiscard]] int Status() const { return m_status; }
+    [[nodiscard]] const std::string& StatusText() const { return m_statusText; }
+    [[nodiscard]] const std::string& Version() const { return m_version; }
+    [[nodiscard]] const std::string& StatusLine() const { return m_statusLine; }
+    [[nodiscard]] const std::vector<HeaderField>& Fields() const { return m_fields; }
 
     // The value of the first header of that name, or null.
     [[nodiscard]] const std::string* Find(std::string_view name) const;
@@ -44,18 +44,18 @@ public:
 
 private:
     void TakeStatusLine(std::string_view line);
-    [[nodiscard]] bool HasNoBody() const { return toHead_ || status_ == 204 || status_ == 304; }
+    [[nodiscard]] bool HasNoBody() const { return m_toHead || m_status == 204 || m_status == 304; }
     [[nodiscard]] bool HasTokenIn(std::string_view name, std::string_view token) const;
 
-    bool toHead_;
-    std::size_t limit_;
-    std::size_t size_ = 0;
-    bool final_ = false;
-    int status_ = 0;
-    std::string version_;
-    std::string statusText_;
-    std::string statusLine_;
-    std::vector<HeaderField> fields_;
+    bool m_toHead;
+    std::size_t m_limit;
+    std::size_t m_size = 0;
+    bool m_final = false;
+    int m_status = 0;
+    std::string m_version;
+    std::string m_statusText;
+    std::string m_statusLine;
+    std::vector<HeaderField> m_fields;
 };
 
 }  // namespace quillmark::platform::winhttp

@@ -46,34 +46,34 @@ bool Offers(const ReplyHead& head, DWORD scheme) {
 Request::Request(std::shared_ptr<Connection> connection, HINTERNET connectionHandle, Target target, std::string verb,
                  bool http10)
     : InternetHandle(WINHTTP_HANDLE_TYPE_REQUEST, connectionHandle),
-      connection_(std::move(connection)),
-      target_(std::move(target)),
-      verb_(std::move(verb)),
-      http10_(http10),
-      settings_(connection_->GetSession()->CurrentSettings()) {}
+      m_connection(std::move(connection)),
+      m_target(std::move(target)),
+      m_verb(std::move(verb)),
+      m_http10(http10),
+      m_settings(m_connection->GetSession()->CurrentSettings()) {}
 
 DWORD Request::AddHeaders(std::string_view lines, DWORD modifiers) {
-    if (state_ == State::kSent) {
+    if (m_state == State::Sent) {
         return ERROR_WINHTTP_INCORRECT_HANDLE_STATE;
     }
-    return headers_.Add(lines, modifiers);
+    return m_headers.Add(lines, modifiers);
 }
 
 DWORD Request::SetCredentials(DWORD targets, Credentials credentials) {
-    if (state_ == State::kSent) {
+    if (m_state == State::Sent) {
         return ERROR_WINHTTP_INCORRECT_HANDLE_STATE;
     }
-    Credentials& own = targets == WINHTTP_AUTH_TARGET_PROXY ? proxyCredentials_ : serverCredentials_;
+    Credentials& own = targets == WINHTTP_AUTH_TARGET_PROXY ? m_proxyCredentials : m_serverCredentials;
     own = std::move(credentials);
     return ERROR_SUCCESS;
 }
 
 DWORD Request::Send(std::span<const BYTE> beginning, DWORD totalLength) {
-    if (state_ == State::kSent) {
+    if (m_state == State::Sent) {
         return ERROR_WINHTTP_INCORRECT_HANDLE_STATE;
     }
     std::uint64_t total = totalLength;
-    if (const HeaderField* length = headers_.Find("Content-Length")) {
+    if (const HeaderField* length = m_headers.Find("Content-Length")) {
         if (!ParseNumber(length->value, total)) {
             return ERROR_INVALID_PARAMETER;
         }
@@ -81,59 +81,59 @@ DWORD Request::Send(std::span<const BYTE> beginning, DWORD totalLength) {
     if (beginning.size() > total || total > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
         return ERROR_INVALID_PARAMETER;
     }
-    transfer_.reset();
-    upload_ = UploadBody(total, beginning);
-    state_ = State::kOpened;
+    m_transfer.reset();
+    m_upload = UploadBody(total, beginning);
+    m_state = State::Opened;
     const DWORD code = StartTransfer();
     if (code != ERROR_SUCCESS) {
-        transfer_.reset();
+        m_transfer.reset();
         return code;
     }
-    state_ = State::kSent;
+    m_state = State::Sent;
     return ERROR_SUCCESS;
 }
 
 DWORD Request::StartTransfer() {
     TransferPlan plan;
-    plan.target = target_;
-    plan.verb = verb_;
-    plan.http10 = http10_;
-    plan.headers = headers_;
-    plan.bodyLength = upload_.Announced();
-    plan.disabledFeatures = settings_.disabledFeatures;
-    plan.proxy = proxyCredentials_;
-    if (answering_) {
-        plan.server = serverCredentials_;
+    plan.target = m_target;
+    plan.verb = m_verb;
+    plan.http10 = m_http10;
+    plan.headers = m_headers;
+    plan.bodyLength = m_upload.Announced();
+    plan.disabledFeatures = m_settings.disabledFeatures;
+    plan.proxy = m_proxyCredentials;
+    if (m_answering) {
+        plan.server = m_serverCredentials;
         if (plan.server.scheme == 0) {
             plan.server.scheme = WINHTTP_AUTH_SCHEME_NEGOTIATE;
         }
     }
-    const HeaderField* userAgent = headers_.Find("User-Agent");
-    if (userAgent == nullptr && !settings_.userAgent.empty()) {
-        const DWORD code = plan.headers.AddValue("User-Agent", settings_.userAgent, WINHTTP_ADDREQ_FLAG_ADD);
+    const HeaderField* userAgent = m_headers.Find("User-Agent");
+    if (userAgent == nullptr && !m_settings.userAgent.empty()) {
+        const DWORD code = plan.headers.AddValue("User-Agent", m_settings.userAgent, WINHTTP_ADDREQ_FLAG_ADD);
         if (code != ERROR_SUCCESS) {
             return code;
         }
     }
     // The one before hands its connection back first, so that this one finds it.
-    transfer_.reset();
-    transfer_ = std::make_unique<Transfer>(*connection_->GetSession(), cancel_, settings_, upload_, plan);
-    return transfer_->Start();
+    m_transfer.reset();
+    m_transfer = std::make_unique<Transfer>(*m_connection->GetSession(), m_cancel, m_settings, m_upload, plan);
+    return m_transfer->Start();
 }
 
 DWORD Request::Write(std::span<const BYTE> bytes) {
-    if (state_ != State::kSent) {
+    if (m_state != State::Sent) {
         return ERROR_WINHTTP_INCORRECT_HANDLE_STATE;
     }
-    if (bytes.size() > upload_.Owed()) {
+    if (bytes.size() > m_upload.Owed()) {
         return ERROR_INVALID_PARAMETER;
     }
-    while (!bytes.empty() && !transfer_->HasHead()) {
-        const std::size_t count = std::min(bytes.size(), upload_.Room());
-        upload_.Append(bytes.first(count));
+    while (!bytes.empty() && !m_transfer->HasHead()) {
+        const std::size_t count = std::min(bytes.size(), m_upload.Room());
+        m_upload.Append(bytes.first(count));
         bytes = bytes.subspan(count);
-        if (upload_.Room() == 0 || upload_.IsComplete()) {
-            const DWORD code = transfer_->Flush();
+        if (m_upload.Room() == 0 || m_upload.IsComplete()) {
+            const DWORD code = m_transfer->Flush();
             if (code != ERROR_SUCCESS) {
                 return code;
             }
@@ -143,31 +143,31 @@ DWORD Request::Write(std::span<const BYTE> bytes) {
 }
 
 DWORD Request::Receive() {
-    if (state_ != State::kSent) {
+    if (m_state != State::Sent) {
         return ERROR_WINHTTP_INCORRECT_HANDLE_STATE;
     }
     DWORD code = ERROR_SUCCESS;
-    for (DWORD redirects = 0; (code = transfer_->AwaitHead()) == ERROR_SUCCESS;) {
-        const ReplyHead& head = transfer_->Head();
+    for (DWORD redirects = 0; (code = m_transfer->AwaitHead()) == ERROR_SUCCESS;) {
+        const ReplyHead& head = m_transfer->Head();
         const int status = head.Status();
         if (CanAnswerChallenge(head)) {
-            answering_ = true;
+            m_answering = true;
         } else if (auto target = RedirectTarget(head)) {
-            if (++redirects > settings_.maxRedirects) {
+            if (++redirects > m_settings.maxRedirects) {
                 return ERROR_WINHTTP_REDIRECT_FAILED;
             }
             FollowRedirect(status, std::move(*target));
         } else {
-            state_ = State::kReceived;
+            m_state = State::Received;
             return ERROR_SUCCESS;
         }
-        if (!upload_.IsRepeatable()) {
+        if (!m_upload.IsRepeatable()) {
             // The caller may send it again: to the new target, or with the answer to the challenge.
-            transfer_.reset();
-            state_ = State::kOpened;
+            m_transfer.reset();
+            m_state = State::Opened;
             return ERROR_WINHTTP_RESEND_REQUEST;
         }
-        upload_.Rewind();
+        m_upload.Rewind();
         code = StartTransfer();
         if (code != ERROR_SUCCESS) {
             break;
@@ -177,15 +177,15 @@ DWORD Request::Receive() {
 }
 
 bool Request::CanAnswerChallenge(const ReplyHead& head) const {
-    if (head.Status() != 401 || answering_ || (settings_.disabledFeatures & WINHTTP_DISABLE_AUTHENTICATION) != 0) {
+    if (head.Status() != 401 || m_answering || (m_settings.disabledFeatures & WINHTTP_DISABLE_AUTHENTICATION) != 0) {
         return false;
     }
-    if (serverCredentials_.scheme != 0) {
+    if (m_serverCredentials.scheme != 0) {
         const bool withheld =
-            serverCredentials_.loggedOnUser && settings_.autologonPolicy == WINHTTP_AUTOLOGON_SECURITY_LEVEL_HIGH;
-        return !withheld && Offers(head, serverCredentials_.scheme);
+            m_serverCredentials.loggedOnUser && m_settings.autologonPolicy == WINHTTP_AUTOLOGON_SECURITY_LEVEL_HIGH;
+        return !withheld && Offers(head, m_serverCredentials.scheme);
     }
-    return settings_.autologonPolicy == WINHTTP_AUTOLOGON_SECURITY_LEVEL_LOW &&
+    return m_settings.autologonPolicy == WINHTTP_AUTOLOGON_SECURITY_LEVEL_LOW &&
            Offers(head, WINHTTP_AUTH_SCHEME_NEGOTIATE);
 }
 
@@ -193,51 +193,51 @@ std::optional<Target> Request::RedirectTarget(const ReplyHead& head) const {
     const int status = head.Status();
     const bool redirect = status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
     const std::string* location = head.Find("Location");
-    if (!redirect || location == nullptr || settings_.redirectPolicy == WINHTTP_OPTION_REDIRECT_POLICY_NEVER ||
-        (settings_.disabledFeatures & WINHTTP_DISABLE_REDIRECTS) != 0) {
+    if (!redirect || location == nullptr || m_settings.redirectPolicy == WINHTTP_OPTION_REDIRECT_POLICY_NEVER ||
+        (m_settings.disabledFeatures & WINHTTP_DISABLE_REDIRECTS) != 0) {
         return std::nullopt;
     }
-    auto target = Resolve(target_, *location);
+    auto target = Resolve(m_target, *location);
     // Another host was not asked for, and must not get this one's cookies and bodies: the caller decides.
-    if (!target || !EqualsIgnoringCase(target->host, target_.host)) {
+    if (!target || !EqualsIgnoringCase(target->host, m_target.host)) {
         return std::nullopt;
     }
-    const bool downgrade = target_.secure && !target->secure;
-    if (downgrade && settings_.redirectPolicy != WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS) {
+    const bool downgrade = m_target.secure && !target->secure;
+    if (downgrade && m_settings.redirectPolicy != WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS) {
         return std::nullopt;
     }
     return target;
 }
 
 void Request::FollowRedirect(int status, Target target) {
-    target_ = std::move(target);
-    const bool becomesGet =
-        verb_ != "GET" && verb_ != "HEAD" && (status == 303 || (verb_ == "POST" && (status == 301 || status == 302)));
+    m_target = std::move(target);
+    const bool becomesGet = m_verb != "GET" && m_verb != "HEAD" &&
+                            (status == 303 || (m_verb == "POST" && (status == 301 || status == 302)));
     if (becomesGet) {
-        verb_ = "GET";
-        headers_.Remove("Content-Type");
-        headers_.Remove("Content-Length");
-        upload_ = UploadBody();
+        m_verb = "GET";
+        m_headers.Remove("Content-Type");
+        m_headers.Remove("Content-Length");
+        m_upload = UploadBody();
     }
 }
 
 const ReplyHead* Request::Head() const {
-    return state_ == State::kReceived ? &transfer_->Head() : nullptr;
+    return m_state == State::Received ? &m_transfer->Head() : nullptr;
 }
 
 DWORD Request::Available(DWORD& count) {
-    if (state_ != State::kReceived) {
+    if (m_state != State::Received) {
         return ERROR_WINHTTP_INCORRECT_HANDLE_STATE;
     }
-    const DWORD code = transfer_->AwaitBody();
-    count = code == ERROR_SUCCESS ? static_cast<DWORD>(transfer_->Body().Available()) : 0;
+    const DWORD code = m_transfer->AwaitBody();
+    count = code == ERROR_SUCCESS ? static_cast<DWORD>(m_transfer->Body().Available()) : 0;
     return code;
 }
 
 DWORD Request::Read(std::span<BYTE> room, DWORD& count) {
     DWORD available = 0;
     const DWORD code = Available(available);
-    count = code == ERROR_SUCCESS ? static_cast<DWORD>(transfer_->Body().Read(room)) : 0;
+    count = code == ERROR_SUCCESS ? static_cast<DWORD>(m_transfer->Body().Read(room)) : 0;
     return code;
 }
 

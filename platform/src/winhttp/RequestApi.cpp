@@ -12,11 +12,11 @@ using namespace quillmark::platform::winhttp;
 
 namespace {
 
-constexpr DWORD kHeaderFlags = WINHTTP_ADDREQ_FLAG_ADD | WINHTTP_ADDREQ_FLAG_REPLACE;
-constexpr DWORD kTerminated = static_cast<DWORD>(-1);
-constexpr DWORD kOpenFlags = WINHTTP_FLAG_SECURE | WINHTTP_FLAG_REFRESH | WINHTTP_FLAG_ESCAPE_PERCENT |
-                             WINHTTP_FLAG_NULL_CODEPAGE | WINHTTP_FLAG_ESCAPE_DISABLE |
-                             WINHTTP_FLAG_ESCAPE_DISABLE_QUERY;
+constexpr DWORD HeaderFlags = WINHTTP_ADDREQ_FLAG_ADD | WINHTTP_ADDREQ_FLAG_REPLACE;
+constexpr DWORD Terminated = static_cast<DWORD>(-1);
+constexpr DWORD OpenFlags = WINHTTP_FLAG_SECURE | WINHTTP_FLAG_REFRESH | WINHTTP_FLAG_ESCAPE_PERCENT |
+                            WINHTTP_FLAG_NULL_CODEPAGE | WINHTTP_FLAG_ESCAPE_DISABLE |
+                            WINHTTP_FLAG_ESCAPE_DISABLE_QUERY;
 
 // Calls back with the request of the handle; the code is that of the look-up or of the call.
 template <typename Call>
@@ -32,7 +32,7 @@ std::string HeaderText(LPCWSTR headers, DWORD length) {
     if (headers == nullptr) {
         return {};
     }
-    return Narrow(length == kTerminated ? std::u16string_view(headers) : std::u16string_view(headers, length));
+    return Narrow(length == Terminated ? std::u16string_view(headers) : std::u16string_view(headers, length));
 }
 
 // The headers that the opening call itself asks for.
@@ -65,7 +65,7 @@ HINTERNET WINAPI WinHttpOpenRequest(HINTERNET connection, LPCWSTR verb, LPCWSTR 
         auto object = ObjectFromPath(Narrow(TextOf(objectName)));
         const std::u16string_view protocol = TextOf(version);
         const bool http10 = protocol == u"HTTP/1.0";
-        if (!object || !IsToken(method) || (flags & ~kOpenFlags) != 0 ||
+        if (!object || !IsToken(method) || (flags & ~OpenFlags) != 0 ||
             (!protocol.empty() && !http10 && protocol != u"HTTP/1.1")) {
             return ERROR_INVALID_PARAMETER;
         }
@@ -92,7 +92,7 @@ BOOL WINAPI WinHttpSendRequest(HINTERNET request, LPCWSTR headers, DWORD lengthI
         }
         const std::string lines = HeaderText(headers, lengthInCharacters);
         if (!lines.empty()) {
-            const DWORD code = object.AddHeaders(lines, kHeaderFlags);
+            const DWORD code = object.AddHeaders(lines, HeaderFlags);
             if (code != ERROR_SUCCESS) {
                 return code;
             }

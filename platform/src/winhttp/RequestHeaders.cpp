@@ -10,9 +10,9 @@ namespace quillmark::platform::winhttp {
 
 namespace {
 
-constexpr DWORD kCoalesce = WINHTTP_ADDREQ_FLAG_COALESCE_WITH_COMMA | WINHTTP_ADDREQ_FLAG_COALESCE_WITH_SEMICOLON;
-constexpr DWORD kKnownFlags =
-    WINHTTP_ADDREQ_FLAG_ADD_IF_NEW | WINHTTP_ADDREQ_FLAG_ADD | WINHTTP_ADDREQ_FLAG_REPLACE | kCoalesce;
+constexpr DWORD Coalesce = WINHTTP_ADDREQ_FLAG_COALESCE_WITH_COMMA | WINHTTP_ADDREQ_FLAG_COALESCE_WITH_SEMICOLON;
+constexpr DWORD KnownFlags =
+    WINHTTP_ADDREQ_FLAG_ADD_IF_NEW | WINHTTP_ADDREQ_FLAG_ADD | WINHTTP_ADDREQ_FLAG_REPLACE | Coalesce;
 
 // Blanks other than the tab that a value may hold, line breaks among them, would end the header early.
 bool IsControl(char c) {
@@ -54,7 +54,7 @@ std::string_view NextLine(std::string_view& text) {
 }  // namespace
 
 DWORD RequestHeaders::Add(std::string_view lines, DWORD modifiers) {
-    if (lines.empty() || (modifiers & kKnownFlags) == 0 || (modifiers & ~kKnownFlags) != 0) {
+    if (lines.empty() || (modifiers & KnownFlags) == 0 || (modifiers & ~KnownFlags) != 0) {
         return ERROR_INVALID_PARAMETER;
     }
     RequestHeaders changed = *this;
@@ -68,7 +68,7 @@ DWORD RequestHeaders::Add(std::string_view lines, DWORD modifiers) {
             return code;
         }
     }
-    fields_ = std::move(changed.fields_);
+    m_fields = std::move(changed.m_fields);
     return ERROR_SUCCESS;
 }
 
@@ -80,17 +80,17 @@ DWORD RequestHeaders::AddValue(std::string_view name, std::string_view value, DW
 }
 
 DWORD RequestHeaders::AddField(HeaderField field, DWORD modifiers) {
-    const auto existing = std::find_if(fields_.begin(), fields_.end(), [&](const HeaderField& other) {
+    const auto existing = std::find_if(m_fields.begin(), m_fields.end(), [&](const HeaderField& other) {
         return EqualsIgnoringCase(other.name, field.name);
     });
     const bool cookie = EqualsIgnoringCase(field.name, "Cookie");
-    if (existing == fields_.end()) {
+    if (existing == m_fields.end()) {
         if ((modifiers & WINHTTP_ADDREQ_FLAG_REPLACE) != 0 && (modifiers & WINHTTP_ADDREQ_FLAG_ADD) == 0) {
             return ERROR_WINHTTP_HEADER_NOT_FOUND;
         }
         // An empty value with _REPLACE asks for the header's removal, which holds already.
         if (!field.value.empty() || (modifiers & WINHTTP_ADDREQ_FLAG_REPLACE) == 0) {
-            fields_.push_back(std::move(field));
+            m_fields.push_back(std::move(field));
         }
         return ERROR_SUCCESS;
     }
@@ -98,25 +98,25 @@ DWORD RequestHeaders::AddField(HeaderField field, DWORD modifiers) {
         return ERROR_WINHTTP_HEADER_ALREADY_EXISTS;
     }
     if ((modifiers & WINHTTP_ADDREQ_FLAG_REPLACE) != 0) {
-        const auto position = existing - fields_.begin();
+        const auto position = existing - m_fields.begin();
         Remove(std::string(field.name));
         if (!field.value.empty()) {
-            fields_.insert(fields_.begin() + position, std::move(field));
+            m_fields.insert(m_fields.begin() + position, std::move(field));
         }
         return ERROR_SUCCESS;
     }
-    if (cookie || (modifiers & kCoalesce) != 0) {
+    if (cookie || (modifiers & Coalesce) != 0) {
         const bool comma = !cookie && (modifiers & WINHTTP_ADDREQ_FLAG_COALESCE_WITH_COMMA) != 0;
         existing->value += existing->value.empty() ? "" : comma ? ", " : "; ";
         existing->value += field.value;
         return ERROR_SUCCESS;
     }
-    fields_.push_back(std::move(field));
+    m_fields.push_back(std::move(field));
     return ERROR_SUCCESS;
 }
 
 const HeaderField* RequestHeaders::Find(std::string_view name) const {
-    for (const HeaderField& field : fields_) {
+    for (const HeaderField& field : m_fields) {
         if (EqualsIgnoringCase(field.name, name)) {
             return &field;
         }
@@ -125,7 +125,7 @@ const HeaderField* RequestHeaders::Find(std::string_view name) const {
 }
 
 void RequestHeaders::Remove(std::string_view name) {
-    std::erase_if(fields_, [&](const HeaderField& field) { return EqualsIgnoringCase(field.name, name); });
+    std::erase_if(m_fields, [&](const HeaderField& field) { return EqualsIgnoringCase(field.name, name); });
 }
 
 }  // namespace quillmark::platform::winhttp

@@ -31,12 +31,12 @@ public:
     // Takes out the fields of that name.
     void Remove(std::string_view name);
 
-    [[nodiscard]] const std::vector<HeaderField>& Fields() const { return fields_; }
+    [[nodiscard]] const std::vector<HeaderField>& Fields() const { return m_fields; }
 
 private:
     [[nodiscard]] DWORD AddField(HeaderField field, DWORD modifiers);
 
-    std::vector<HeaderField> fields_;
+    std::vector<HeaderField> m_fields;
 };
 
 }  // namespace quillmark::platform::winhttp

@@ -20,21 +20,21 @@ public:
     // Throws std::bad_alloc.
     Session(ProxyChoice proxy, std::string userAgent);
 
-    void OnClose() override { channels_.Close(); }
+    void OnClose() override { m_channels.Close(); }
 
     [[nodiscard]] Settings CurrentSettings() const;
 
     // Changes the settings of requests that are opened later.
     template <typename Change>
     void ChangeSettings(Change change) {
-        const std::lock_guard lock(mutex_);
-        change(settings_);
+        const std::lock_guard lock(m_mutex);
+        change(m_settings);
     }
 
-    [[nodiscard]] const ProxyChoice& Proxy() const { return proxy_; }
-    [[nodiscard]] const CurlShare& Share() const { return share_; }
-    [[nodiscard]] TrustedRoots& Roots() { return roots_; }
-    [[nodiscard]] ChannelPool& Channels() { return channels_; }
+    [[nodiscard]] const ProxyChoice& Proxy() const { return m_proxy; }
+    [[nodiscard]] const CurlShare& Share() const { return m_share; }
+    [[nodiscard]] TrustedRoots& Roots() { return m_roots; }
+    [[nodiscard]] ChannelPool& Channels() { return m_channels; }
 
     // An idle channel of the origin whose connection still lives, or a new one. Throws std::bad_alloc.
     //
@@ -53,15 +53,15 @@ private:
     [[nodiscard]] std::chrono::steady_clock::time_point EndOfWatch(const Channel& channel,
                                                                    const std::string& origin) const;
 
-    const ProxyChoice proxy_;
-    mutable std::mutex mutex_;
-    Settings settings_;
-    std::set<std::string> waitsForOwedBytes_;
-    std::set<std::string> keepsAfterEarlyReply_;
+    const ProxyChoice m_proxy;
+    mutable std::mutex m_mutex;
+    Settings m_settings;
+    std::set<std::string> m_waitsForOwedBytes;
+    std::set<std::string> m_keepsAfterEarlyReply;
     // The channels refer to the share, so they are declared after it and go first.
-    CurlShare share_;
-    TrustedRoots roots_;
-    ChannelPool channels_;
+    CurlShare m_share;
+    TrustedRoots m_roots;
+    ChannelPool m_channels;
 };
 
 }  // namespace quillmark::platform::winhttp

@@ -9,8 +9,8 @@ namespace quillmark::platform::winhttp {
 
 namespace {
 
-constexpr std::uint16_t kHttpPort = 80;
-constexpr std::uint16_t kHttpsPort = 443;
+constexpr std::uint16_t HttpPort = 80;
+constexpr std::uint16_t HttpsPort = 443;
 
 bool IsHostCharacter(char c) {
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.' || c == '-' ||
@@ -39,7 +39,7 @@ std::string Target::Url() const {
 
 std::string Target::Origin() const {
     std::string origin = (secure ? "https://" : "http://") + host;
-    if (port != (secure ? kHttpsPort : kHttpPort)) {
+    if (port != (secure ? HttpsPort : HttpPort)) {
         origin += ":" + std::to_string(port);
     }
     return origin;

@@ -1,12 +1,12 @@
 // One request and its reply on one channel: libcurl's callbacks turned into calls that pull.
 //
-//     kResolving   the name is looked up                            resolve time-out
-//     kConnecting  sockets are tried                                connect time-out
-//     kSecuring    proxy tunnel and TLS handshake                   send time-out
-//     kExchanging  the request goes out, the reply comes in         send time-out while bytes are to go out, else
+//     Resolving   the name is looked up                            resolve time-out
+//     Connecting  sockets are tried                                connect time-out
+//     Securing    proxy tunnel and TLS handshake                   send time-out
+//     Exchanging  the request goes out, the reply comes in         send time-out while bytes are to go out, else
 //     receive
 //
-// A kept connection starts in kExchanging. The transfer moves only inside the calls Start, Flush, AwaitHead and
+// A kept connection starts in Exchanging. The transfer moves only inside the calls Start, Flush, AwaitHead and
 // AwaitBody; a time-out begins anew with each of them and with every byte that moves.
 //
 // The upload and the reply overlap. What holds between them:
@@ -60,18 +60,18 @@ public:
     // Waits until Body() has bytes or AtEnd().
     [[nodiscard]] DWORD AwaitBody();
 
-    [[nodiscard]] const ReplyHead& Head() const { return head_; }
-    [[nodiscard]] ReplyBody& Body() { return reply_; }
+    [[nodiscard]] const ReplyHead& Head() const { return m_head; }
+    [[nodiscard]] ReplyBody& Body() { return m_reply; }
 
     // The whole body has arrived (and may still wait in Body()).
     [[nodiscard]] bool AtEnd() const;
 
     // The final head is there: later writes are not sent.
-    [[nodiscard]] bool HasHead() const { return head_.IsFinal() && !provisional_; }
+    [[nodiscard]] bool HasHead() const { return m_head.IsFinal() && !m_provisional; }
 
 private:
     using Clock = std::chrono::steady_clock;
-    enum class Phase { kResolving, kConnecting, kSecuring, kExchanging };
+    enum class Phase { Resolving, Connecting, Securing, Exchanging };
 
     // How far everything that moves has come; a difference is progress.
     struct Position {
@@ -108,42 +108,42 @@ private:
     [[nodiscard]] bool HasUnreadReply() const;
     void DrainWithoutWaiting();
 
-    Session& session_;
-    CancelSignal& cancel_;
-    const Settings& settings_;
-    UploadBody& upload_;
-    const TransferPlan plan_;
-    const std::string origin_;
-    std::unique_ptr<Channel> channel_;
-    List headerList_;
+    Session& m_session;
+    CancelSignal& m_cancel;
+    const Settings& m_settings;
+    UploadBody& m_upload;
+    const TransferPlan m_plan;
+    const std::string m_origin;
+    std::unique_ptr<Channel> m_channel;
+    List m_headerList;
 
-    ReplyHead head_;
-    ReplyBody reply_;
-    std::uint64_t bodyReceived_ = 0;
+    ReplyHead m_head;
+    ReplyBody m_reply;
+    std::uint64_t m_bodyReceived = 0;
 
-    Phase phase_ = Phase::kResolving;
-    Clock::time_point since_;
-    Position position_;
-    std::uint64_t received_ = 0;
+    Phase m_phase = Phase::Resolving;
+    Clock::time_point m_since;
+    Position m_position;
+    std::uint64_t m_received = 0;
 
-    bool added_ = false;
-    bool uploadPaused_ = false;
-    bool replyPaused_ = false;
-    Clock::time_point starvedSince_;
-    bool awaitingHead_ = false;
+    bool m_added = false;
+    bool m_uploadPaused = false;
+    bool m_replyPaused = false;
+    Clock::time_point m_starvedSince;
+    bool m_awaitingHead = false;
     // The upload was given up: libcurl is told that it is over, and the connection is not used again.
-    bool stopped_ = false;
-    bool payWithHead_ = false;
-    bool answeredEarly_ = false;
-    bool discarding_ = false;
+    bool m_stopped = false;
+    bool m_payWithHead = false;
+    bool m_answeredEarly = false;
+    bool m_discarding = false;
     // The head is final by its status, but libcurl may be about to answer the challenge in it.
-    bool provisional_ = false;
-    bool refusedSocket_ = false;
-    bool headTooLarge_ = false;
+    bool m_provisional = false;
+    bool m_refusedSocket = false;
+    bool m_headTooLarge = false;
 
-    bool ended_ = false;
-    CURLcode result_ = CURLE_OK;
-    DWORD failure_ = ERROR_SUCCESS;
+    bool m_ended = false;
+    CURLcode m_result = CURLE_OK;
+    DWORD m_failure = ERROR_SUCCESS;
 };
 
 }  // namespace quillmark::platform::winhttp

@@ -12,7 +12,7 @@ namespace {
 
 // Large enough that a download costs few system calls, small enough to stay in the processor's cache on the way to the
 // caller.
-constexpr long kReceiveBuffer = 256 * 1024;
+constexpr long ReceiveBuffer = 256 * 1024;
 
 void AppendLine(List& list, const std::string& line) {
     curl_slist* longer = curl_slist_append(list.get(), line.c_str());
@@ -52,7 +52,7 @@ void ApplyVerb(CURL* easy, const TransferPlan& plan) {
         curl_easy_setopt(easy, CURLOPT_UPLOAD, 1L);
         curl_easy_setopt(easy, CURLOPT_CUSTOMREQUEST, plan.verb.c_str());
         curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(plan.bodyLength));
-        curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(UploadBody::kGather));
+        curl_easy_setopt(easy, CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(UploadBody::Gather));
     }
     // Without this every early error would cost the connection; the transfer decides itself when to stop.
     curl_easy_setopt(easy, CURLOPT_KEEP_SENDING_ON_ERROR, 1L);
@@ -138,7 +138,7 @@ List ApplyPlan(CURL* easy, const TransferPlan& plan, Session& session) {
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_TCP_NODELAY, 1L);
-    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, kReceiveBuffer);
+    curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, ReceiveBuffer);
     // Time is kept by the transfer. 0 would mean libcurl's own 300 s here.
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(INT_MAX));
     // A look-up that is given up is left to end on its own thread instead of being waited for.

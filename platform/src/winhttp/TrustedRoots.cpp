@@ -94,11 +94,11 @@ TrustedRoots::Store TrustedRoots::Load() {
 }
 
 bool TrustedRoots::Install(ssl_ctx_st* context) {
-    std::call_once(loaded_, [this] { store_ = Load(); });
-    if (store_ == nullptr) {
+    std::call_once(m_loaded, [this] { m_store = Load(); });
+    if (m_store == nullptr) {
         return false;
     }
-    SSL_CTX_set1_cert_store(context, store_.get());
+    SSL_CTX_set1_cert_store(context, m_store.get());
     return true;
 }
 

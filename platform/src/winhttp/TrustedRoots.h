@@ -27,8 +27,8 @@ private:
 
     static Store Load();
 
-    std::once_flag loaded_;
-    Store store_;
+    std::once_flag m_loaded;
+    Store m_store;
 };
 
 }  // namespace quillmark::platform::winhttp

@@ -6,44 +6,44 @@
 namespace quillmark::platform::winhttp {
 
 UploadBody::UploadBody(std::uint64_t announced, std::span<const BYTE> beginning)
-    : announced_(announced), accepted_(beginning.size()), beginning_(beginning.begin(), beginning.end()) {}
+    : m_announced(announced), m_accepted(beginning.size()), m_beginning(beginning.begin(), beginning.end()) {}
 
 void UploadBody::Append(std::span<const BYTE> bytes) {
-    gathered_.reserve(kGather);
-    gathered_.insert(gathered_.end(), bytes.begin(), bytes.end());
-    accepted_ += bytes.size();
+    m_gathered.reserve(Gather);
+    m_gathered.insert(m_gathered.end(), bytes.begin(), bytes.end());
+    m_accepted += bytes.size();
 }
 
 std::size_t UploadBody::Take(std::span<BYTE> room) {
     std::span<const BYTE> source;
-    if (taken_ < beginning_.size()) {
-        source = std::span(beginning_).subspan(static_cast<std::size_t>(taken_));
+    if (m_taken < m_beginning.size()) {
+        source = std::span(m_beginning).subspan(static_cast<std::size_t>(m_taken));
     } else {
-        source = std::span(gathered_).subspan(gatheredTaken_);
+        source = std::span(m_gathered).subspan(m_gatheredTaken);
     }
     const std::size_t count = std::min(room.size(), source.size());
     if (count == 0) {
         return 0;
     }
     std::memcpy(room.data(), source.data(), count);
-    if (taken_ >= beginning_.size()) {
-        gatheredTaken_ += count;
-        if (gatheredTaken_ == gathered_.size()) {
-            gathered_.clear();
-            gatheredTaken_ = 0;
+    if (m_taken >= m_beginning.size()) {
+        m_gatheredTaken += count;
+        if (m_gatheredTaken == m_gathered.size()) {
+            m_gathered.clear();
+            m_gatheredTaken = 0;
         }
     }
-    taken_ += count;
+    m_taken += count;
     return count;
 }
 
 void UploadBody::Pay() {
-    static constexpr BYTE kLineBreaks[kMostPaid] = {'\r', '\n', '\n'};
-    Append(std::span(kLineBreaks).first(static_cast<std::size_t>(Owed())));
+    static constexpr BYTE LineBreaks[MostPaid] = {'\r', '\n', '\n'};
+    Append(std::span(LineBreaks).first(static_cast<std::size_t>(Owed())));
 }
 
 void UploadBody::Rewind() {
-    taken_ = 0;
+    m_taken = 0;
 }
 
 }  // namespace quillmark::platform::winhttp

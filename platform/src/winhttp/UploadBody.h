@@ -19,22 +19,22 @@ class UploadBody {
 public:
     // Writes are gathered up to this size before the transfer is driven: one drive per write of 16 KiB costs twice the
     // processor time of larger ones.
-    static constexpr std::size_t kGather = 256 * 1024;
+    static constexpr std::size_t Gather = 256 * 1024;
 
     // An announced Content-Length may exceed its body by so much and still be meant to be complete.
-    static constexpr std::uint64_t kMostPaid = 3;
+    static constexpr std::uint64_t MostPaid = 3;
 
     UploadBody() = default;
     UploadBody(std::uint64_t announced, std::span<const BYTE> beginning);
 
-    [[nodiscard]] std::uint64_t Announced() const { return announced_; }
-    [[nodiscard]] std::uint64_t Owed() const { return announced_ - accepted_; }
-    [[nodiscard]] std::uint64_t Taken() const { return taken_; }
-    [[nodiscard]] bool IsQueueEmpty() const { return accepted_ == taken_; }
+    [[nodiscard]] std::uint64_t Announced() const { return m_announced; }
+    [[nodiscard]] std::uint64_t Owed() const { return m_announced - m_accepted; }
+    [[nodiscard]] std::uint64_t Taken() const { return m_taken; }
+    [[nodiscard]] bool IsQueueEmpty() const { return m_accepted == m_taken; }
     [[nodiscard]] bool IsComplete() const { return Owed() == 0; }
 
     // How many bytes can be appended before the queue must be flushed.
-    [[nodiscard]] std::size_t Room() const { return kGather - gathered_.size(); }
+    [[nodiscard]] std::size_t Room() const { return Gather - m_gathered.size(); }
 
     // Appends at most Room() and at most Owed() bytes.
     void Append(std::span<const BYTE> bytes);
@@ -46,18 +46,18 @@ public:
     void Pay();
 
     // Whether all of the body came with the sending call, so that it can be sent again.
-    [[nodiscard]] bool IsRepeatable() const { return beginning_.size() == announced_; }
+    [[nodiscard]] bool IsRepeatable() const { return m_beginning.size() == m_announced; }
 
     // Back to the first byte. Only when IsRepeatable().
     void Rewind();
 
 private:
-    std::uint64_t announced_ = 0;
-    std::uint64_t accepted_ = 0;
-    std::uint64_t taken_ = 0;
-    std::vector<BYTE> beginning_;
-    std::vector<BYTE> gathered_;
-    std::size_t gatheredTaken_ = 0;
+    std::uint64_t m_announced = 0;
+    std::uint64_t m_accepted = 0;
+    std::uint64_t m_taken = 0;
+    std::vector<BYTE> m_beginning;
+    std::vector<BYTE> m_gathered;
+    std::size_t m_gatheredTaken = 0;
 };
 
 }  // namespace quillmark::platform::winhttp

@@ -15,23 +15,23 @@ namespace quillmark::test {
 class ScopedHandle {
 public:
     ScopedHandle() = default;
-    explicit ScopedHandle(HINTERNET handle) : handle_(handle) {}
-    ScopedHandle(ScopedHandle&& other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    explicit ScopedHandle(HINTERNET handle) : m_handle(handle) {}
+    ScopedHandle(ScopedHandle&& other) noexcept : m_handle(std::exchange(other.m_handle, nullptr)) {}
     ScopedHandle& operator=(ScopedHandle&& other) noexcept {
-        std::swap(handle_, other.handle_);
+        std::swap(m_handle, other.m_handle);
         return *this;
     }
     ~ScopedHandle() { Close(); }
 
     void Close() {
-        if (handle_ != nullptr) {
-            WinHttpCloseHandle(std::exchange(handle_, nullptr));
+        if (m_handle != nullptr) {
+            WinHttpCloseHandle(std::exchange(m_handle, nullptr));
         }
     }
-    operator HINTERNET() const { return handle_; }  // NOLINT: reads as the handle that it is
+    operator HINTERNET() const { return m_handle; }  // NOLINT: reads as the handle that it is
 
 private:
-    HINTERNET handle_ = nullptr;
+    HINTERNET m_handle = nullptr;
 };
 
 struct Reply {
@@ -83,11 +83,11 @@ class Stopwatch {
 public:
     [[nodiscard]] long Milliseconds() const {
         return static_cast<long>(
-            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start_).count());
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - m_start).count());
     }
 
 private:
-    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+    std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
 }  // namespace quillmark::test

@@ -35,108 +35,108 @@ int BoundSocket(std::uint16_t& port) {
 
 }  // namespace
 
-Peer::Peer(int descriptor, int number, const TlsIdentity* identity) : descriptor_(descriptor), number_(number) {
+Peer::Peer(int descriptor, int number, const TlsIdentity* identity) : m_descriptor(descriptor), m_number(number) {
     const int on = 1;
-    setsockopt(descriptor_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+    setsockopt(m_descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
     if (identity != nullptr) {
-        tls_ = SSL_new(identity->ServerContext());
-        SSL_set_fd(tls_, descriptor_);
-        dead_ = SSL_accept(tls_) != 1;
+        m_tls = SSL_new(identity->ServerContext());
+        SSL_set_fd(m_tls, m_descriptor);
+        m_dead = SSL_accept(m_tls) != 1;
     }
 }
 
 Peer::~Peer() {
-    if (tls_ != nullptr) {
-        if (!dead_) {
-            SSL_shutdown(tls_);
+    if (m_tls != nullptr) {
+        if (!m_dead) {
+            SSL_shutdown(m_tls);
         }
-        SSL_free(tls_);
+        SSL_free(m_tls);
     }
-    close(descriptor_);
+    close(m_descriptor);
 }
 
 std::size_t Peer::Receive(char* buffer, std::size_t size) {
-    if (dead_) {
+    if (m_dead) {
         return 0;
     }
-    const auto count = tls_ != nullptr ? SSL_read(tls_, buffer, static_cast<int>(size))
-                                       : static_cast<int>(recv(descriptor_, buffer, size, 0));
+    const auto count = m_tls != nullptr ? SSL_read(m_tls, buffer, static_cast<int>(size))
+                                        : static_cast<int>(recv(m_descriptor, buffer, size, 0));
     return count > 0 ? static_cast<std::size_t>(count) : 0;
 }
 
 bool Peer::Fill() {
     char buffer[65536];
     const std::size_t count = Receive(buffer, sizeof(buffer));
-    buffered_.append(buffer, count);
+    m_buffered.append(buffer, count);
     return count != 0;
 }
 
 std::string Peer::ReadThrough(std::string_view text) {
     std::size_t end = std::string::npos;
-    while ((end = buffered_.find(text)) == std::string::npos && Fill()) {
+    while ((end = m_buffered.find(text)) == std::string::npos && Fill()) {
     }
-    return Read(end == std::string::npos ? buffered_.size() : end + text.size());
+    return Read(end == std::string::npos ? m_buffered.size() : end + text.size());
 }
 
 std::string Peer::Read(std::size_t count) {
-    while (buffered_.size() < count && Fill()) {
+    while (m_buffered.size() < count && Fill()) {
     }
-    std::string bytes = buffered_.substr(0, count);
-    buffered_.erase(0, bytes.size());
+    std::string bytes = m_buffered.substr(0, count);
+    m_buffered.erase(0, bytes.size());
     return bytes;
 }
 
 std::string Peer::ReadToEnd() {
     while (Fill()) {
     }
-    return std::exchange(buffered_, {});
+    return std::exchange(m_buffered, {});
 }
 
 bool Peer::Send(std::string_view bytes) {
-    while (!bytes.empty() && !dead_) {
-        const auto count = tls_ != nullptr
-                               ? SSL_write(tls_, bytes.data(), static_cast<int>(bytes.size()))
-                               : static_cast<int>(send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL));
+    while (!bytes.empty() && !m_dead) {
+        const auto count = m_tls != nullptr
+                               ? SSL_write(m_tls, bytes.data(), static_cast<int>(bytes.size()))
+                               : static_cast<int>(send(m_descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL));
         if (count <= 0) {
             return false;
         }
         bytes.remove_prefix(static_cast<std::size_t>(count));
     }
-    return !dead_;
+    return !m_dead;
 }
 
 void Peer::Reset() {
     const linger now{1, 0};
-    setsockopt(descriptor_, SOL_SOCKET, SO_LINGER, &now, sizeof(now));
-    dead_ = true;
+    setsockopt(m_descriptor, SOL_SOCKET, SO_LINGER, &now, sizeof(now));
+    m_dead = true;
 }
 
 void Peer::Abort() {
-    shutdown(descriptor_, SHUT_RDWR);
+    shutdown(m_descriptor, SHUT_RDWR);
 }
 
 RawServer::RawServer(Script script, const TlsIdentity* identity)
-    : script_(std::move(script)), identity_(identity), listener_(BoundSocket(port_)) {
-    if (listen(listener_, SOMAXCONN) != 0) {
+    : m_script(std::move(script)), m_identity(identity), m_listener(BoundSocket(m_port)) {
+    if (listen(m_listener, SOMAXCONN) != 0) {
         throw std::system_error(errno, std::generic_category(), "listen");
     }
-    acceptor_ = std::thread([this] { Accept(); });
+    m_acceptor = std::thread([this] { Accept(); });
 }
 
 RawServer::~RawServer() {
     {
-        const std::lock_guard lock(mutex_);
-        stopping_ = true;
-        for (Peer* peer : peers_) {
+        const std::lock_guard lock(m_mutex);
+        m_stopping = true;
+        for (Peer* peer : m_peers) {
             peer->Abort();
         }
     }
-    shutdown(listener_, SHUT_RDWR);
-    acceptor_.join();
-    for (std::thread& thread : threads_) {
+    shutdown(m_listener, SHUT_RDWR);
+    m_acceptor.join();
+    for (std::thread& thread : m_threads) {
         thread.join();
     }
-    close(listener_);
+    close(m_listener);
 }
 
 void RawServer::Accept() {
@@ -146,39 +146,39 @@ void RawServer::Accept() {
     sigaddset(&brokenPipe, SIGPIPE);
     pthread_sigmask(SIG_BLOCK, &brokenPipe, nullptr);
     while (true) {
-        const int descriptor = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+        const int descriptor = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
         if (descriptor < 0) {
             return;
         }
-        const int number = connections_++;
-        threads_.emplace_back([this, descriptor, number] {
-            Peer peer(descriptor, number, identity_);
+        const int number = m_connections++;
+        m_threads.emplace_back([this, descriptor, number] {
+            Peer peer(descriptor, number, m_identity);
             {
-                const std::lock_guard lock(mutex_);
-                peers_.push_back(&peer);
-                if (stopping_) {
+                const std::lock_guard lock(m_mutex);
+                m_peers.push_back(&peer);
+                if (m_stopping) {
                     peer.Abort();
                 }
             }
-            script_(peer);
-            const std::lock_guard lock(mutex_);
-            std::erase(peers_, &peer);
+            m_script(peer);
+            const std::lock_guard lock(m_mutex);
+            std::erase(m_peers, &peer);
         });
     }
 }
 
-BlackHole::BlackHole() : listener_(BoundSocket(port_)) {
-    listen(listener_, 0);
+BlackHole::BlackHole() : m_listener(BoundSocket(m_port)) {
+    listen(m_listener, 0);
     // Connections that nobody accepts, until one more stays without an answer.
     for (bool full = false; !full;) {
         const int filler = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-        fillers_.push_back(filler);
+        m_fillers.push_back(filler);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(port_);
+        address.sin_port = htons(m_port);
         // On loopback an answer is there before connect returns, so "in progress" means that there is none.
-        full = connect(filler, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 && fillers_.size() > 1;
+        full = connect(filler, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 && m_fillers.size() > 1;
         if (full) {
             tcp_info info{};
             socklen_t size = sizeof(info);
@@ -189,10 +189,10 @@ BlackHole::BlackHole() : listener_(BoundSocket(port_)) {
 }
 
 BlackHole::~BlackHole() {
-    for (const int filler : fillers_) {
+    for (const int filler : m_fillers) {
         close(filler);
     }
-    close(listener_);
+    close(m_listener);
 }
 
 std::uint16_t UnusedPort() {

@@ -30,7 +30,7 @@ public:
     Peer& operator=(const Peer&) = delete;
 
     // The connections of a server are numbered from 0.
-    [[nodiscard]] int Number() const { return number_; }
+    [[nodiscard]] int Number() const { return m_number; }
 
     // A request's head with its blank line; what is there when the connection ends first.
     [[nodiscard]] std::string ReadHead() { return ReadThrough("\r\n\r\n"); }
@@ -58,11 +58,11 @@ private:
     std::size_t Receive(char* buffer, std::size_t size);
     bool Fill();
 
-    const int descriptor_;
-    const int number_;
-    ssl_st* tls_ = nullptr;
-    std::string buffered_;
-    bool dead_ = false;
+    const int m_descriptor;
+    const int m_number;
+    ssl_st* m_tls = nullptr;
+    std::string m_buffered;
+    bool m_dead = false;
 };
 
 class RawServer {
@@ -74,24 +74,24 @@ public:
     RawServer(const RawServer&) = delete;
     RawServer& operator=(const RawServer&) = delete;
 
-    [[nodiscard]] std::uint16_t Port() const { return port_; }
+    [[nodiscard]] std::uint16_t Port() const { return m_port; }
 
     // How many connections were accepted so far.
-    [[nodiscard]] int Connections() const { return connections_; }
+    [[nodiscard]] int Connections() const { return m_connections; }
 
 private:
     void Accept();
 
-    const Script script_;
-    const TlsIdentity* const identity_;
-    std::uint16_t port_ = 0;
-    int listener_;
-    std::atomic<int> connections_{0};
-    std::mutex mutex_;
-    bool stopping_ = false;
-    std::vector<Peer*> peers_;
-    std::vector<std::thread> threads_;
-    std::thread acceptor_;
+    const Script m_script;
+    const TlsIdentity* const m_identity;
+    std::uint16_t m_port = 0;
+    int m_listener;
+    std::atomic<int> m_connections{0};
+    std::mutex m_mutex;
+    bool m_stopping = false;
+    std::vector<Peer*> m_peers;
+    std::vector<std::thread> m_threads;
+    std::thread m_acceptor;
 };
 
 // A listener that takes no connection: its queue is full, so that connecting to it neither succeeds nor fails.
@@ -102,12 +102,12 @@ public:
     BlackHole(const BlackHole&) = delete;
     BlackHole& operator=(const BlackHole&) = delete;
 
-    [[nodiscard]] std::uint16_t Port() const { return port_; }
+    [[nodiscard]] std::uint16_t Port() const { return m_port; }
 
 private:
-    std::uint16_t port_ = 0;
-    int listener_;
-    std::vector<int> fillers_;
+    std::uint16_t m_port = 0;
+    int m_listener;
+    std::vector<int> m_fillers;
 };
 
 // A port on which nothing listens.

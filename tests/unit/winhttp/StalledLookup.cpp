@@ -38,7 +38,7 @@ void StalledLookup::AwaitBegun() const {
 // True when the look-up was held up and has no result.
 bool HoldUp(std::string_view name) {
     std::unique_lock lock(mutex);
-    if (!stalled || name != kStalledName) {
+    if (!stalled || name != StalledName) {
         return false;
     }
     ++blocked;

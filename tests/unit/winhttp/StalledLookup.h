@@ -4,7 +4,7 @@
 
 namespace quillmark::test {
 
-inline constexpr const char* kStalledName = "stalled.test";
+inline constexpr const char* StalledName = "stalled.test";
 
 class StalledLookup {
 public:

@@ -49,17 +49,17 @@ std::string Pem(X509* certificate) {
 
 }  // namespace
 
-TlsIdentity::TlsIdentity(const std::string& alternativeName) : context_(SSL_CTX_new(TLS_server_method())) {
+TlsIdentity::TlsIdentity(const std::string& alternativeName) : m_context(SSL_CTX_new(TLS_server_method())) {
     const Key key(EVP_EC_gen("P-256"), &EVP_PKEY_free);
-    Require(context_ != nullptr && key != nullptr);
+    Require(m_context != nullptr && key != nullptr);
     const Certificate certificate = SelfSigned(key.get(), alternativeName);
-    Require(SSL_CTX_use_certificate(context_, certificate.get()) == 1);
-    Require(SSL_CTX_use_PrivateKey(context_, key.get()) == 1);
-    pem_ = Pem(certificate.get());
+    Require(SSL_CTX_use_certificate(m_context, certificate.get()) == 1);
+    Require(SSL_CTX_use_PrivateKey(m_context, key.get()) == 1);
+    m_pem = Pem(certificate.get());
 }
 
 TlsIdentity::~TlsIdentity() {
-    SSL_CTX_free(context_);
+    SSL_CTX_free(m_context);
 }
 
 }  // namespace quillmark::test

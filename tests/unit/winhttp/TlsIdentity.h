@@ -16,12 +16,12 @@ public:
     TlsIdentity(const TlsIdentity&) = delete;
     TlsIdentity& operator=(const TlsIdentity&) = delete;
 
-    [[nodiscard]] ssl_ctx_st* ServerContext() const { return context_; }
-    [[nodiscard]] const std::string& CertificatePem() const { return pem_; }
+    [[nodiscard]] ssl_ctx_st* ServerContext() const { return m_context; }
+    [[nodiscard]] const std::string& CertificatePem() const { return m_pem; }
 
 private:
-    ssl_ctx_st* context_;
-    std::string pem_;
+    ssl_ctx_st* m_context;
+    std::string m_pem;
 };
 
 }  // namespace quillmark::test

@@ -16,7 +16,7 @@ namespace quillmark::test {
 namespace {
 
 // Far more than it takes and far less than any time-out.
-constexpr long kAtOnce = 500;
+constexpr long AtOnce = 500;
 
 class CancelTest : public testing::Test {
 protected:
@@ -42,36 +42,36 @@ protected:
         thread.join();
         const long milliseconds = stopwatch.Milliseconds();
         std::printf("cancelled while %s: %ld ms\n", phase, milliseconds);
-        EXPECT_LT(milliseconds, kAtOnce) << phase;
+        EXPECT_LT(milliseconds, AtOnce) << phase;
         EXPECT_EQ(ERROR_INVALID_HANDLE, Code(WinHttpReceiveResponse(handle, nullptr))) << phase;
         return code;
     }
 
     // The phase is reached when this was called.
-    void Reach() { reached_.set_value(); }
+    void Reach() { m_reached.set_value(); }
     std::function<void()> WhenReached() {
-        return [this] { reached_.get_future().wait(); };
+        return [this] { m_reached.get_future().wait(); };
     }
 
-    std::promise<void> reached_;
-    ScopedHandle session_ = OpenSession();
+    std::promise<void> m_reached;
+    ScopedHandle m_session = OpenSession();
 };
 
-constexpr auto kAtTheStart = [] {};
+constexpr auto AtTheStart = [] {};
 
 TEST_F(CancelTest, EndsTheLookUpOfAName) {
     const StalledLookup lookup;
     EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
               CancelWhileBlocked(
-                  "resolving", OpenRequest(session_, 80, "GET", "/", 0, kStalledName),
+                  "resolving", OpenRequest(m_session, 80, "GET", "/", 0, StalledName),
                   [](HINTERNET request) { return Send(request); }, [&] { lookup.AwaitBegun(); }));
 }
 
 TEST_F(CancelTest, EndsConnecting) {
     const BlackHole hole;
     EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED, CancelWhileBlocked(
-                                                     "connecting", OpenRequest(session_, hole.Port(), "GET", "/"),
-                                                     [](HINTERNET request) { return Send(request); }, kAtTheStart));
+                                                     "connecting", OpenRequest(m_session, hole.Port(), "GET", "/"),
+                                                     [](HINTERNET request) { return Send(request); }, AtTheStart));
 }
 
 TEST_F(CancelTest, EndsTheTlsHandshake) {
@@ -82,7 +82,7 @@ TEST_F(CancelTest, EndsTheTlsHandshake) {
     });
     EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
               CancelWhileBlocked(
-                  "shaking hands", OpenRequest(session_, server.Port(), "GET", "/", WINHTTP_FLAG_SECURE),
+                  "shaking hands", OpenRequest(m_session, server.Port(), "GET", "/", WINHTTP_FLAG_SECURE),
                   [](HINTERNET request) { return Send(request); }, WhenReached()));
 }
 
@@ -102,7 +102,7 @@ TEST_F(CancelTest, EndsSending) {
         return code;
     };
     EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked("sending", OpenRequest(session_, server.Port(), "POST", "/"), send, WhenReached()));
+              CancelWhileBlocked("sending", OpenRequest(m_session, server.Port(), "POST", "/"), send, WhenReached()));
     over.set_value();
 }
 
@@ -114,7 +114,7 @@ TEST_F(CancelTest, EndsWaitingForTheReply) {
         return Receive(request).code;
     };
     EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked("waiting", OpenRequest(session_, server.Port(), "GET", "/"), wait, WhenReached()));
+              CancelWhileBlocked("waiting", OpenRequest(m_session, server.Port(), "GET", "/"), wait, WhenReached()));
 }
 
 TEST_F(CancelTest, EndsReading) {
@@ -133,7 +133,7 @@ TEST_F(CancelTest, EndsReading) {
         return Code(WinHttpReadData(request, &byte, 1, &count));
     };
     EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked("reading", OpenRequest(session_, server.Port(), "GET", "/"), read, WhenReached()));
+              CancelWhileBlocked("reading", OpenRequest(m_session, server.Port(), "GET", "/"), read, WhenReached()));
 }
 
 TEST_F(CancelTest, EndsWaitingWithOwedBytes) {
@@ -144,7 +144,7 @@ TEST_F(CancelTest, EndsWaitingWithOwedBytes) {
         return Receive(request).code;
     };
     EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked("waiting with owed bytes", OpenRequest(session_, server.Port(), "POST", "/"), wait,
+              CancelWhileBlocked("waiting with owed bytes", OpenRequest(m_session, server.Port(), "POST", "/"), wait,
                                  WhenReached()));
 }
 
@@ -158,11 +158,11 @@ TEST_F(CancelTest, LeavesOtherRequestsOfTheSessionAlone) {
         peer.ReadToEnd();
     });
     auto other = std::async(std::launch::async,
-                            [&] { return Exchange(OpenRequest(session_, server.Port(), "GET", "/answered")).body; });
+                            [&] { return Exchange(OpenRequest(m_session, server.Port(), "GET", "/answered")).body; });
     EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
               CancelWhileBlocked(
-                  "another request waits", OpenRequest(session_, server.Port(), "GET", "/"),
-                  [](HINTERNET request) { return Exchange(request).code; }, kAtTheStart));
+                  "another request waits", OpenRequest(m_session, server.Port(), "GET", "/"),
+                  [](HINTERNET request) { return Exchange(request).code; }, AtTheStart));
     answer.set_value();
     EXPECT_EQ("answer", other.get());
 }
@@ -177,12 +177,12 @@ TEST_F(CancelTest, ClosingTheConnectionOrTheSessionEndsNoRequest) {
         peer.Send(Ok("answer"));
         peer.ReadToEnd();
     });
-    ScopedHandle connection(WinHttpConnect(session_, u"127.0.0.1", server.Port(), 0));
+    ScopedHandle connection(WinHttpConnect(m_session, u"127.0.0.1", server.Port(), 0));
     const ScopedHandle request(WinHttpOpenRequest(connection, u"GET", u"/", nullptr, nullptr, nullptr, 0));
     auto body = std::async(std::launch::async, [&] { return Exchange(request).body; });
     asked.get_future().wait();
     connection.Close();
-    session_.Close();
+    m_session.Close();
     answer.set_value();
     EXPECT_EQ("answer", body.get());
 }
@@ -192,8 +192,8 @@ TEST_F(CancelTest, LeavesNoHandleBehind) {
     {
         const BlackHole hole;
         CancelWhileBlocked(
-            "connecting, counted", OpenRequest(session_, hole.Port(), "GET", "/"),
-            [](HINTERNET request) { return Send(request); }, kAtTheStart);
+            "connecting, counted", OpenRequest(m_session, hole.Port(), "GET", "/"),
+            [](HINTERNET request) { return Send(request); }, AtTheStart);
     }
     EXPECT_EQ(before, platform::OpenHandleCount());
 }

@@ -19,7 +19,7 @@ DWORD scratch = 0;
 DWORD scratchSize = 0;
 
 // Every function that takes a request.
-const NamedCall kRequestCalls[] = {
+const NamedCall RequestCalls[] = {
     {"WinHttpAddRequestHeaders",
      [](HINTERNET handle) {
          return WinHttpAddRequestHeaders(handle, u"X: 1", static_cast<DWORD>(-1), WINHTTP_ADDREQ_FLAG_ADD);
@@ -61,15 +61,15 @@ BOOL SetTimeouts(HINTERNET handle) {
 
 class HandlesTest : public testing::Test {
 protected:
-    ScopedHandle session_ = OpenSession();
-    ScopedHandle connection_{WinHttpConnect(session_, u"127.0.0.1", 80, 0)};
-    ScopedHandle request_{WinHttpOpenRequest(connection_, u"GET", u"/", nullptr, nullptr, nullptr, 0)};
+    ScopedHandle m_session = OpenSession();
+    ScopedHandle m_connection{WinHttpConnect(m_session, u"127.0.0.1", 80, 0)};
+    ScopedHandle m_request{WinHttpOpenRequest(m_connection, u"GET", u"/", nullptr, nullptr, nullptr, 0)};
 };
 
 TEST_F(HandlesTest, NullClosedAndUnknownHandlesAreInvalid) {
-    const HINTERNET closed = request_;
-    request_.Close();
-    std::vector<NamedCall> calls(std::begin(kRequestCalls), std::end(kRequestCalls));
+    const HINTERNET closed = m_request;
+    m_request.Close();
+    std::vector<NamedCall> calls(std::begin(RequestCalls), std::end(RequestCalls));
     calls.push_back({"WinHttpConnect", Connect});
     calls.push_back({"WinHttpOpenRequest", Open});
     calls.push_back({"WinHttpQueryOption", QueryType});
@@ -84,36 +84,36 @@ TEST_F(HandlesTest, NullClosedAndUnknownHandlesAreInvalid) {
 }
 
 TEST_F(HandlesTest, SessionsAndConnectionsAreNoRequests) {
-    for (const NamedCall& call : kRequestCalls) {
-        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(call.call(session_))) << call.name;
-        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(call.call(connection_))) << call.name;
+    for (const NamedCall& call : RequestCalls) {
+        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(call.call(m_session))) << call.name;
+        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(call.call(m_connection))) << call.name;
     }
 }
 
 TEST_F(HandlesTest, OnlySessionsConnectAndOnlyConnectionsOpen) {
-    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Connect(connection_)));
-    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Connect(request_)));
-    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Open(session_)));
-    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Open(request_)));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Connect(m_connection)));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Connect(m_request)));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Open(m_session)));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Open(m_request)));
 }
 
 TEST_F(HandlesTest, CloseHandleClosesNoneOfThem) {
-    for (const HINTERNET handle : {HINTERNET{session_}, HINTERNET{connection_}, HINTERNET{request_}}) {
+    for (const HINTERNET handle : {HINTERNET{m_session}, HINTERNET{m_connection}, HINTERNET{m_request}}) {
         EXPECT_EQ(ERROR_INVALID_HANDLE, Code(CloseHandle(handle)));
         EXPECT_TRUE(QueryType(handle));
     }
 }
 
 TEST_F(HandlesTest, ClosingTwiceFails) {
-    const HINTERNET handle = connection_;
-    connection_.Close();
+    const HINTERNET handle = m_connection;
+    m_connection.Close();
     EXPECT_EQ(ERROR_INVALID_HANDLE, Code(WinHttpCloseHandle(handle)));
 }
 
 TEST_F(HandlesTest, AllHandlesGoWithTheirClosing) {
-    request_.Close();
-    connection_.Close();
-    session_.Close();
+    m_request.Close();
+    m_connection.Close();
+    m_session.Close();
     const std::size_t before = platform::OpenHandleCount();
     {
         const ScopedHandle session = OpenSession();
@@ -126,18 +126,18 @@ TEST_F(HandlesTest, AllHandlesGoWithTheirClosing) {
 TEST_F(HandlesTest, CallsOutOfOrderAreRefused) {
     // Before it is sent: nothing to write, to receive or to read.
     for (std::size_t i = 2; i <= 6; ++i) {
-        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, Code(kRequestCalls[i].call(request_))) << kRequestCalls[i].name;
+        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, Code(RequestCalls[i].call(m_request))) << RequestCalls[i].name;
     }
     RawServer server([](Peer& peer) {
         static_cast<void>(peer.ReadHead());
         peer.Send(Ok());
         peer.ReadToEnd();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/");
     ASSERT_EQ(ERROR_SUCCESS, Send(request));
     // While the reply is outstanding: no headers, no second sending, nothing to query or to read.
     for (const std::size_t i : {0u, 1u, 4u, 5u, 6u, 7u}) {
-        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, Code(kRequestCalls[i].call(request))) << kRequestCalls[i].name;
+        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, Code(RequestCalls[i].call(request))) << RequestCalls[i].name;
     }
     ASSERT_TRUE(WinHttpReceiveResponse(request, nullptr));
     EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, Code(WinHttpReceiveResponse(request, nullptr)));
@@ -171,14 +171,14 @@ DWORD ConnectCode(HINTERNET session, std::string_view name, DWORD reserved = 0) 
 TEST_F(HandlesTest, ConnectTakesHostNamesAndAddresses) {
     for (const char* name :
          {"host", "sub.host.example", "under_score", "127.0.0.1", "::1", "[::1]", "fe80::1", "x--y"}) {
-        EXPECT_EQ(ERROR_SUCCESS, ConnectCode(session_, name)) << name;
+        EXPECT_EQ(ERROR_SUCCESS, ConnectCode(m_session, name)) << name;
     }
     for (const char* name : {"", "http://host", "host:80", "host/path", "user@host", "two words", "a\r\nb", "[host]",
                              "[", "h\xC3\xA9llo", "::g", "host?", "host#"}) {
-        EXPECT_EQ(ERROR_WINHTTP_INVALID_URL, ConnectCode(session_, name)) << name;
+        EXPECT_EQ(ERROR_WINHTTP_INVALID_URL, ConnectCode(m_session, name)) << name;
     }
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, ConnectCode(session_, "host", 1));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpConnect(session_, nullptr, 80, 0) != nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, ConnectCode(m_session, "host", 1));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpConnect(m_session, nullptr, 80, 0) != nullptr));
 }
 
 DWORD OpenRequestCode(HINTERNET connection, LPCWSTR verb, std::u16string_view object, LPCWSTR version = nullptr,
@@ -191,38 +191,38 @@ DWORD OpenRequestCode(HINTERNET connection, LPCWSTR verb, std::u16string_view ob
 TEST_F(HandlesTest, ObjectsThatCannotStandInARequestLineAreRefused) {
     for (const char16_t* object : {u"/a b", u"/a\tb", u"/a\r\nX: y", u"/a\nb", u"/a\x7F", u"/a\x01", u"/\u00E4",
                                    u"/\u6587", u"/a#b", u"/\xD800"}) {
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, u"GET", object));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(m_connection, u"GET", object));
     }
-    EXPECT_EQ(ERROR_SUCCESS, OpenRequestCode(connection_, u"GET", u"/a%20b%23?c=d+e&f=;~"));
+    EXPECT_EQ(ERROR_SUCCESS, OpenRequestCode(m_connection, u"GET", u"/a%20b%23?c=d+e&f=;~"));
 }
 
 TEST_F(HandlesTest, VerbsAreTokensAndVersionsAndFlagsAreKnown) {
-    EXPECT_EQ(ERROR_SUCCESS, OpenRequestCode(connection_, u"PROPFIND", u"/"));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, u"GET /", u"/"));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, u"G\r\nET", u"/"));
-    EXPECT_EQ(ERROR_SUCCESS, OpenRequestCode(connection_, nullptr, u"/", u"HTTP/1.1"));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, nullptr, u"/", u"HTTP/2"));
+    EXPECT_EQ(ERROR_SUCCESS, OpenRequestCode(m_connection, u"PROPFIND", u"/"));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(m_connection, u"GET /", u"/"));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(m_connection, u"G\r\nET", u"/"));
+    EXPECT_EQ(ERROR_SUCCESS, OpenRequestCode(m_connection, nullptr, u"/", u"HTTP/1.1"));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(m_connection, nullptr, u"/", u"HTTP/2"));
     EXPECT_EQ(ERROR_SUCCESS,
-              OpenRequestCode(connection_, nullptr, u"/", nullptr, WINHTTP_FLAG_SECURE | WINHTTP_FLAG_ESCAPE_DISABLE));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, nullptr, u"/", nullptr, 1));
+              OpenRequestCode(m_connection, nullptr, u"/", nullptr, WINHTTP_FLAG_SECURE | WINHTTP_FLAG_ESCAPE_DISABLE));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(m_connection, nullptr, u"/", nullptr, 1));
 }
 
 TEST_F(HandlesTest, TextsThatBecomeHeadersBringNoLinesOfTheirOwn) {
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(connection_, nullptr, u"/", nullptr, 0, u"http://a\r\nX: y"));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, OpenRequestCode(m_connection, nullptr, u"/", nullptr, 0, u"http://a\r\nX: y"));
     LPCWSTR types[] = {u"text/plain\r\nX: y", nullptr};
-    const ScopedHandle request(WinHttpOpenRequest(connection_, nullptr, u"/", nullptr, nullptr, types, 0));
+    const ScopedHandle request(WinHttpOpenRequest(m_connection, nullptr, u"/", nullptr, nullptr, types, 0));
     EXPECT_EQ(nullptr, HINTERNET{request});
     const ScopedHandle session(WinHttpOpen(u"Agent\r\nX: y", WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, 0));
     EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER, Send(OpenRequest(session, UnusedPort(), "GET", "/")));
 }
 
 TEST_F(HandlesTest, NullBuffersAreRefused) {
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpWriteData(request_, nullptr, 1, nullptr)));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpReadData(request_, nullptr, 1, &scratch)));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpReadData(request_, &scratch, 1, nullptr)));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpReceiveResponse(request_, &scratch)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpWriteData(m_request, nullptr, 1, nullptr)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpReadData(m_request, nullptr, 1, &scratch)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpReadData(m_request, &scratch, 1, nullptr)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpReceiveResponse(m_request, &scratch)));
     EXPECT_EQ(ERROR_INVALID_PARAMETER,
-              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE, nullptr, nullptr, nullptr, nullptr)));
+              Code(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_STATUS_CODE, nullptr, nullptr, nullptr, nullptr)));
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace {
 
 class KeepAliveTest : public testing::Test {
 protected:
-    ScopedHandle session_ = OpenSession();
+    ScopedHandle m_session = OpenSession();
 };
 
 // Answers each request with its body's first 20 bytes; every other upload with 409. A body is what is announced less
@@ -37,10 +37,10 @@ TEST_F(KeepAliveTest, FiftyRequestsUseOneConnection) {
     RawServer server(ServeUploads);
     for (int i = 0; i < 50; ++i) {
         if (i % 2 == 0) {
-            EXPECT_EQ("....................", Exchange(OpenRequest(session_, server.Port(), "GET", "/")).body);
+            EXPECT_EQ("....................", Exchange(OpenRequest(m_session, server.Port(), "GET", "/")).body);
             continue;
         }
-        const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+        const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
         ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 70'002));
         ASSERT_EQ(ERROR_SUCCESS, Write(request, std::string(70'000, 'x')));
         const Reply reply = Receive(request);
@@ -57,7 +57,7 @@ TEST_F(KeepAliveTest, UnreadReplyThatHasArrivedKeepsTheConnection) {
         }
     });
     for (int i = 0; i < 3; ++i) {
-        const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
+        const ScopedHandle request = OpenRequest(m_session, server.Port(), "GET", "/");
         ASSERT_EQ(ERROR_SUCCESS, Send(request));
         ASSERT_TRUE(WinHttpReceiveResponse(request, nullptr));
     }
@@ -75,11 +75,11 @@ TEST_F(KeepAliveTest, UnreadReplyThatIsStillComingClosesTheConnection) {
         }
     });
     {
-        const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
+        const ScopedHandle request = OpenRequest(m_session, server.Port(), "GET", "/");
         ASSERT_EQ(ERROR_SUCCESS, Send(request));
         ASSERT_TRUE(WinHttpReceiveResponse(request, nullptr));
     }
-    EXPECT_EQ(200, Exchange(OpenRequest(session_, server.Port(), "GET", "/")).status);
+    EXPECT_EQ(200, Exchange(OpenRequest(m_session, server.Port(), "GET", "/")).status);
     EXPECT_EQ(2, server.Connections());
 }
 
@@ -90,7 +90,7 @@ TEST_F(KeepAliveTest, SessionsShareNoConnection) {
         }
     });
     const ScopedHandle other = OpenSession();
-    EXPECT_EQ(200, Exchange(OpenRequest(session_, server.Port(), "GET", "/")).status);
+    EXPECT_EQ(200, Exchange(OpenRequest(m_session, server.Port(), "GET", "/")).status);
     EXPECT_EQ(200, Exchange(OpenRequest(other, server.Port(), "GET", "/")).status);
     EXPECT_EQ(2, server.Connections());
 }
@@ -103,8 +103,8 @@ TEST_F(KeepAliveTest, ClosingTheSessionClosesItsIdleConnections) {
         peer.ReadToEnd();
         closed.set_value();
     });
-    EXPECT_EQ(200, Exchange(OpenRequest(session_, server.Port(), "GET", "/")).status);
-    session_.Close();
+    EXPECT_EQ(200, Exchange(OpenRequest(m_session, server.Port(), "GET", "/")).status);
+    m_session.Close();
     EXPECT_EQ(std::future_status::ready, closed.get_future().wait_for(std::chrono::seconds(10)));
 }
 
@@ -113,8 +113,8 @@ TEST_F(KeepAliveTest, RequestOutlivesItsSession) {
         static_cast<void>(peer.ReadHead());
         peer.Send(Ok("late"));
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
-    session_.Close();
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "GET", "/");
+    m_session.Close();
     EXPECT_EQ("late", Exchange(request).body);
 }
 
@@ -129,9 +129,9 @@ TEST_F(KeepAliveTest, ConnectionThatTheServerClosedMeanwhileIsReplacedBeforeSend
         }
         peer.ReadToEnd();
     });
-    EXPECT_EQ(200, Exchange(OpenRequest(session_, server.Port(), "GET", "/")).status);
+    EXPECT_EQ(200, Exchange(OpenRequest(m_session, server.Port(), "GET", "/")).status);
     closed.get_future().wait();
-    EXPECT_EQ(200, Exchange(OpenRequest(session_, server.Port(), "POST", "/"), "body").status);
+    EXPECT_EQ(200, Exchange(OpenRequest(m_session, server.Port(), "POST", "/"), "body").status);
     EXPECT_EQ(2, server.Connections());
 }
 
@@ -142,49 +142,50 @@ protected:
         static_cast<void>(peer.ReadHead());
         peer.Send(Ok());
         if (!peer.ReadHead().empty()) {
-            ++seen_;
+            ++m_seen;
         }
         if (GetParam()) {
             peer.Reset();
         }
     }
 
-    std::atomic<int> seen_{0};
-    RawServer server_{[this](Peer& peer) { Serve(peer); }};
+    std::atomic<int> m_seen{0};
+    RawServer m_server{[this](Peer& peer) { Serve(peer); }};
 };
 
 TEST_P(LostReplyTest, PostIsSeenOnce) {
-    ASSERT_EQ(200, Exchange(OpenRequest(session_, server_.Port(), "GET", "/")).status);
-    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, Exchange(OpenRequest(session_, server_.Port(), "POST", "/"), "a=b").code);
-    EXPECT_EQ(1, seen_);
-    EXPECT_EQ(1, server_.Connections());
+    ASSERT_EQ(200, Exchange(OpenRequest(m_session, m_server.Port(), "GET", "/")).status);
+    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR,
+              Exchange(OpenRequest(m_session, m_server.Port(), "POST", "/"), "a=b").code);
+    EXPECT_EQ(1, m_seen);
+    EXPECT_EQ(1, m_server.Connections());
 }
 
 TEST_P(LostReplyTest, DeleteIsSeenOnce) {
-    ASSERT_EQ(200, Exchange(OpenRequest(session_, server_.Port(), "GET", "/")).status);
-    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, Exchange(OpenRequest(session_, server_.Port(), "DELETE", "/")).code);
-    EXPECT_EQ(1, seen_);
-    EXPECT_EQ(1, server_.Connections());
+    ASSERT_EQ(200, Exchange(OpenRequest(m_session, m_server.Port(), "GET", "/")).status);
+    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, Exchange(OpenRequest(m_session, m_server.Port(), "DELETE", "/")).code);
+    EXPECT_EQ(1, m_seen);
+    EXPECT_EQ(1, m_server.Connections());
 }
 
 TEST_P(LostReplyTest, GetIsSeenOnce) {
-    ASSERT_EQ(200, Exchange(OpenRequest(session_, server_.Port(), "GET", "/")).status);
-    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, Exchange(OpenRequest(session_, server_.Port(), "GET", "/")).code);
-    EXPECT_EQ(1, seen_);
-    EXPECT_EQ(1, server_.Connections());
+    ASSERT_EQ(200, Exchange(OpenRequest(m_session, m_server.Port(), "GET", "/")).status);
+    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, Exchange(OpenRequest(m_session, m_server.Port(), "GET", "/")).code);
+    EXPECT_EQ(1, m_seen);
+    EXPECT_EQ(1, m_server.Connections());
 }
 
 TEST_P(LostReplyTest, StreamedBodyIsSeenOnce) {
-    ASSERT_EQ(200, Exchange(OpenRequest(session_, server_.Port(), "GET", "/")).status);
-    const ScopedHandle request = OpenRequest(session_, server_.Port(), "POST", "/");
+    ASSERT_EQ(200, Exchange(OpenRequest(m_session, m_server.Port(), "GET", "/")).status);
+    const ScopedHandle request = OpenRequest(m_session, m_server.Port(), "POST", "/");
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 300'000));
     DWORD code = Write(request, std::string(300'000, 'x'));
     if (code == ERROR_SUCCESS) {
         code = Receive(request).code;
     }
     EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, code);
-    EXPECT_EQ(1, seen_);
-    EXPECT_EQ(1, server_.Connections());
+    EXPECT_EQ(1, m_seen);
+    EXPECT_EQ(1, m_server.Connections());
 }
 
 INSTANTIATE_TEST_SUITE_P(EndAndReset, LostReplyTest, testing::Bool(),
@@ -196,15 +197,15 @@ TEST_F(KeepAliveTest, SmallRequestsOnAKeptConnectionTakeWellUnderAMillisecond) {
             peer.Send(Ok("{}"));
         }
     });
-    ASSERT_EQ(200, Exchange(OpenRequest(session_, server.Port(), "GET", "/")).status);
-    constexpr int kRequests = 500;
+    ASSERT_EQ(200, Exchange(OpenRequest(m_session, server.Port(), "GET", "/")).status);
+    constexpr int RequestCount = 500;
     const Stopwatch stopwatch;
-    for (int i = 0; i < kRequests; ++i) {
-        ASSERT_EQ("{}", Exchange(OpenRequest(session_, server.Port(), "GET", "/")).body);
+    for (int i = 0; i < RequestCount; ++i) {
+        ASSERT_EQ("{}", Exchange(OpenRequest(m_session, server.Port(), "GET", "/")).body);
     }
-    const double each = static_cast<double>(stopwatch.Milliseconds()) / kRequests;
+    const double each = static_cast<double>(stopwatch.Milliseconds()) / RequestCount;
     RecordProperty("milliseconds_per_request", std::to_string(each));
-    std::printf("%d requests, %.3f ms each\n", kRequests, each);
+    std::printf("%d requests, %.3f ms each\n", RequestCount, each);
     // Far more than it takes, far less than a delayed acknowledgement.
     EXPECT_LT(each, 10.0);
 }
@@ -216,7 +217,7 @@ TEST_F(KeepAliveTest, SixteenThreadsShareASession) {
     for (int i = 0; i < 16; ++i) {
         threads.emplace_back([&, i] {
             for (int round = 0; round < 20; ++round) {
-                const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+                const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
                 const std::string body(20, static_cast<char>('a' + i));
                 const bool same = StartUpload(request, 22) == ERROR_SUCCESS && Write(request, body) == ERROR_SUCCESS &&
                                   Receive(request).body == body;

@@ -16,26 +16,26 @@ protected:
         return Code(WinHttpSetOption(handle, option, &value, sizeof(value)));
     }
 
-    ScopedHandle session_ = OpenSession();
-    ScopedHandle connection_{WinHttpConnect(session_, u"host", 8080, 0)};
-    ScopedHandle request_{WinHttpOpenRequest(connection_, u"GET", u"/x?y", nullptr, nullptr, nullptr, 0)};
+    ScopedHandle m_session = OpenSession();
+    ScopedHandle m_connection{WinHttpConnect(m_session, u"host", 8080, 0)};
+    ScopedHandle m_request{WinHttpOpenRequest(m_connection, u"GET", u"/x?y", nullptr, nullptr, nullptr, 0)};
 };
 
 TEST_F(OptionsTest, HandleTypesAndParents) {
     DWORD value = 0;
-    EXPECT_EQ(ERROR_SUCCESS, Get(session_, WINHTTP_OPTION_HANDLE_TYPE, value));
+    EXPECT_EQ(ERROR_SUCCESS, Get(m_session, WINHTTP_OPTION_HANDLE_TYPE, value));
     EXPECT_EQ(WINHTTP_HANDLE_TYPE_SESSION, value);
-    EXPECT_EQ(ERROR_SUCCESS, Get(connection_, WINHTTP_OPTION_HANDLE_TYPE, value));
+    EXPECT_EQ(ERROR_SUCCESS, Get(m_connection, WINHTTP_OPTION_HANDLE_TYPE, value));
     EXPECT_EQ(WINHTTP_HANDLE_TYPE_CONNECT, value);
-    EXPECT_EQ(ERROR_SUCCESS, Get(request_, WINHTTP_OPTION_HANDLE_TYPE, value));
+    EXPECT_EQ(ERROR_SUCCESS, Get(m_request, WINHTTP_OPTION_HANDLE_TYPE, value));
     EXPECT_EQ(WINHTTP_HANDLE_TYPE_REQUEST, value);
     HINTERNET parent = nullptr;
     DWORD size = sizeof(parent);
-    EXPECT_TRUE(WinHttpQueryOption(request_, WINHTTP_OPTION_PARENT_HANDLE, &parent, &size));
-    EXPECT_EQ(HINTERNET{connection_}, parent);
-    EXPECT_TRUE(WinHttpQueryOption(connection_, WINHTTP_OPTION_PARENT_HANDLE, &parent, &size));
-    EXPECT_EQ(HINTERNET{session_}, parent);
-    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Get(session_, WINHTTP_OPTION_PARENT_HANDLE, value));
+    EXPECT_TRUE(WinHttpQueryOption(m_request, WINHTTP_OPTION_PARENT_HANDLE, &parent, &size));
+    EXPECT_EQ(HINTERNET{m_connection}, parent);
+    EXPECT_TRUE(WinHttpQueryOption(m_connection, WINHTTP_OPTION_PARENT_HANDLE, &parent, &size));
+    EXPECT_EQ(HINTERNET{m_session}, parent);
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Get(m_session, WINHTTP_OPTION_PARENT_HANDLE, value));
 }
 
 TEST_F(OptionsTest, NumbersAreKeptAndInherited) {
@@ -43,98 +43,98 @@ TEST_F(OptionsTest, NumbersAreKeptAndInherited) {
          {WINHTTP_OPTION_RESOLVE_TIMEOUT, WINHTTP_OPTION_CONNECT_TIMEOUT, WINHTTP_OPTION_SEND_TIMEOUT,
           WINHTTP_OPTION_RECEIVE_TIMEOUT, WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS,
           WINHTTP_OPTION_MAX_RESPONSE_HEADER_SIZE, WINHTTP_OPTION_REDIRECT_POLICY}) {
-        EXPECT_EQ(ERROR_SUCCESS, Set(session_, option, 2)) << option;
-        const ScopedHandle later = OpenRequest(session_, 80, "GET", "/");
+        EXPECT_EQ(ERROR_SUCCESS, Set(m_session, option, 2)) << option;
+        const ScopedHandle later = OpenRequest(m_session, 80, "GET", "/");
         DWORD value = 0;
         EXPECT_EQ(ERROR_SUCCESS, Get(later, option, value)) << option;
         EXPECT_EQ(2u, value) << option;
         EXPECT_EQ(ERROR_SUCCESS, Set(later, option, 1)) << option;
-        EXPECT_EQ(ERROR_SUCCESS, Get(session_, option, value)) << option;
+        EXPECT_EQ(ERROR_SUCCESS, Get(m_session, option, value)) << option;
         EXPECT_EQ(2u, value) << option;
-        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Set(connection_, option, 1)) << option;
+        EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Set(m_connection, option, 1)) << option;
     }
 }
 
 TEST_F(OptionsTest, Defaults) {
     DWORD value = 99;
-    EXPECT_EQ(ERROR_SUCCESS, Get(request_, WINHTTP_OPTION_REDIRECT_POLICY, value));
+    EXPECT_EQ(ERROR_SUCCESS, Get(m_request, WINHTTP_OPTION_REDIRECT_POLICY, value));
     EXPECT_EQ(WINHTTP_OPTION_REDIRECT_POLICY_DISALLOW_HTTPS_TO_HTTP, value);
-    EXPECT_EQ(ERROR_SUCCESS, Get(request_, WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS, value));
+    EXPECT_EQ(ERROR_SUCCESS, Get(m_request, WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS, value));
     EXPECT_EQ(10u, value);
-    EXPECT_EQ(ERROR_SUCCESS, Get(request_, WINHTTP_OPTION_MAX_RESPONSE_HEADER_SIZE, value));
+    EXPECT_EQ(ERROR_SUCCESS, Get(m_request, WINHTTP_OPTION_MAX_RESPONSE_HEADER_SIZE, value));
     EXPECT_EQ(65536u, value);
-    EXPECT_EQ(ERROR_SUCCESS, Get(request_, WINHTTP_OPTION_AUTOLOGON_POLICY, value));
+    EXPECT_EQ(ERROR_SUCCESS, Get(m_request, WINHTTP_OPTION_AUTOLOGON_POLICY, value));
     EXPECT_EQ(WINHTTP_AUTOLOGON_SECURITY_LEVEL_MEDIUM, value);
 }
 
 TEST_F(OptionsTest, InfiniteTimeoutIsNone) {
-    EXPECT_EQ(ERROR_SUCCESS, Set(request_, WINHTTP_OPTION_SEND_TIMEOUT, INFINITE));
+    EXPECT_EQ(ERROR_SUCCESS, Set(m_request, WINHTTP_OPTION_SEND_TIMEOUT, INFINITE));
     DWORD value = 1;
-    EXPECT_EQ(ERROR_SUCCESS, Get(request_, WINHTTP_OPTION_SEND_TIMEOUT, value));
+    EXPECT_EQ(ERROR_SUCCESS, Get(m_request, WINHTTP_OPTION_SEND_TIMEOUT, value));
     EXPECT_EQ(0u, value);
 }
 
 TEST_F(OptionsTest, ValuesAndSizesAreChecked) {
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Set(request_, WINHTTP_OPTION_REDIRECT_POLICY, 3));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Set(request_, WINHTTP_OPTION_AUTOLOGON_POLICY, 3));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Set(request_, WINHTTP_OPTION_DISABLE_FEATURE, 0x10));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Set(m_request, WINHTTP_OPTION_REDIRECT_POLICY, 3));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Set(m_request, WINHTTP_OPTION_AUTOLOGON_POLICY, 3));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Set(m_request, WINHTTP_OPTION_DISABLE_FEATURE, 0x10));
     WORD narrow = 1;
     EXPECT_EQ(ERROR_INVALID_PARAMETER,
-              Code(WinHttpSetOption(request_, WINHTTP_OPTION_SEND_TIMEOUT, &narrow, sizeof(narrow))));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpSetOption(request_, WINHTTP_OPTION_SEND_TIMEOUT, nullptr, 4)));
+              Code(WinHttpSetOption(m_request, WINHTTP_OPTION_SEND_TIMEOUT, &narrow, sizeof(narrow))));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpSetOption(m_request, WINHTTP_OPTION_SEND_TIMEOUT, nullptr, 4)));
     EXPECT_EQ(ERROR_INVALID_PARAMETER,
-              Code(WinHttpQueryOption(request_, WINHTTP_OPTION_SEND_TIMEOUT, &narrow, nullptr)));
+              Code(WinHttpQueryOption(m_request, WINHTTP_OPTION_SEND_TIMEOUT, &narrow, nullptr)));
     DWORD size = sizeof(narrow);
     EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER,
-              Code(WinHttpQueryOption(request_, WINHTTP_OPTION_SEND_TIMEOUT, &narrow, &size)));
+              Code(WinHttpQueryOption(m_request, WINHTTP_OPTION_SEND_TIMEOUT, &narrow, &size)));
     EXPECT_EQ(4u, size);
 }
 
 TEST_F(OptionsTest, UnknownAndMisplacedOnes) {
     DWORD value = 0;
-    EXPECT_EQ(ERROR_WINHTTP_INVALID_OPTION, Set(request_, 9999, 0));
-    EXPECT_EQ(ERROR_WINHTTP_INVALID_OPTION, Get(request_, 9999, value));
-    EXPECT_EQ(ERROR_WINHTTP_INVALID_OPTION, Get(request_, WINHTTP_OPTION_DISABLE_FEATURE, value));
-    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Set(session_, WINHTTP_OPTION_DISABLE_FEATURE, 0));
-    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Set(session_, WINHTTP_OPTION_AUTOLOGON_POLICY, 1));
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_OPTION, Set(m_request, 9999, 0));
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_OPTION, Get(m_request, 9999, value));
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_OPTION, Get(m_request, WINHTTP_OPTION_DISABLE_FEATURE, value));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Set(m_session, WINHTTP_OPTION_DISABLE_FEATURE, 0));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Set(m_session, WINHTTP_OPTION_AUTOLOGON_POLICY, 1));
     for (const DWORD option : {WINHTTP_OPTION_HANDLE_TYPE, WINHTTP_OPTION_PARENT_HANDLE, WINHTTP_OPTION_URL}) {
-        EXPECT_EQ(ERROR_WINHTTP_OPTION_NOT_SETTABLE, Set(request_, option, 0)) << option;
+        EXPECT_EQ(ERROR_WINHTTP_OPTION_NOT_SETTABLE, Set(m_request, option, 0)) << option;
     }
 }
 
 TEST_F(OptionsTest, TextsAreQueriedInTwoSteps) {
     DWORD size = 0;
-    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, Code(WinHttpQueryOption(request_, WINHTTP_OPTION_URL, nullptr, &size)));
+    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, Code(WinHttpQueryOption(m_request, WINHTTP_OPTION_URL, nullptr, &size)));
     EXPECT_EQ((std::u16string(u"http://host:8080/x?y").size() + 1) * 2, size);
     std::u16string url(size / 2, u'x');
-    EXPECT_TRUE(WinHttpQueryOption(request_, WINHTTP_OPTION_URL, url.data(), &size));
+    EXPECT_TRUE(WinHttpQueryOption(m_request, WINHTTP_OPTION_URL, url.data(), &size));
     EXPECT_EQ(u"http://host:8080/x?y", std::u16string(url.c_str()));
     EXPECT_EQ(40u, size);
 }
 
 TEST_F(OptionsTest, UserAgentCanBeSetOnTheSession) {
     char16_t agent[] = u"Agent/2.0";
-    EXPECT_TRUE(WinHttpSetOption(session_, WINHTTP_OPTION_USER_AGENT, agent, 9));
+    EXPECT_TRUE(WinHttpSetOption(m_session, WINHTTP_OPTION_USER_AGENT, agent, 9));
     char16_t text[20];
     DWORD size = sizeof(text);
-    EXPECT_TRUE(WinHttpQueryOption(session_, WINHTTP_OPTION_USER_AGENT, text, &size));
+    EXPECT_TRUE(WinHttpQueryOption(m_session, WINHTTP_OPTION_USER_AGENT, text, &size));
     EXPECT_EQ(u"Agent/2.0", std::u16string(text));
     EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE,
-              Code(WinHttpSetOption(request_, WINHTTP_OPTION_USER_AGENT, agent, 9)));
+              Code(WinHttpSetOption(m_request, WINHTTP_OPTION_USER_AGENT, agent, 9)));
 }
 
 TEST_F(OptionsTest, ContextIsKept) {
     DWORD_PTR context = 0x123456789A;
-    EXPECT_TRUE(WinHttpSetOption(request_, WINHTTP_OPTION_CONTEXT_VALUE, &context, sizeof(context)));
+    EXPECT_TRUE(WinHttpSetOption(m_request, WINHTTP_OPTION_CONTEXT_VALUE, &context, sizeof(context)));
     DWORD_PTR kept = 0;
     DWORD size = sizeof(kept);
-    EXPECT_TRUE(WinHttpQueryOption(request_, WINHTTP_OPTION_CONTEXT_VALUE, &kept, &size));
+    EXPECT_TRUE(WinHttpQueryOption(m_request, WINHTTP_OPTION_CONTEXT_VALUE, &kept, &size));
     EXPECT_EQ(context, kept);
 }
 
 TEST_F(OptionsTest, CredentialsAreChecked) {
     const auto set = [&](DWORD target, DWORD scheme, LPCWSTR user, LPCWSTR password) {
-        return Code(WinHttpSetCredentials(request_, target, scheme, user, password, nullptr));
+        return Code(WinHttpSetCredentials(m_request, target, scheme, user, password, nullptr));
     };
     EXPECT_EQ(ERROR_SUCCESS, set(WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_NEGOTIATE, nullptr, nullptr));
     EXPECT_EQ(ERROR_SUCCESS, set(WINHTTP_AUTH_TARGET_PROXY, WINHTTP_AUTH_SCHEME_BASIC, u"u", u"p"));
@@ -143,8 +143,8 @@ TEST_F(OptionsTest, CredentialsAreChecked) {
     EXPECT_EQ(ERROR_INVALID_PARAMETER, set(WINHTTP_AUTH_TARGET_SERVER, 0, u"u", u"p"));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, set(WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, nullptr, nullptr));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, set(WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, u"u", nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpSetCredentials(request_, WINHTTP_AUTH_TARGET_SERVER,
-                                                                  WINHTTP_AUTH_SCHEME_BASIC, u"u", u"p", &session_)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpSetCredentials(m_request, WINHTTP_AUTH_TARGET_SERVER,
+                                                                  WINHTTP_AUTH_SCHEME_BASIC, u"u", u"p", &m_session)));
 }
 
 }  // namespace

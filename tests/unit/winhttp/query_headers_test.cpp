@@ -10,14 +10,14 @@ namespace {
 class QueryHeadersTest : public testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_EQ(ERROR_SUCCESS, Send(request_));
-        ASSERT_TRUE(WinHttpReceiveResponse(request_, nullptr));
+        ASSERT_EQ(ERROR_SUCCESS, Send(m_request));
+        ASSERT_TRUE(WinHttpReceiveResponse(m_request, nullptr));
     }
 
     DWORD Query(DWORD level, std::string& value, LPCWSTR name = nullptr, LPDWORD index = nullptr) {
         WCHAR text[1000];
         DWORD size = sizeof(text);
-        if (!WinHttpQueryHeaders(request_, level, name, text, &size, index)) {
+        if (!WinHttpQueryHeaders(m_request, level, name, text, &size, index)) {
             return GetLastError();
         }
         EXPECT_EQ(u'\0', text[size / sizeof(WCHAR)]);
@@ -31,7 +31,7 @@ protected:
         return value;
     }
 
-    RawServer server_{[](Peer& peer) {
+    RawServer m_server{[](Peer& peer) {
         static_cast<void>(peer.ReadHead());
         peer.Send(
             "HTTP/1.1 404 Not Here\r\nContent-Length: 4294967296\r\nContent-Type: text/plain\r\n"
@@ -39,8 +39,8 @@ protected:
             "X-Name: \xC3\xA4\xFF\r\n\r\n");
         peer.ReadToEnd();
     }};
-    ScopedHandle session_ = OpenSession();
-    ScopedHandle request_ = OpenRequest(session_, server_.Port(), "GET", "/x");
+    ScopedHandle m_session = OpenSession();
+    ScopedHandle m_request = OpenRequest(m_session, m_server.Port(), "GET", "/x");
 };
 
 TEST_F(QueryHeadersTest, StatusLineAsTexts) {
@@ -52,12 +52,12 @@ TEST_F(QueryHeadersTest, StatusLineAsTexts) {
 
 TEST_F(QueryHeadersTest, SizeIsAskedForWithoutABuffer) {
     DWORD size = 0;
-    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE, nullptr,
+    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, Code(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_STATUS_CODE, nullptr,
                                                                   WINHTTP_NO_OUTPUT_BUFFER, &size, nullptr)));
     // Three digits and the zero.
     EXPECT_EQ(8u, size);
     WCHAR text[4];
-    EXPECT_TRUE(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE, nullptr, text, &size, nullptr));
+    EXPECT_TRUE(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_STATUS_CODE, nullptr, text, &size, nullptr));
     EXPECT_EQ(6u, size);
     EXPECT_EQ(u"404", std::u16string(text));
 }
@@ -66,7 +66,7 @@ TEST_F(QueryHeadersTest, BufferThatIsOneTooSmallIsLeftAlone) {
     WCHAR text[4] = {u'x', u'x', u'x', u'x'};
     DWORD size = 7;
     EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER,
-              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE, nullptr, text, &size, nullptr)));
+              Code(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_STATUS_CODE, nullptr, text, &size, nullptr)));
     EXPECT_EQ(8u, size);
     EXPECT_EQ(u'x', text[0]);
 }
@@ -74,13 +74,13 @@ TEST_F(QueryHeadersTest, BufferThatIsOneTooSmallIsLeftAlone) {
 TEST_F(QueryHeadersTest, StatusAsNumber) {
     DWORD status = 0;
     DWORD size = sizeof(status);
-    EXPECT_TRUE(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER, nullptr, &status,
+    EXPECT_TRUE(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER, nullptr, &status,
                                     &size, nullptr));
     EXPECT_EQ(404u, status);
     EXPECT_EQ(4u, size);
     size = 3;
     EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER,
-              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER, nullptr,
+              Code(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER, nullptr,
                                        &status, &size, nullptr)));
     EXPECT_EQ(4u, size);
 }
@@ -90,11 +90,11 @@ TEST_F(QueryHeadersTest, LengthOf4GiBNeeds64Bits) {
     DWORD narrow = 0;
     DWORD size = sizeof(narrow);
     EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER,
-              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_CONTENT_LENGTH | WINHTTP_QUERY_FLAG_NUMBER, nullptr,
+              Code(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_CONTENT_LENGTH | WINHTTP_QUERY_FLAG_NUMBER, nullptr,
                                        &narrow, &size, nullptr)));
     std::uint64_t wide = 0;
     size = sizeof(wide);
-    EXPECT_TRUE(WinHttpQueryHeaders(request_, WINHTTP_QUERY_CONTENT_LENGTH | WINHTTP_QUERY_FLAG_NUMBER64, nullptr,
+    EXPECT_TRUE(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_CONTENT_LENGTH | WINHTTP_QUERY_FLAG_NUMBER64, nullptr,
                                     &wide, &size, nullptr));
     EXPECT_EQ(4294967296u, wide);
 }
@@ -103,15 +103,15 @@ TEST_F(QueryHeadersTest, TextIsNoNumber) {
     DWORD number = 0;
     DWORD size = sizeof(number);
     EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER,
-              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_CONTENT_TYPE | WINHTTP_QUERY_FLAG_NUMBER, nullptr,
+              Code(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_CONTENT_TYPE | WINHTTP_QUERY_FLAG_NUMBER, nullptr,
                                        &number, &size, nullptr)));
 }
 
 TEST_F(QueryHeadersTest, DateAsSystemTime) {
     SYSTEMTIME time{};
     DWORD size = sizeof(time);
-    ASSERT_TRUE(WinHttpQueryHeaders(request_, WINHTTP_QUERY_DATE | WINHTTP_QUERY_FLAG_SYSTEMTIME, nullptr, &time, &size,
-                                    nullptr));
+    ASSERT_TRUE(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_DATE | WINHTTP_QUERY_FLAG_SYSTEMTIME, nullptr, &time,
+                                    &size, nullptr));
     EXPECT_EQ(16u, size);
     EXPECT_EQ(1994, time.wYear);
     EXPECT_EQ(11, time.wMonth);
@@ -122,7 +122,7 @@ TEST_F(QueryHeadersTest, DateAsSystemTime) {
     EXPECT_EQ(37, time.wSecond);
     EXPECT_EQ(0, time.wMilliseconds);
     EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER,
-              Code(WinHttpQueryHeaders(request_, WINHTTP_QUERY_CONTENT_TYPE | WINHTTP_QUERY_FLAG_SYSTEMTIME, nullptr,
+              Code(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_CONTENT_TYPE | WINHTTP_QUERY_FLAG_SYSTEMTIME, nullptr,
                                        &time, &size, nullptr)));
 }
 
@@ -167,7 +167,7 @@ TEST_F(QueryHeadersTest, RawHeadersAsLines) {
 TEST_F(QueryHeadersTest, BytesAreReadAsUtf8) {
     WCHAR text[10];
     DWORD size = sizeof(text);
-    ASSERT_TRUE(WinHttpQueryHeaders(request_, WINHTTP_QUERY_CUSTOM, u"X-Name", text, &size, nullptr));
+    ASSERT_TRUE(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_CUSTOM, u"X-Name", text, &size, nullptr));
     EXPECT_EQ(u"\u00E4\uFFFD", std::u16string(text));
 }
 

@@ -15,7 +15,7 @@ protected:
             static_cast<void>(peer.ReadHead());
             peer.Send(bytes);
         });
-        return Exchange(OpenRequest(session_, server.Port(), verb, "/"));
+        return Exchange(OpenRequest(m_session, server.Port(), verb, "/"));
     }
 
     // The same, when the server ends the connection with a reset.
@@ -25,7 +25,7 @@ protected:
             peer.Send(bytes);
             peer.Reset();
         });
-        return Exchange(OpenRequest(session_, server.Port(), "GET", "/"));
+        return Exchange(OpenRequest(m_session, server.Port(), "GET", "/"));
     }
 
     void ExpectBody(const std::string& body, const Reply& reply) {
@@ -34,7 +34,7 @@ protected:
         EXPECT_EQ(body, reply.body);
     }
 
-    ScopedHandle session_ = OpenSession();
+    ScopedHandle m_session = OpenSession();
 };
 
 TEST_F(ReplyTest, BodyOfItsLength) {
@@ -53,7 +53,7 @@ TEST_F(ReplyTest, ChunkedBodyIsJoinedAndTrailersAreNoHeaders) {
             "X-Trailer: 1\r\n\r\n");
         peer.ReadToEnd();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "GET", "/");
     ExpectBody("hello world", Exchange(request));
     EXPECT_EQ("", HeaderOf(request, "X-Trailer"));
 }
@@ -71,7 +71,7 @@ TEST_F(ReplyTest, OneByteAtATime) {
         }
         peer.ReadToEnd();
     });
-    ExpectBody("slow but whole", Exchange(OpenRequest(session_, server.Port(), "GET", "/")));
+    ExpectBody("slow but whole", Exchange(OpenRequest(m_session, server.Port(), "GET", "/")));
 }
 
 TEST_F(ReplyTest, BytesAfterTheLengthAreCut) {
@@ -86,7 +86,7 @@ TEST_F(ReplyTest, ConnectionWithBytesAfterTheLengthCarriesNoOtherRequest) {
         }
     });
     for (int i = 0; i < 2; ++i) {
-        ExpectBody("hello", Exchange(OpenRequest(session_, server.Port(), "GET", "/")));
+        ExpectBody("hello", Exchange(OpenRequest(m_session, server.Port(), "GET", "/")));
     }
     EXPECT_EQ(2, server.Connections());
 }
@@ -146,7 +146,7 @@ TEST_F(ReplyTest, RepliesWithoutBodyEndAtTheirHead) {
             }
         });
         for (int i = 0; i < 2; ++i) {
-            const Reply reply = Exchange(OpenRequest(session_, server.Port(), verb, "/"));
+            const Reply reply = Exchange(OpenRequest(m_session, server.Port(), verb, "/"));
             EXPECT_EQ(ERROR_SUCCESS, reply.code) << bytes;
             EXPECT_EQ("", reply.body) << bytes;
         }
@@ -161,7 +161,7 @@ TEST_F(ReplyTest, InterimHeadsAreSkipped) {
                   Ok("final"));
         peer.ReadToEnd();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/");
     ExpectBody("final", Exchange(request, "a=b"));
     EXPECT_EQ("", HeaderOf(request, "X-Interim"));
     EXPECT_EQ("", HeaderOf(request, "Link"));
@@ -196,14 +196,14 @@ DWORD CodeOfEndless(HINTERNET session, const std::string& beginning, const std::
 TEST_F(ReplyTest, EndlessHeadsAreRefused) {
     const std::string block(1000, 'x');
     EXPECT_EQ(ERROR_WINHTTP_HEADER_SIZE_OVERFLOW,
-              CodeOfEndless(session_, "HTTP/1.1 200 OK\r\n", "X-Line: " + block + "\r\n"));
-    EXPECT_EQ(ERROR_WINHTTP_HEADER_SIZE_OVERFLOW, CodeOfEndless(session_, "HTTP/1.1 200 OK\r\nX-Line: ", block));
-    EXPECT_EQ(ERROR_WINHTTP_HEADER_SIZE_OVERFLOW, CodeOfEndless(session_, "", "HTTP/1.1 100 Continue\r\n\r\n"));
+              CodeOfEndless(m_session, "HTTP/1.1 200 OK\r\n", "X-Line: " + block + "\r\n"));
+    EXPECT_EQ(ERROR_WINHTTP_HEADER_SIZE_OVERFLOW, CodeOfEndless(m_session, "HTTP/1.1 200 OK\r\nX-Line: ", block));
+    EXPECT_EQ(ERROR_WINHTTP_HEADER_SIZE_OVERFLOW, CodeOfEndless(m_session, "", "HTTP/1.1 100 Continue\r\n\r\n"));
 }
 
 TEST_F(ReplyTest, LimitOfTheHeadCanBeSet) {
     DWORD limit = 40;
-    ASSERT_TRUE(WinHttpSetOption(session_, WINHTTP_OPTION_MAX_RESPONSE_HEADER_SIZE, &limit, sizeof(limit)));
+    ASSERT_TRUE(WinHttpSetOption(m_session, WINHTTP_OPTION_MAX_RESPONSE_HEADER_SIZE, &limit, sizeof(limit)));
     EXPECT_EQ(ERROR_WINHTTP_HEADER_SIZE_OVERFLOW, ReplyOf("HTTP/1.1 200 OK\r\nContent-Length: 00002\r\n\r\nok").code);
     EXPECT_EQ("ok", ReplyOf("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok").body);
 }
@@ -215,7 +215,7 @@ TEST_F(ReplyTest, LargeBodyArrivesInRoundsOfAtMostOneMebibyte) {
         peer.Send(Ok(body));
         peer.ReadToEnd();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "GET", "/");
     ASSERT_EQ(ERROR_SUCCESS, Send(request));
     ASSERT_TRUE(WinHttpReceiveResponse(request, nullptr));
     std::size_t total = 0;
@@ -240,7 +240,7 @@ TEST_F(ReplyTest, LargeReplyDuringAnUploadIsHeldBackAndThenReadWhole) {
         peer.Send(Ok(body));
         peer.ReadToEnd();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/");
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 2 * 1024 * 1024));
     ASSERT_EQ(ERROR_SUCCESS, Write(request, std::string(2 * 1024 * 1024, 'u')));
     EXPECT_TRUE(Receive(request).body == body);
@@ -252,7 +252,7 @@ TEST_F(ReplyTest, ReadsOfAnySizeAddUp) {
         peer.Send(Ok("0123456789"));
         peer.ReadToEnd();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "GET", "/");
     ASSERT_EQ(ERROR_SUCCESS, Send(request));
     ASSERT_TRUE(WinHttpReceiveResponse(request, nullptr));
     std::string body;
@@ -277,7 +277,7 @@ TEST_F(ReplyTest, SameHandleCanBeSentAgainAfterItsReply) {
             peer.Send(Ok(head.find("X-Second") == std::string::npos ? "first" : "second"));
         }
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "GET", "/");
     EXPECT_EQ("first", Exchange(request).body);
     ASSERT_EQ(ERROR_SUCCESS, AddHeader(request, "X-Second: 1"));
     EXPECT_EQ("second", Exchange(request).body);
@@ -287,15 +287,15 @@ TEST_F(ReplyTest, SameHandleCanBeSentAgainAfterItsReply) {
 // ---- Where there is no server ----
 
 TEST_F(ReplyTest, NobodyListens) {
-    EXPECT_EQ(ERROR_WINHTTP_CANNOT_CONNECT, Send(OpenRequest(session_, UnusedPort(), "GET", "/")));
+    EXPECT_EQ(ERROR_WINHTTP_CANNOT_CONNECT, Send(OpenRequest(m_session, UnusedPort(), "GET", "/")));
 }
 
 TEST_F(ReplyTest, NameThatDoesNotExist) {
-    EXPECT_EQ(ERROR_WINHTTP_NAME_NOT_RESOLVED, Send(OpenRequest(session_, 80, "GET", "/", 0, "no-such-host.invalid")));
+    EXPECT_EQ(ERROR_WINHTTP_NAME_NOT_RESOLVED, Send(OpenRequest(m_session, 80, "GET", "/", 0, "no-such-host.invalid")));
 }
 
 TEST_F(ReplyTest, FailedSendCanBeRepeatedByTheCaller) {
-    const ScopedHandle request = OpenRequest(session_, UnusedPort(), "GET", "/");
+    const ScopedHandle request = OpenRequest(m_session, UnusedPort(), "GET", "/");
     EXPECT_EQ(ERROR_WINHTTP_CANNOT_CONNECT, Send(request));
     EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, Code(WinHttpReceiveResponse(request, nullptr)));
     EXPECT_EQ(ERROR_WINHTTP_CANNOT_CONNECT, Send(request));
@@ -307,9 +307,9 @@ TEST_F(ReplyTest, NamedProxyGetsTheWholeUrl) {
         peer.Send(Ok(head));
     });
     const std::u16string name = Wide("127.0.0.1:" + std::to_string(proxy.Port()));
-    session_ = ScopedHandle(WinHttpOpen(nullptr, WINHTTP_ACCESS_TYPE_NAMED_PROXY, name.c_str(), u"other;third", 0));
+    m_session = ScopedHandle(WinHttpOpen(nullptr, WINHTTP_ACCESS_TYPE_NAMED_PROXY, name.c_str(), u"other;third", 0));
     EXPECT_EQ("GET http://server.invalid/x HTTP/1.1\r\nHost: server.invalid\r\nConnection: Keep-Alive\r\n\r\n",
-              Exchange(OpenRequest(session_, 80, "GET", "/x", 0, "server.invalid")).body);
+              Exchange(OpenRequest(m_session, 80, "GET", "/x", 0, "server.invalid")).body);
 }
 
 TEST_F(ReplyTest, DefaultProxyIsThatOfTheEnvironment) {

@@ -11,7 +11,7 @@
 namespace quillmark::test {
 namespace {
 
-constexpr int kShort = 150;
+constexpr int Short = 150;
 
 class TimeoutTest : public testing::Test {
 protected:
@@ -19,32 +19,32 @@ protected:
     void ExpectTimeout(DWORD code, const Stopwatch& stopwatch) {
         const long milliseconds = stopwatch.Milliseconds();
         EXPECT_EQ(ERROR_WINHTTP_TIMEOUT, code);
-        EXPECT_GE(milliseconds, kShort);
-        EXPECT_LT(milliseconds, kShort + 1000);
+        EXPECT_GE(milliseconds, Short);
+        EXPECT_LT(milliseconds, Short + 1000);
     }
 
-    ScopedHandle session_ = OpenSession();
+    ScopedHandle m_session = OpenSession();
 };
 
 TEST_F(TimeoutTest, ResolvingEndsWithTheResolveTimeout) {
     const StalledLookup lookup;
-    ASSERT_TRUE(WinHttpSetTimeouts(session_, kShort, 0, 0, 0));
+    ASSERT_TRUE(WinHttpSetTimeouts(m_session, Short, 0, 0, 0));
     const Stopwatch stopwatch;
-    ExpectTimeout(Send(OpenRequest(session_, 80, "GET", "/", 0, kStalledName)), stopwatch);
+    ExpectTimeout(Send(OpenRequest(m_session, 80, "GET", "/", 0, StalledName)), stopwatch);
 }
 
 TEST_F(TimeoutTest, ConnectingEndsWithTheConnectTimeout) {
     const BlackHole hole;
-    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, kShort, 0, 0));
+    ASSERT_TRUE(WinHttpSetTimeouts(m_session, 0, Short, 0, 0));
     const Stopwatch stopwatch;
-    ExpectTimeout(Send(OpenRequest(session_, hole.Port(), "GET", "/")), stopwatch);
+    ExpectTimeout(Send(OpenRequest(m_session, hole.Port(), "GET", "/")), stopwatch);
 }
 
 TEST_F(TimeoutTest, HandshakeEndsWithTheSendTimeout) {
     RawServer server([](Peer& peer) { peer.ReadToEnd(); });
-    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, 0, kShort, 0));
+    ASSERT_TRUE(WinHttpSetTimeouts(m_session, 0, 0, Short, 0));
     const Stopwatch stopwatch;
-    ExpectTimeout(Send(OpenRequest(session_, server.Port(), "GET", "/", WINHTTP_FLAG_SECURE)), stopwatch);
+    ExpectTimeout(Send(OpenRequest(m_session, server.Port(), "GET", "/", WINHTTP_FLAG_SECURE)), stopwatch);
 }
 
 TEST_F(TimeoutTest, SendingEndsWithTheSendTimeout) {
@@ -53,8 +53,8 @@ TEST_F(TimeoutTest, SendingEndsWithTheSendTimeout) {
         static_cast<void>(peer.ReadHead());
         over.get_future().wait();
     });
-    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, 0, kShort, 0));
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/");
+    ASSERT_TRUE(WinHttpSetTimeouts(m_session, 0, 0, Short, 0));
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/");
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 1ULL << 40));
     const std::string chunk(1024 * 1024, 'x');
     DWORD code = ERROR_SUCCESS;
@@ -67,8 +67,8 @@ TEST_F(TimeoutTest, SendingEndsWithTheSendTimeout) {
 
 TEST_F(TimeoutTest, WaitingEndsWithTheReceiveTimeout) {
     RawServer server([](Peer& peer) { peer.ReadToEnd(); });
-    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, 0, 0, kShort));
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
+    ASSERT_TRUE(WinHttpSetTimeouts(m_session, 0, 0, 0, Short));
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "GET", "/");
     ASSERT_EQ(ERROR_SUCCESS, Send(request));
     const Stopwatch stopwatch;
     ExpectTimeout(Receive(request).code, stopwatch);
@@ -80,8 +80,8 @@ TEST_F(TimeoutTest, ReadingEndsWithTheReceiveTimeout) {
         peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\nhalf");
         peer.ReadToEnd();
     });
-    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, 0, 0, kShort));
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "GET", "/");
+    ASSERT_TRUE(WinHttpSetTimeouts(m_session, 0, 0, 0, Short));
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "GET", "/");
     ASSERT_EQ(ERROR_SUCCESS, Send(request));
     const Stopwatch stopwatch;
     const Reply reply = Receive(request);
@@ -95,31 +95,31 @@ TEST_F(TimeoutTest, ProgressBeginsItAnew) {
         peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 8\r\n\r\n");
         for (int i = 0; i < 8; ++i) {
             // The pace of the server is what is tested.
-            std::this_thread::sleep_for(std::chrono::milliseconds(kShort / 2));
+            std::this_thread::sleep_for(std::chrono::milliseconds(Short / 2));
             peer.Send("x");
         }
     });
-    ASSERT_TRUE(WinHttpSetTimeouts(session_, 0, 0, 0, kShort * 2));
-    EXPECT_EQ("xxxxxxxx", Exchange(OpenRequest(session_, server.Port(), "GET", "/")).body);
+    ASSERT_TRUE(WinHttpSetTimeouts(m_session, 0, 0, 0, Short * 2));
+    EXPECT_EQ("xxxxxxxx", Exchange(OpenRequest(m_session, server.Port(), "GET", "/")).body);
 }
 
 TEST_F(TimeoutTest, ZeroAndMinusOneMeanNone) {
     for (const int none : {0, -1}) {
         RawServer server([](Peer& peer) {
             static_cast<void>(peer.ReadHead());
-            std::this_thread::sleep_for(std::chrono::milliseconds(kShort));
+            std::this_thread::sleep_for(std::chrono::milliseconds(Short));
             peer.Send(Ok("late"));
         });
-        ASSERT_TRUE(WinHttpSetTimeouts(session_, none, none, none, none));
-        EXPECT_EQ("late", Exchange(OpenRequest(session_, server.Port(), "GET", "/")).body);
+        ASSERT_TRUE(WinHttpSetTimeouts(m_session, none, none, none, none));
+        EXPECT_EQ("late", Exchange(OpenRequest(m_session, server.Port(), "GET", "/")).body);
     }
 }
 
 TEST_F(TimeoutTest, OfTheSessionHoldForRequestsOpenedLater) {
     RawServer server([](Peer& peer) { peer.ReadToEnd(); });
-    const ScopedHandle before = OpenRequest(session_, server.Port(), "GET", "/");
-    ASSERT_TRUE(WinHttpSetTimeouts(session_, 1, 2, 3, 4));
-    const ScopedHandle after = OpenRequest(session_, server.Port(), "GET", "/");
+    const ScopedHandle before = OpenRequest(m_session, server.Port(), "GET", "/");
+    ASSERT_TRUE(WinHttpSetTimeouts(m_session, 1, 2, 3, 4));
+    const ScopedHandle after = OpenRequest(m_session, server.Port(), "GET", "/");
     DWORD value = 0;
     DWORD size = sizeof(value);
     ASSERT_TRUE(WinHttpQueryOption(before, WINHTTP_OPTION_RECEIVE_TIMEOUT, &value, &size));
@@ -143,7 +143,7 @@ TEST_F(TimeoutTest, NewSessionHasTheDefaults) {
     for (const auto& [option, milliseconds] : expected) {
         DWORD value = 1;
         DWORD size = sizeof(value);
-        ASSERT_TRUE(WinHttpQueryOption(session_, option, &value, &size));
+        ASSERT_TRUE(WinHttpQueryOption(m_session, option, &value, &size));
         EXPECT_EQ(milliseconds, value) << option;
     }
 }
@@ -151,12 +151,12 @@ TEST_F(TimeoutTest, NewSessionHasTheDefaults) {
 TEST_F(TimeoutTest, BelowMinusOneIsRefused) {
     for (int position = 0; position < 4; ++position) {
         const auto at = [&](int index) { return index == position ? -2 : 0; };
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpSetTimeouts(session_, at(0), at(1), at(2), at(3))));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpSetTimeouts(m_session, at(0), at(1), at(2), at(3))));
     }
 }
 
 TEST_F(TimeoutTest, ConnectionsHaveNone) {
-    const ScopedHandle connection(WinHttpConnect(session_, u"127.0.0.1", 80, 0));
+    const ScopedHandle connection(WinHttpConnect(m_session, u"127.0.0.1", 80, 0));
     EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(WinHttpSetTimeouts(connection, 0, 0, 0, 0)));
 }
 

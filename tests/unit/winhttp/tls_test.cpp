@@ -19,11 +19,11 @@ protected:
     }
 
     void TrustByFile(const TlsIdentity& identity) {
-        setenv("SSL_CERT_FILE", folder_.Write("root.pem", identity.CertificatePem()).c_str(), 1);
+        setenv("SSL_CERT_FILE", m_folder.Write("root.pem", identity.CertificatePem()).c_str(), 1);
     }
 
     ScopedHandle Open(const RawServer& server, std::string_view host = "localhost", std::string_view verb = "GET") {
-        return OpenRequest(session_, server.Port(), verb, "/", WINHTTP_FLAG_SECURE, host);
+        return OpenRequest(m_session, server.Port(), verb, "/", WINHTTP_FLAG_SECURE, host);
     }
 
     static void Serve(Peer& peer) {
@@ -32,45 +32,45 @@ protected:
         }
     }
 
-    TempFolder folder_;
-    TlsIdentity identity_{"DNS:localhost"};
-    RawServer server_{Serve, &identity_};
-    ScopedHandle session_ = OpenSession();
+    TempFolder m_folder;
+    TlsIdentity m_identity{"DNS:localhost"};
+    RawServer m_server{Serve, &m_identity};
+    ScopedHandle m_session = OpenSession();
 };
 
 TEST_F(TlsTest, UnknownRootFails) {
-    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(server_)));
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(m_server)));
 }
 
 TEST_F(TlsTest, RootInSslCertFileIsTrusted) {
-    TrustByFile(identity_);
-    EXPECT_EQ("GET / HTTP/1.1", Exchange(Open(server_)).body);
+    TrustByFile(m_identity);
+    EXPECT_EQ("GET / HTTP/1.1", Exchange(Open(m_server)).body);
 }
 
 TEST_F(TlsTest, RootOfTheUserIsTrusted) {
-    folder_.Write("quillmark/roots/own.pem", identity_.CertificatePem());
-    setenv("XDG_CONFIG_HOME", folder_.Path().c_str(), 1);
-    EXPECT_EQ("GET / HTTP/1.1", Exchange(Open(server_)).body);
+    m_folder.Write("quillmark/roots/own.pem", m_identity.CertificatePem());
+    setenv("XDG_CONFIG_HOME", m_folder.Path().c_str(), 1);
+    EXPECT_EQ("GET / HTTP/1.1", Exchange(Open(m_server)).body);
 }
 
 TEST_F(TlsTest, OtherFilesOfTheUserAreNoRoots) {
-    folder_.Write("quillmark/roots/own.txt", identity_.CertificatePem());
-    folder_.Write("quillmark/roots/broken.pem", "no certificate");
-    setenv("XDG_CONFIG_HOME", folder_.Path().c_str(), 1);
-    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(server_)));
+    m_folder.Write("quillmark/roots/own.txt", m_identity.CertificatePem());
+    m_folder.Write("quillmark/roots/broken.pem", "no certificate");
+    setenv("XDG_CONFIG_HOME", m_folder.Path().c_str(), 1);
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(m_server)));
 }
 
 TEST_F(TlsTest, RootsAreReadOncePerSession) {
-    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(server_)));
-    TrustByFile(identity_);
-    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(server_)));
-    session_ = OpenSession();
-    EXPECT_EQ(ERROR_SUCCESS, Send(Open(server_)));
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(m_server)));
+    TrustByFile(m_identity);
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(m_server)));
+    m_session = OpenSession();
+    EXPECT_EQ(ERROR_SUCCESS, Send(Open(m_server)));
 }
 
 TEST_F(TlsTest, WrongHostNameFails) {
-    TrustByFile(identity_);
-    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(server_, "127.0.0.1")));
+    TrustByFile(m_identity);
+    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(m_server, "127.0.0.1")));
 }
 
 TEST_F(TlsTest, AddressInTheCertificateIsAccepted) {
@@ -81,7 +81,7 @@ TEST_F(TlsTest, AddressInTheCertificateIsAccepted) {
 }
 
 TEST_F(TlsTest, VerificationHasNoSwitch) {
-    const ScopedHandle request = Open(server_);
+    const ScopedHandle request = Open(m_server);
     DWORD ignoreAll = 0x3300;
     EXPECT_EQ(ERROR_WINHTTP_INVALID_OPTION,
               Code(WinHttpSetOption(request, WINHTTP_OPTION_SECURITY_FLAGS, &ignoreAll, sizeof(ignoreAll))));
@@ -98,15 +98,15 @@ TEST_F(TlsTest, ServerWithoutTlsFails) {
 }
 
 TEST_F(TlsTest, ConnectionIsKept) {
-    TrustByFile(identity_);
+    TrustByFile(m_identity);
     for (int i = 0; i < 5; ++i) {
-        EXPECT_EQ(200, Exchange(Open(server_)).status);
+        EXPECT_EQ(200, Exchange(Open(m_server)).status);
     }
-    EXPECT_EQ(1, server_.Connections());
+    EXPECT_EQ(1, m_server.Connections());
 }
 
 TEST_F(TlsTest, LargeBodiesPassInBothDirections) {
-    TrustByFile(identity_);
+    TrustByFile(m_identity);
     const std::string body(3'000'001, 'u');
     RawServer echo(
         [&](Peer& peer) {
@@ -114,7 +114,7 @@ TEST_F(TlsTest, LargeBodiesPassInBothDirections) {
             peer.Send(Ok(peer.Read(body.size())));
             peer.ReadToEnd();
         },
-        &identity_);
+        &m_identity);
     const ScopedHandle request = Open(echo, "localhost", "POST");
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, body.size()));
     ASSERT_EQ(ERROR_SUCCESS, Write(request, body));
@@ -122,7 +122,7 @@ TEST_F(TlsTest, LargeBodiesPassInBothDirections) {
 }
 
 TEST_F(TlsTest, OwedBytesArePaidAndTheConnectionIsKept) {
-    TrustByFile(identity_);
+    TrustByFile(m_identity);
     std::string paid;
     RawServer server(
         [&](Peer& peer) {
@@ -132,7 +132,7 @@ TEST_F(TlsTest, OwedBytesArePaidAndTheConnectionIsKept) {
                 paid += peer.Read(3);
             }
         },
-        &identity_);
+        &m_identity);
     for (int i = 0; i < 2; ++i) {
         const ScopedHandle request = Open(server, "localhost", "POST");
         ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 8));
@@ -140,11 +140,11 @@ TEST_F(TlsTest, OwedBytesArePaidAndTheConnectionIsKept) {
         EXPECT_EQ("ok", Receive(request).body);
     }
     EXPECT_EQ(1, server.Connections());
-    session_.Close();
+    m_session.Close();
 }
 
 TEST_F(TlsTest, LostConnectionIsSeenOnce) {
-    TrustByFile(identity_);
+    TrustByFile(m_identity);
     std::atomic<int> seen{0};
     RawServer server(
         [&](Peer& peer) {
@@ -152,7 +152,7 @@ TEST_F(TlsTest, LostConnectionIsSeenOnce) {
             peer.Send(Ok());
             seen += peer.ReadHead().empty() ? 0 : 1;
         },
-        &identity_);
+        &m_identity);
     EXPECT_EQ(200, Exchange(Open(server)).status);
     EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, Exchange(Open(server, "localhost", "POST"), "a=b").code);
     EXPECT_EQ(1, seen);
@@ -160,7 +160,7 @@ TEST_F(TlsTest, LostConnectionIsSeenOnce) {
 }
 
 TEST_F(TlsTest, RedirectToPlainHttpIsLeftToTheCallerUnlessAllowed) {
-    TrustByFile(identity_);
+    TrustByFile(m_identity);
     RawServer plain(Serve);
     RawServer secure(
         [&](Peer& peer) {
@@ -169,7 +169,7 @@ TEST_F(TlsTest, RedirectToPlainHttpIsLeftToTheCallerUnlessAllowed) {
                           "/to\r\nContent-Length: 0\r\n\r\n");
             }
         },
-        &identity_);
+        &m_identity);
     EXPECT_EQ(302, Exchange(Open(secure)).status);
     EXPECT_EQ(0, plain.Connections());
     const ScopedHandle request = Open(secure);
@@ -179,14 +179,14 @@ TEST_F(TlsTest, RedirectToPlainHttpIsLeftToTheCallerUnlessAllowed) {
 }
 
 TEST_F(TlsTest, RedirectFromPlainHttpIsFollowed) {
-    TrustByFile(identity_);
+    TrustByFile(m_identity);
     RawServer plain([&](Peer& peer) {
         static_cast<void>(peer.ReadHead());
-        peer.Send("HTTP/1.1 301 Moved Permanently\r\nLocation: https://localhost:" + std::to_string(server_.Port()) +
+        peer.Send("HTTP/1.1 301 Moved Permanently\r\nLocation: https://localhost:" + std::to_string(m_server.Port()) +
                   "/to\r\nContent-Length: 0\r\n\r\n");
         peer.ReadToEnd();
     });
-    EXPECT_EQ("GET /to HTTP/1.1", Exchange(OpenRequest(session_, plain.Port(), "GET", "/", 0, "localhost")).body);
+    EXPECT_EQ("GET /to HTTP/1.1", Exchange(OpenRequest(m_session, plain.Port(), "GET", "/", 0, "localhost")).body);
 }
 
 }  // namespace

@@ -46,21 +46,21 @@ protected:
         });
         Settled result;
         {
-            const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+            const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
             EXPECT_EQ(ERROR_SUCCESS, StartUpload(request, 100 + owed));
             EXPECT_EQ(ERROR_SUCCESS, Write(request, Body(100)));
             const Reply reply = Receive(request);
             EXPECT_EQ(ERROR_SUCCESS, reply.code);
             EXPECT_EQ("ok", reply.body);
         }
-        result.secondStatus = Exchange(OpenRequest(session_, server.Port(), "GET", "/")).status;
+        result.secondStatus = Exchange(OpenRequest(m_session, server.Port(), "GET", "/")).status;
         EXPECT_TRUE(settled);
         result.owedBytes = paid;
         result.connections = server.Connections();
         return result;
     }
 
-    ScopedHandle session_ = OpenSession();
+    ScopedHandle m_session = OpenSession();
 };
 
 TEST_F(UploadTest, WholeBodyArrivesInOrder) {
@@ -72,7 +72,7 @@ TEST_F(UploadTest, WholeBodyArrivesInOrder) {
         peer.Send(Ok());
         peer.ReadToEnd();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, body.size()));
     for (std::size_t at = 0; at < body.size(); at += 16384) {
         ASSERT_EQ(ERROR_SUCCESS, Write(request, std::string_view(body).substr(at, 16384)));
@@ -86,7 +86,7 @@ TEST_F(UploadTest, OptionalDataIsTheBeginningOfTheBody) {
         static_cast<void>(peer.ReadHead());
         peer.Send(Ok(peer.Read(10)));
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
     char beginning[] = "01234";
     ASSERT_TRUE(WinHttpSendRequest(request, nullptr, 0, beginning, 5, 10, 0));
     ASSERT_EQ(ERROR_SUCCESS, Write(request, "567"));
@@ -100,7 +100,7 @@ TEST_F(UploadTest, OneWriteLargerThanWhatIsGatheredGoesOutWhole) {
         static_cast<void>(peer.ReadHead());
         peer.Send(Ok(peer.Read(body.size()) == body ? "same" : "different"));
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, body.size()));
     ASSERT_EQ(ERROR_SUCCESS, Write(request, body));
     EXPECT_EQ("same", Receive(request).body);
@@ -112,7 +112,7 @@ TEST_F(UploadTest, LengthOf5GiBIsAnnouncedByTheHeader) {
         head.set_value(peer.ReadHead());
         peer.ReadToEnd();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 5368709120ULL));
     EXPECT_NE(std::string::npos, head.get_future().get().find("\r\nContent-Length: 5368709120\r\n"));
 }
@@ -123,7 +123,7 @@ TEST_F(UploadTest, HeaderWinsOverTheTotalOfTheCall) {
         head.set_value(peer.ReadHead());
         peer.ReadToEnd();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
     // 2^32 + 5 truncated to 32 bits.
     ASSERT_TRUE(
         WinHttpSendRequest(request, u"Content-Length: 4294967301\r\n", static_cast<DWORD>(-1), nullptr, 0, 5, 0));
@@ -138,7 +138,7 @@ TEST_F(UploadTest, WritePastTheTotalFailsAndIsNotSent) {
         rest.set_value(peer.ReadToEnd());
     });
     {
-        const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+        const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
         ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 4));
         ASSERT_EQ(ERROR_SUCCESS, Write(request, "abc"));
         EXPECT_EQ(ERROR_INVALID_PARAMETER, Write(request, "de"));
@@ -146,12 +146,12 @@ TEST_F(UploadTest, WritePastTheTotalFailsAndIsNotSent) {
         EXPECT_EQ(ERROR_INVALID_PARAMETER, Write(request, "e"));
         EXPECT_EQ("abcd", Receive(request).body);
     }
-    session_.Close();
+    m_session.Close();
     EXPECT_EQ("", rest.get_future().get());
 }
 
 TEST_F(UploadTest, OptionalDataLongerThanTheTotalIsRefused) {
-    const ScopedHandle request = OpenRequest(session_, UnusedPort(), "POST", "/up");
+    const ScopedHandle request = OpenRequest(m_session, UnusedPort(), "POST", "/up");
     char data[] = "12345";
     EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpSendRequest(request, nullptr, 0, data, 5, 4, 0)));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpSendRequest(request, nullptr, 0, nullptr, 5, 5, 0)));
@@ -160,7 +160,7 @@ TEST_F(UploadTest, OptionalDataLongerThanTheTotalIsRefused) {
 TEST_F(UploadTest, ContentLengthThatIsNoNumberIsRefused) {
     for (const char* text : {"Content-Length: ten", "Content-Length: -1", "Content-Length: 18446744073709551616",
                              "Content-Length: 9223372036854775808"}) {
-        const ScopedHandle request = OpenRequest(session_, UnusedPort(), "POST", "/up");
+        const ScopedHandle request = OpenRequest(m_session, UnusedPort(), "POST", "/up");
         ASSERT_EQ(ERROR_SUCCESS, AddHeader(request, text));
         EXPECT_EQ(ERROR_INVALID_PARAMETER, Send(request)) << text;
     }
@@ -171,7 +171,7 @@ TEST_F(UploadTest, EmptyWriteChangesNothing) {
         static_cast<void>(peer.ReadHead());
         peer.Send(Ok(peer.Read(2)));
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 2));
     DWORD written = 99;
     EXPECT_TRUE(WinHttpWriteData(request, nullptr, 0, &written));
@@ -245,7 +245,7 @@ TEST_F(UploadTest, SilentServerIsPaidAfterASecondAndAtOnceFromThenOn) {
     long milliseconds[2] = {};
     for (long& elapsed : milliseconds) {
         const Stopwatch stopwatch;
-        const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+        const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
         ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 102));
         ASSERT_EQ(ERROR_SUCCESS, Write(request, Body(100)));
         EXPECT_EQ("done", Receive(request).body);
@@ -270,7 +270,7 @@ TEST_F(UploadTest, ServerThatClosesBehindAnEarlyReplyIsPaidBeforeItFromThenOn) {
         }
     });
     for (int i = 0; i < 4; ++i) {
-        const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+        const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
         ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 102));
         ASSERT_EQ(ERROR_SUCCESS, Write(request, Body(100)));
         const Stopwatch stopwatch;
@@ -288,7 +288,7 @@ TEST_F(UploadTest, FourOwedBytesAreNeverPaid) {
         seen.set_value(peer.ReadToEnd());
     });
     {
-        const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+        const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
         ASSERT_TRUE(WinHttpSetTimeouts(request, 0, 0, 0, 1300));
         ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 104));
         ASSERT_EQ(ERROR_SUCCESS, Write(request, Body(100)));
@@ -304,7 +304,7 @@ TEST_F(UploadTest, EarlyConflictReachesTheCallerAndLaterWritesAreDiscarded) {
         peer.Send("HTTP/1.1 409 Conflict\r\nContent-Length: 5\r\n\r\nearly");
         peer.ReadToEnd();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
     const std::uint64_t total = 64ULL * 1024 * 1024;
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, total));
     const std::string chunk = Body(16384);
@@ -325,7 +325,7 @@ TEST_F(UploadTest, EarlyReplyOfAServerThatReadsNoMoreReachesTheCaller) {
         peer.Send("HTTP/1.1 401 Unauthorized\r\nContent-Length: 4\r\n\r\nstop");
         over.get_future().wait();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 64ULL * 1024 * 1024));
     const std::string chunk = Body(1024 * 1024);
     for (int i = 0; i < 64; ++i) {
@@ -345,7 +345,7 @@ TEST_F(UploadTest, EarlyReplyOfAServerThatClosesReachesTheCaller) {
             peer.Send("HTTP/1.1 401 Unauthorized\r\nConnection: close\r\nContent-Length: 4\r\n\r\nstop");
             static_cast<void>(peer.Read(100'000));
         });
-        const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+        const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
         ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 16ULL * 1024 * 1024));
         const std::string chunk = Body(16384);
         for (int i = 0; i < 1024; ++i) {
@@ -363,7 +363,7 @@ TEST_F(UploadTest, LostConnectionWithoutAReplyFailsTheWriteThatMeetsIt) {
         static_cast<void>(peer.ReadHead());
         peer.Reset();
     });
-    const ScopedHandle request = OpenRequest(session_, server.Port(), "POST", "/up");
+    const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 64ULL * 1024 * 1024));
     const std::string chunk = Body(256 * 1024);
     DWORD code = ERROR_SUCCESS;
