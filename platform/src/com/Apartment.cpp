@@ -15,8 +15,8 @@ thread_local Apartment apartment;
 }  // namespace
 
 HRESULT WINAPI CoInitializeEx(LPVOID pvReserved, DWORD dwCoInit) {
-    constexpr DWORD kHints = COINIT_DISABLE_OLE1DDE | COINIT_SPEED_OVER_MEMORY;
-    if (pvReserved != nullptr || (dwCoInit & ~(COINIT_APARTMENTTHREADED | kHints)) != 0) {
+    constexpr DWORD Hints = COINIT_DISABLE_OLE1DDE | COINIT_SPEED_OVER_MEMORY;
+    if (pvReserved != nullptr || (dwCoInit & ~(COINIT_APARTMENTTHREADED | Hints)) != 0) {
         return E_INVALIDARG;
     }
     const DWORD mode = dwCoInit & COINIT_APARTMENTTHREADED;

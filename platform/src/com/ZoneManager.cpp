@@ -12,8 +12,8 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr HRESULT kFileExists = static_cast<HRESULT>(0x80070000u | ERROR_FILE_EXISTS);
-constexpr HRESULT kFileNotFound = static_cast<HRESULT>(0x80070000u | ERROR_FILE_NOT_FOUND);
+constexpr HRESULT FileExists = static_cast<HRESULT>(0x80070000u | ERROR_FILE_EXISTS);
+constexpr HRESULT FileNotFound = static_cast<HRESULT>(0x80070000u | ERROR_FILE_NOT_FOUND);
 
 struct State {
     std::mutex lock;
@@ -32,7 +32,7 @@ HRESULT AddMapping(ZoneMapping mapping) {
     State& state = TheState();
     const std::lock_guard guard(state.lock);
     if (std::find(state.mappings.begin(), state.mappings.end(), mapping) != state.mappings.end()) {
-        return kFileExists;
+        return FileExists;
     }
     state.mappings.push_back(std::move(mapping));
     return S_OK;
@@ -41,7 +41,7 @@ HRESULT AddMapping(ZoneMapping mapping) {
 HRESULT RemoveMapping(const ZoneMapping& mapping) {
     State& state = TheState();
     const std::lock_guard guard(state.lock);
-    return std::erase(state.mappings, mapping) != 0 ? S_OK : kFileNotFound;
+    return std::erase(state.mappings, mapping) != 0 ? S_OK : FileNotFound;
 }
 
 class ZoneManager final : public IInternetSecurityManager {
@@ -63,10 +63,10 @@ public:
         return S_OK;
     }
 
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++count_; }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_count; }
 
     ULONG STDMETHODCALLTYPE Release() override {
-        const ULONG left = --count_;
+        const ULONG left = --m_count;
         if (left == 0) {
             delete this;
         }
@@ -102,7 +102,7 @@ private:
     // Destroyed by its last Release alone.
     ~ZoneManager() { --TheState().liveManagers; }
 
-    std::atomic<ULONG> count_ = 1;
+    std::atomic<ULONG> m_count = 1;
 };
 
 }  // namespace

@@ -12,8 +12,8 @@
 namespace {
 
 // A line of 64 characters stands for 48 bytes.
-constexpr std::size_t kBytesPerLine = 48;
-constexpr std::size_t kCharactersPerLine = 64;
+constexpr std::size_t BytesPerLine = 48;
+constexpr std::size_t CharactersPerLine = 64;
 
 BOOL Fail(DWORD error) {
     SetLastError(error);
@@ -36,12 +36,12 @@ std::optional<std::size_t> LineEndLength(DWORD flags) {
 
 // Without the terminator.
 std::uint64_t TextLength(std::uint64_t bytes, std::size_t lineEndLength) {
-    const std::uint64_t lines = (bytes + kBytesPerLine - 1) / kBytesPerLine;
+    const std::uint64_t lines = (bytes + BytesPerLine - 1) / BytesPerLine;
     return (bytes + 2) / 3 * 4 + lines * lineEndLength;
 }
 
 WCHAR* WriteLine(const BYTE* bytes, std::size_t count, WCHAR* out) {
-    std::array<unsigned char, kCharactersPerLine + 1> line;
+    std::array<unsigned char, CharactersPerLine + 1> line;
     const int length = EVP_EncodeBlock(line.data(), bytes, static_cast<int>(count));
     return std::copy_n(line.data(), length, out);
 }
@@ -64,8 +64,8 @@ BOOL WINAPI CryptBinaryToStringW(const BYTE* pbBinary, DWORD cbBinary, DWORD dwF
         return pszString == nullptr ? TRUE : Fail(ERROR_MORE_DATA);
     }
     WCHAR* out = pszString;
-    for (std::size_t done = 0; done < cbBinary; done += kBytesPerLine) {
-        out = WriteLine(pbBinary + done, std::min(kBytesPerLine, cbBinary - done), out);
+    for (std::size_t done = 0; done < cbBinary; done += BytesPerLine) {
+        out = WriteLine(pbBinary + done, std::min(BytesPerLine, cbBinary - done), out);
         if (*lineEndLength == 2) {
             *out++ = u'\r';
         }

@@ -10,12 +10,12 @@
 namespace {
 
 // Where the digits of the text form belong: the bytes of the GUID in the order in which the text names them.
-constexpr std::u16string_view kForm = u"{00000000-0000-0000-0000-000000000000}";
-constexpr std::size_t kByteCount = 16;
-constexpr std::u16string_view kDigits = u"0123456789ABCDEF";
+constexpr std::u16string_view Form = u"{00000000-0000-0000-0000-000000000000}";
+constexpr std::size_t ByteCount = 16;
+constexpr std::u16string_view Digits = u"0123456789ABCDEF";
 
 struct TextBytes {
-    BYTE bytes[kByteCount];
+    BYTE bytes[ByteCount];
 };
 
 TextBytes TextBytesOf(const GUID& guid) {
@@ -44,19 +44,19 @@ GUID GuidOf(const TextBytes& text) {
 
 std::optional<unsigned> DigitValue(WCHAR unit) {
     const WCHAR upper = unit >= u'a' && unit <= u'f' ? static_cast<WCHAR>(unit - u'a' + u'A') : unit;
-    const std::size_t value = kDigits.find(upper);
-    return value == kDigits.npos ? std::nullopt : std::optional(static_cast<unsigned>(value));
+    const std::size_t value = Digits.find(upper);
+    return value == Digits.npos ? std::nullopt : std::optional(static_cast<unsigned>(value));
 }
 
 std::optional<GUID> Parse(std::u16string_view text) {
-    if (text.size() != kForm.size()) {
+    if (text.size() != Form.size()) {
         return std::nullopt;
     }
     TextBytes result{};
     std::size_t digits = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        if (kForm[i] != u'0') {
-            if (text[i] != kForm[i]) {
+        if (Form[i] != u'0') {
+            if (text[i] != Form[i]) {
                 return std::nullopt;
             }
             continue;
@@ -94,7 +94,7 @@ HRESULT WINAPI CoCreateGuid(GUID* pguid) {
         return E_INVALIDARG;
     }
     TextBytes random;
-    if (RAND_bytes(random.bytes, static_cast<int>(kByteCount)) != 1) {
+    if (RAND_bytes(random.bytes, static_cast<int>(ByteCount)) != 1) {
         return E_FAIL;
     }
     // Version 4, and the variant that all GUIDs of today have.
@@ -105,22 +105,22 @@ HRESULT WINAPI CoCreateGuid(GUID* pguid) {
 }
 
 int WINAPI StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, int cchMax) {
-    constexpr int kSize = static_cast<int>(kForm.size()) + 1;
-    if (lpsz == nullptr || cchMax < kSize) {
+    constexpr int TextSize = static_cast<int>(Form.size()) + 1;
+    if (lpsz == nullptr || cchMax < TextSize) {
         return 0;
     }
     const TextBytes text = TextBytesOf(rguid);
     std::size_t digits = 0;
-    for (std::size_t i = 0; i < kForm.size(); ++i) {
-        lpsz[i] = kForm[i];
-        if (kForm[i] == u'0') {
+    for (std::size_t i = 0; i < Form.size(); ++i) {
+        lpsz[i] = Form[i];
+        if (Form[i] == u'0') {
             const BYTE byte = text.bytes[digits / 2];
-            lpsz[i] = kDigits[digits % 2 == 0 ? byte >> 4 : byte & 0x0F];
+            lpsz[i] = Digits[digits % 2 == 0 ? byte >> 4 : byte & 0x0F];
             ++digits;
         }
     }
-    lpsz[kForm.size()] = u'\0';
-    return kSize;
+    lpsz[Form.size()] = u'\0';
+    return TextSize;
 }
 
 HRESULT WINAPI CLSIDFromString(LPCWSTR lpsz, CLSID* pclsid) {

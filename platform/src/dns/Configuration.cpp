@@ -10,8 +10,8 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr std::size_t kMostServers = 3;
-constexpr std::size_t kMostDomains = 6;
+constexpr std::size_t MostServers = 3;
+constexpr std::size_t MostDomains = 6;
 
 std::optional<NameServer> ParseServer(const std::string& address) {
     addrinfo hints{};
@@ -46,7 +46,7 @@ ResolverConfiguration ReadResolverConfiguration(const std::string& resolverPath,
         std::istringstream line(text);
         std::string keyword;
         line >> keyword;
-        if (keyword == "nameserver" && configuration.servers.size() < kMostServers) {
+        if (keyword == "nameserver" && configuration.servers.size() < MostServers) {
             std::string address;
             line >> address;
             if (const auto server = ParseServer(address)) {
@@ -54,7 +54,7 @@ ResolverConfiguration ReadResolverConfiguration(const std::string& resolverPath,
             }
         } else if (keyword == "search" || keyword == "domain") {
             // The last line of either kind counts.
-            configuration.searchList = Words(line, keyword == "domain" ? 1 : kMostDomains);
+            configuration.searchList = Words(line, keyword == "domain" ? 1 : MostDomains);
         }
     }
     if (configuration.servers.empty()) {

@@ -14,17 +14,17 @@ using namespace quillmark::platform;
 
 namespace {
 
-constexpr const char* kResolverPath = "/etc/resolv.conf";
-constexpr const char* kHostsPath = "/etc/hosts";
+constexpr const char* ResolverPath = "/etc/resolv.conf";
+constexpr const char* HostsPath = "/etc/hosts";
 
 // No longer name is valid, whatever it says.
-constexpr std::size_t kLongestName = 1024;
+constexpr std::size_t LongestName = 1024;
 
 // Nothing when the text is no UTF-16, empty, or too long for a name.
 std::optional<std::string> Utf8Of(std::u16string_view text) {
-    std::string result(3 * std::min(text.size(), kLongestName), '\0');
+    std::string result(3 * std::min(text.size(), LongestName), '\0');
     const int size =
-        text.empty() || text.size() > kLongestName
+        text.empty() || text.size() > LongestName
             ? 0
             : WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, text.data(), static_cast<int>(text.size()),
                                   result.data(), static_cast<int>(result.size()), nullptr, nullptr);
@@ -89,7 +89,7 @@ DNS_STATUS Query(PCWSTR wideName, WORD type, DWORD options, PDNS_RECORD* results
     if (!name) {
         return DNS_ERROR_INVALID_NAME;
     }
-    const Resolver resolver(ReadResolverConfiguration(kResolverPath, kHostsPath));
+    const Resolver resolver(ReadResolverConfiguration(ResolverPath, HostsPath));
     const Answer answer = resolver.Query(*name, type, options);
     if (answer.status == 0) {
         *results = NewList(answer.records);

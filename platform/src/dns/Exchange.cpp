@@ -14,8 +14,8 @@ namespace quillmark::platform {
 namespace {
 
 // How long a server has the floor to itself before the next one is asked too, or the same one once more.
-constexpr DWORD kTurnMilliseconds = 400;
-constexpr std::size_t kLongestMessage = 65535;
+constexpr DWORD TurnMilliseconds = 400;
+constexpr std::size_t LongestMessage = 65535;
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -43,17 +43,17 @@ bool IsFailureOfServer(DNS_STATUS status) {
 class Exchange {
 public:
     Exchange(std::span<const NameServer> servers, const Question& question, const Deadline& deadline)
-        : servers_(servers), question_(question), deadline_(deadline), buffer_(kLongestMessage) {
+        : m_servers(servers), m_question(question), m_deadline(deadline), m_buffer(LongestMessage) {
         for (const NameServer& server : servers) {
-            sockets_.emplace_back(server, SOCK_DGRAM);
-            hasFailed_.push_back(false);
+            m_sockets.emplace_back(server, SOCK_DGRAM);
+            m_hasFailed.push_back(false);
         }
     }
 
     [[nodiscard]] Answer Run() {
-        while (!deadline_.IsOver()) {
+        while (!m_deadline.IsOver()) {
             if (!AskNext()) {
-                return {.status = lastFailure_, .records = {}};
+                return {.status = m_lastFailure, .records = {}};
             }
             if (auto answer = ListenForOneTurn()) {
                 return std::move(*answer);
@@ -65,15 +65,15 @@ public:
 private:
     // Sends to the next server that has not failed. False when there is none.
     bool AskNext() {
-        for (std::size_t tried = 0; tried < servers_.size(); ++tried) {
-            const std::size_t index = next_;
-            next_ = (next_ + 1) % servers_.size();
-            if (hasFailed_[index]) {
+        for (std::size_t tried = 0; tried < m_servers.size(); ++tried) {
+            const std::size_t index = m_next;
+            m_next = (m_next + 1) % m_servers.size();
+            if (m_hasFailed[index]) {
                 continue;
             }
-            const auto bytes = question_.Bytes();
-            if (sockets_[index].IsOpen() &&
-                send(sockets_[index].Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) >= 0) {
+            const auto bytes = m_question.Bytes();
+            if (m_sockets[index].IsOpen() &&
+                send(m_sockets[index].Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL) >= 0) {
                 return true;
             }
             Fail(index, DNS_ERROR_NO_DNS_SERVERS);
@@ -82,19 +82,19 @@ private:
     }
 
     void Fail(std::size_t index, DNS_STATUS status) {
-        hasFailed_[index] = true;
-        lastFailure_ = status;
+        m_hasFailed[index] = true;
+        m_lastFailure = status;
     }
 
     // The answer, or nothing when the turn is over or a server has failed: then the next one is to be asked.
     std::optional<Answer> ListenForOneTurn() {
-        const Deadline turn(kTurnMilliseconds);
-        while (!turn.IsOver() && !deadline_.IsOver()) {
+        const Deadline turn(TurnMilliseconds);
+        while (!turn.IsOver() && !m_deadline.IsOver()) {
             if (!AwaitMessage(turn)) {
                 continue;
             }
-            for (std::size_t i = 0; i < sockets_.size(); ++i) {
-                auto answer = hasFailed_[i] ? std::nullopt : Receive(i);
+            for (std::size_t i = 0; i < m_sockets.size(); ++i) {
+                auto answer = m_hasFailed[i] ? std::nullopt : Receive(i);
                 if (answer && !IsFailureOfServer(answer->status)) {
                     return answer;
                 }
@@ -109,11 +109,11 @@ private:
 
     bool AwaitMessage(const Deadline& turn) {
         std::vector<pollfd> descriptors;
-        for (std::size_t i = 0; i < sockets_.size(); ++i) {
-            descriptors.push_back({.fd = hasFailed_[i] ? -1 : sockets_[i].Get(), .events = POLLIN, .revents = 0});
+        for (std::size_t i = 0; i < m_sockets.size(); ++i) {
+            descriptors.push_back({.fd = m_hasFailed[i] ? -1 : m_sockets[i].Get(), .events = POLLIN, .revents = 0});
         }
         const timespec ofTurn = turn.Remaining();
-        const timespec ofAll = deadline_.Remaining();
+        const timespec ofAll = m_deadline.Remaining();
         const bool turnIsShorter =
             ofTurn.tv_sec < ofAll.tv_sec || (ofTurn.tv_sec == ofAll.tv_sec && ofTurn.tv_nsec < ofAll.tv_nsec);
         return ppoll(descriptors.data(), descriptors.size(), turnIsShorter ? &ofTurn : &ofAll, nullptr) > 0;
@@ -121,30 +121,30 @@ private:
 
     // What this server said, when it said anything: messages that do not answer the question count for nothing.
     std::optional<Answer> Receive(std::size_t index) {
-        const ssize_t received = recv(sockets_[index].Get(), buffer_.data(), buffer_.size(), 0);
+        const ssize_t received = recv(m_sockets[index].Get(), m_buffer.data(), m_buffer.size(), 0);
         if (received < 0) {
             const bool nothingThere = errno == EAGAIN || errno == EINTR;
             return nothingThere ? std::nullopt : std::optional(Answer{DNS_ERROR_NO_DNS_SERVERS, {}});
         }
-        const std::span<const std::uint8_t> reply(buffer_.data(), static_cast<std::size_t>(received));
-        if (!question_.IsAnsweredBy(reply)) {
+        const std::span<const std::uint8_t> reply(m_buffer.data(), static_cast<std::size_t>(received));
+        if (!m_question.IsAnsweredBy(reply)) {
             return std::nullopt;
         }
         if (!IsTruncated(reply)) {
-            return question_.Parse(reply);
+            return m_question.Parse(reply);
         }
-        const auto whole = AskOverTcp(servers_[index], question_, deadline_);
-        return whole ? question_.Parse(*whole) : Answer{DNS_ERROR_BAD_PACKET, {}};
+        const auto whole = AskOverTcp(m_servers[index], m_question, m_deadline);
+        return whole ? m_question.Parse(*whole) : Answer{DNS_ERROR_BAD_PACKET, {}};
     }
 
-    const std::span<const NameServer> servers_;
-    const Question& question_;
-    const Deadline& deadline_;
-    Bytes buffer_;
-    std::vector<Socket> sockets_;
-    std::vector<bool> hasFailed_;
-    std::size_t next_ = 0;
-    DNS_STATUS lastFailure_ = DNS_ERROR_NO_DNS_SERVERS;
+    const std::span<const NameServer> m_servers;
+    const Question& m_question;
+    const Deadline& m_deadline;
+    Bytes m_buffer;
+    std::vector<Socket> m_sockets;
+    std::vector<bool> m_hasFailed;
+    std::size_t m_next = 0;
+    DNS_STATUS m_lastFailure = DNS_ERROR_NO_DNS_SERVERS;
 };
 
 }  // namespace

@@ -9,22 +9,22 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr std::size_t kHeaderSize = 12;
-constexpr std::size_t kLongestLabel = 63;
+constexpr std::size_t HeaderSize = 12;
+constexpr std::size_t LongestLabel = 63;
 // As text without the final dot; two bytes more on the wire.
-constexpr std::size_t kLongestName = 253;
+constexpr std::size_t LongestName = 253;
 // In the third byte of the header, and in the fourth.
-constexpr std::uint8_t kIsReply = 0x80;
-constexpr std::uint8_t kIsTruncated = 0x02;
-constexpr std::uint8_t kRecursionDesired = 0x01;
-constexpr std::uint8_t kResultCodeMask = 0x0F;
+constexpr std::uint8_t IsReply = 0x80;
+constexpr std::uint8_t TruncatedBit = 0x02;
+constexpr std::uint8_t RecursionDesired = 0x01;
+constexpr std::uint8_t ResultCodeMask = 0x0F;
 
 void Append16(std::vector<std::uint8_t>& bytes, std::uint16_t value) {
     bytes.push_back(static_cast<std::uint8_t>(value >> 8));
     bytes.push_back(static_cast<std::uint8_t>(value));
 }
 
-constexpr auto kSameLetter = [](auto left, auto right) {
+constexpr auto SameLetter = [](auto left, auto right) {
     const auto lowerCase = [](int letter) { return letter >= 'A' && letter <= 'Z' ? letter - 'A' + 'a' : letter; };
     return lowerCase(left) == lowerCase(right);
 };
@@ -63,12 +63,12 @@ std::optional<AnswerRecord> ReadRecord(const ns_msg& message, const ns_rr& recor
 }  // namespace
 
 DNS_STATUS CheckName(std::string_view name) {
-    if (name.empty() || name.size() > kLongestName || name.back() == '.') {
+    if (name.empty() || name.size() > LongestName || name.back() == '.') {
         return DNS_ERROR_INVALID_NAME;
     }
     for (std::string_view rest = name; !rest.empty();) {
         const std::string_view label = TakeLabel(rest);
-        if (label.empty() || label.size() > kLongestLabel) {
+        if (label.empty() || label.size() > LongestLabel) {
             return DNS_ERROR_INVALID_NAME;
         }
     }
@@ -77,37 +77,37 @@ DNS_STATUS CheckName(std::string_view name) {
 }
 
 bool AreSameName(std::string_view left, std::string_view right) {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(), kSameLetter);
+    return std::equal(left.begin(), left.end(), right.begin(), right.end(), SameLetter);
 }
 
-Question::Question(std::string_view name, WORD type, std::uint16_t id) : type_(type) {
-    Append16(bytes_, id);
-    bytes_.push_back(kRecursionDesired);
-    bytes_.push_back(0);
+Question::Question(std::string_view name, WORD type, std::uint16_t id) : m_type(type) {
+    Append16(m_bytes, id);
+    m_bytes.push_back(RecursionDesired);
+    m_bytes.push_back(0);
     // One question; no answer, authority or additional records.
-    Append16(bytes_, 1);
-    bytes_.resize(kHeaderSize);
+    Append16(m_bytes, 1);
+    m_bytes.resize(HeaderSize);
     while (!name.empty()) {
         const std::string_view label = TakeLabel(name);
-        bytes_.push_back(static_cast<std::uint8_t>(label.size()));
-        bytes_.insert(bytes_.end(), label.begin(), label.end());
+        m_bytes.push_back(static_cast<std::uint8_t>(label.size()));
+        m_bytes.insert(m_bytes.end(), label.begin(), label.end());
     }
-    bytes_.push_back(0);
-    Append16(bytes_, type);
-    Append16(bytes_, ns_c_in);
+    m_bytes.push_back(0);
+    Append16(m_bytes, type);
+    Append16(m_bytes, ns_c_in);
 }
 
 bool Question::IsAnsweredBy(std::span<const std::uint8_t> message) const {
-    if (message.size() < bytes_.size() || message[0] != bytes_[0] || message[1] != bytes_[1] ||
-        (message[2] & kIsReply) == 0 || message[4] != 0 || message[5] != 1) {
+    if (message.size() < m_bytes.size() || message[0] != m_bytes[0] || message[1] != m_bytes[1] ||
+        (message[2] & IsReply) == 0 || message[4] != 0 || message[5] != 1) {
         return false;
     }
     // The question comes back as it was sent, except that some servers change the case of the name.
-    return std::equal(bytes_.begin() + kHeaderSize, bytes_.end(), message.begin() + kHeaderSize, kSameLetter);
+    return std::equal(m_bytes.begin() + HeaderSize, m_bytes.end(), message.begin() + HeaderSize, SameLetter);
 }
 
 Answer Question::Parse(std::span<const std::uint8_t> reply) const {
-    const unsigned resultCode = reply[3] & kResultCodeMask;
+    const unsigned resultCode = reply[3] & ResultCodeMask;
     if (resultCode != ns_r_noerror) {
         return {.status = StatusOf(resultCode), .records = {}};
     }
@@ -123,14 +123,14 @@ Answer Question::Parse(std::span<const std::uint8_t> reply) const {
         if (ns_parserr(&message, ns_s_an, i, &record) != 0) {
             return unreadable;
         }
-        if (ns_rr_class(record) != ns_c_in || (ns_rr_type(record) != type_ && ns_rr_type(record) != DNS_TYPE_CNAME)) {
+        if (ns_rr_class(record) != ns_c_in || (ns_rr_type(record) != m_type && ns_rr_type(record) != DNS_TYPE_CNAME)) {
             continue;
         }
         auto read = ReadRecord(message, record);
         if (!read) {
             return unreadable;
         }
-        hasType = hasType || read->type == type_;
+        hasType = hasType || read->type == m_type;
         answer.records.push_back(std::move(*read));
     }
     if (!hasType) {
@@ -140,7 +140,7 @@ Answer Question::Parse(std::span<const std::uint8_t> reply) const {
 }
 
 bool IsTruncated(std::span<const std::uint8_t> reply) {
-    return (reply[2] & kIsTruncated) != 0;
+    return (reply[2] & TruncatedBit) != 0;
 }
 
 }  // namespace quillmark::platform

@@ -36,7 +36,7 @@ public:
     // The name has passed CheckName.
     Question(std::string_view name, WORD type, std::uint16_t id);
 
-    [[nodiscard]] std::span<const std::uint8_t> Bytes() const { return bytes_; }
+    [[nodiscard]] std::span<const std::uint8_t> Bytes() const { return m_bytes; }
 
     // Whether the message is a reply to this question: anything else that arrives is not looked at.
     [[nodiscard]] bool IsAnsweredBy(std::span<const std::uint8_t> message) const;
@@ -45,8 +45,8 @@ public:
     [[nodiscard]] Answer Parse(std::span<const std::uint8_t> reply) const;
 
 private:
-    std::vector<std::uint8_t> bytes_;
-    WORD type_;
+    std::vector<std::uint8_t> m_bytes;
+    WORD m_type;
 };
 
 // Whether the reply was cut to fit into a datagram.

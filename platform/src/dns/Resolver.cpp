@@ -50,7 +50,7 @@ Answer Resolver::Query(std::string name, WORD type, DWORD options) const {
         return LocalHost(name, type);
     }
     if ((options & DNS_QUERY_NO_HOSTS_FILE) == 0) {
-        if (auto answer = FindInHostsFile(configuration_.hostsPath, name, type)) {
+        if (auto answer = FindInHostsFile(m_configuration.hostsPath, name, type)) {
             return std::move(*answer);
         }
     }
@@ -61,10 +61,10 @@ Answer Resolver::Query(std::string name, WORD type, DWORD options) const {
 }
 
 Answer Resolver::QueryServers(const std::string& name, WORD type, bool isComplete) const {
-    const Deadline deadline(configuration_.budgetMilliseconds);
+    const Deadline deadline(m_configuration.budgetMilliseconds);
     std::vector<std::string> candidates;
     if (!isComplete && name.find('.') == name.npos) {
-        for (const std::string& domain : configuration_.searchList) {
+        for (const std::string& domain : m_configuration.searchList) {
             candidates.push_back(name + '.' + domain);
         }
     }
@@ -75,7 +75,7 @@ Answer Resolver::QueryServers(const std::string& name, WORD type, bool isComplet
         if (CheckName(candidate) != 0) {
             continue;
         }
-        answer = AskServers(configuration_.servers, Question(candidate, type, RandomId()), deadline);
+        answer = AskServers(m_configuration.servers, Question(candidate, type, RandomId()), deadline);
         exists = exists || answer.status == DNS_INFO_NO_RECORDS;
         if (answer.status != DNS_ERROR_RCODE_NAME_ERROR && answer.status != DNS_INFO_NO_RECORDS) {
             return answer;

@@ -11,7 +11,7 @@ namespace quillmark::platform {
 
 class Resolver {
 public:
-    explicit Resolver(ResolverConfiguration configuration) : configuration_(std::move(configuration)) {}
+    explicit Resolver(ResolverConfiguration configuration) : m_configuration(std::move(configuration)) {}
 
     // One look-up under the rules of DnsQuery_W; the name is UTF-8, the type DNS_TYPE_A or DNS_TYPE_AAAA. Returns
     // within the budget of the configuration.
@@ -20,7 +20,7 @@ public:
 private:
     [[nodiscard]] Answer QueryServers(const std::string& name, WORD type, bool isComplete) const;
 
-    ResolverConfiguration configuration_;
+    ResolverConfiguration m_configuration;
 };
 
 }  // namespace quillmark::platform

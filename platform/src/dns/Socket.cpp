@@ -10,25 +10,25 @@
 namespace quillmark::platform {
 
 Socket::Socket(const NameServer& server, int kind)
-    : descriptor_(socket(server.address.ss_family, kind | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
+    : m_descriptor(socket(server.address.ss_family, kind | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) {
     // A datagram socket is connected too, so that only this server's messages reach it and its refusal is an error.
-    if (IsOpen() && connect(descriptor_, reinterpret_cast<const sockaddr*>(&server.address), server.length) != 0 &&
+    if (IsOpen() && connect(m_descriptor, reinterpret_cast<const sockaddr*>(&server.address), server.length) != 0 &&
         errno != EINPROGRESS) {
-        close(std::exchange(descriptor_, -1));
+        close(std::exchange(m_descriptor, -1));
     }
 }
 
 Socket::~Socket() {
     if (IsOpen()) {
-        close(descriptor_);
+        close(m_descriptor);
     }
 }
 
-Socket::Socket(Socket&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+Socket::Socket(Socket&& other) noexcept : m_descriptor(std::exchange(other.m_descriptor, -1)) {}
 
 bool Socket::AwaitReady(short event, const Deadline& deadline) const {
     for (;;) {
-        pollfd waited = {.fd = descriptor_, .events = event, .revents = 0};
+        pollfd waited = {.fd = m_descriptor, .events = event, .revents = 0};
         const timespec remaining = deadline.Remaining();
         const int ready = ppoll(&waited, 1, &remaining, nullptr);
         if (ready >= 0 || errno != EINTR) {
@@ -42,7 +42,7 @@ bool Socket::SendAll(std::span<const std::uint8_t> bytes, const Deadline& deadli
         if (!AwaitReady(POLLOUT, deadline)) {
             return false;
         }
-        const ssize_t sent = send(descriptor_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        const ssize_t sent = send(m_descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL);
         if (sent < 0 && errno != EINTR && errno != EAGAIN) {
             return false;
         }
@@ -56,7 +56,7 @@ bool Socket::ReceiveAll(std::span<std::uint8_t> bytes, const Deadline& deadline)
         if (!AwaitReady(POLLIN, deadline)) {
             return false;
         }
-        const ssize_t received = recv(descriptor_, bytes.data(), bytes.size(), 0);
+        const ssize_t received = recv(m_descriptor, bytes.data(), bytes.size(), 0);
         if (received == 0 || (received < 0 && errno != EINTR && errno != EAGAIN)) {
             return false;
         }

@@ -18,8 +18,8 @@ public:
     Socket(const Socket&) = delete;
     Socket& operator=(const Socket&) = delete;
 
-    [[nodiscard]] bool IsOpen() const { return descriptor_ >= 0; }
-    [[nodiscard]] int Get() const { return descriptor_; }
+    [[nodiscard]] bool IsOpen() const { return m_descriptor >= 0; }
+    [[nodiscard]] int Get() const { return m_descriptor; }
 
     // Everything or nothing by the deadline; for streams.
     [[nodiscard]] bool SendAll(std::span<const std::uint8_t> bytes, const Deadline& deadline) const;
@@ -28,7 +28,7 @@ public:
 private:
     [[nodiscard]] bool AwaitReady(short event, const Deadline& deadline) const;
 
-    int descriptor_;
+    int m_descriptor;
 };
 
 }  // namespace quillmark::platform

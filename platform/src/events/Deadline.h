@@ -16,22 +16,22 @@ public:
 
     // So many milliseconds from now; INFINITE is never.
     explicit Deadline(DWORD milliseconds)
-        : never_(milliseconds == INFINITE),
-          moment_(never_ ? Clock::time_point::max() : Clock::now() + std::chrono::milliseconds(milliseconds)) {}
+        : m_never(milliseconds == INFINITE),
+          m_moment(m_never ? Clock::time_point::max() : Clock::now() + std::chrono::milliseconds(milliseconds)) {}
 
-    [[nodiscard]] bool IsNever() const { return never_; }
-    [[nodiscard]] bool IsOver() const { return !never_ && Clock::now() >= moment_; }
+    [[nodiscard]] bool IsNever() const { return m_never; }
+    [[nodiscard]] bool IsOver() const { return !m_never && Clock::now() >= m_moment; }
 
     // What is left, never negative. Not for a deadline that is never.
     [[nodiscard]] timespec Remaining() const {
-        const auto left = std::max(moment_ - Clock::now(), Clock::duration::zero());
+        const auto left = std::max(m_moment - Clock::now(), Clock::duration::zero());
         const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
         return {.tv_sec = seconds.count(), .tv_nsec = std::chrono::nanoseconds(left - seconds).count()};
     }
 
 private:
-    bool never_;
-    Clock::time_point moment_;
+    bool m_never;
+    Clock::time_point m_moment;
 };
 
 }  // namespace quillmark::platform

@@ -2,16 +2,16 @@
 
 namespace quillmark::platform {
 
-EventObject::EventObject(bool manualReset, bool signalled) : manualReset_(manualReset), signalled_(signalled) {
-    if (signalled_ && descriptor_.IsOpen()) {
-        descriptor_.Raise();
+EventObject::EventObject(bool manualReset, bool signalled) : m_manualReset(manualReset), m_signalled(signalled) {
+    if (m_signalled && m_descriptor.IsOpen()) {
+        m_descriptor.Raise();
     }
 }
 
 void EventObject::Set() {
     const std::lock_guard guard(SignalLock());
-    signalled_ = true;
-    descriptor_.Raise();
+    m_signalled = true;
+    m_descriptor.Raise();
 }
 
 void EventObject::Reset() {
@@ -22,20 +22,20 @@ void EventObject::Reset() {
 void EventObject::OnClose() {
     // Wakes the waits, so that each can see whether there is anything left to wait for.
     const std::lock_guard guard(SignalLock());
-    closed_ = true;
-    descriptor_.Raise();
+    m_closed = true;
+    m_descriptor.Raise();
 }
 
 void EventObject::Take() {
-    if (!manualReset_) {
+    if (!m_manualReset) {
         ClearSignal();
     }
 }
 
 void EventObject::ClearSignal() {
-    signalled_ = false;
-    if (!closed_) {
-        descriptor_.Lower();
+    m_signalled = false;
+    if (!m_closed) {
+        m_descriptor.Lower();
     }
 }
 

@@ -14,26 +14,26 @@ public:
     EventObject(bool manualReset, bool signalled);
 
     // False when the process had no descriptor left; the object must then not be used.
-    [[nodiscard]] bool IsValid() const { return descriptor_.IsOpen(); }
+    [[nodiscard]] bool IsValid() const { return m_descriptor.IsOpen(); }
 
     // Both take SignalLock() themselves.
     void Set();
     void Reset();
 
     void OnClose() override;
-    [[nodiscard]] int PollDescriptor() const override { return descriptor_.Get(); }
-    [[nodiscard]] bool IsSignalled() const override { return signalled_; }
+    [[nodiscard]] int PollDescriptor() const override { return m_descriptor.Get(); }
+    [[nodiscard]] bool IsSignalled() const override { return m_signalled; }
     void Take() override;
-    [[nodiscard]] bool CanBeSignalled() const override { return signalled_ || !closed_; }
+    [[nodiscard]] bool CanBeSignalled() const override { return m_signalled || !m_closed; }
 
 private:
-    // The descriptor is raised while signalled_ or closed_.
+    // The descriptor is raised while m_signalled or m_closed.
     void ClearSignal();
 
-    const bool manualReset_;
-    bool signalled_;
-    bool closed_ = false;
-    SignalDescriptor descriptor_;
+    const bool m_manualReset;
+    bool m_signalled;
+    bool m_closed = false;
+    SignalDescriptor m_descriptor;
 };
 
 }  // namespace quillmark::platform

@@ -12,15 +12,15 @@ public:
     SignalDescriptor& operator=(const SignalDescriptor&) = delete;
 
     // False when the process had no descriptor left; the object is then of no use.
-    [[nodiscard]] bool IsOpen() const { return descriptor_ >= 0; }
-    [[nodiscard]] int Get() const { return descriptor_; }
+    [[nodiscard]] bool IsOpen() const { return m_descriptor >= 0; }
+    [[nodiscard]] int Get() const { return m_descriptor; }
 
     void Raise();
     void Lower();
 
 private:
-    int descriptor_;
-    bool raised_ = false;
+    int m_descriptor;
+    bool m_raised = false;
 };
 
 }  // namespace quillmark::platform

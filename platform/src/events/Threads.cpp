@@ -18,46 +18,46 @@ using namespace quillmark::platform;
 namespace {
 
 // The granularity in which Windows reserves stacks, so the least that a thread has there.
-constexpr SIZE_T kLeastStack = 64 * 1024;
+constexpr SIZE_T LeastStack = 64 * 1024;
 
 class ThreadObject final : public WaitableObject {
 public:
-    [[nodiscard]] bool IsValid() const { return ended_.IsOpen(); }
+    [[nodiscard]] bool IsValid() const { return m_ended.IsOpen(); }
 
     void Started(DWORD id) {
-        id_.store(id);
-        id_.notify_all();
+        m_id.store(id);
+        m_id.notify_all();
     }
 
     // Blocks until the new thread has begun to run.
     [[nodiscard]] DWORD WaitForId() const {
-        id_.wait(0);
-        return id_.load();
+        m_id.wait(0);
+        return m_id.load();
     }
 
     void Ended(DWORD exitCode) {
         const std::lock_guard guard(SignalLock());
-        exitCode_ = exitCode;
-        hasEnded_ = true;
-        ended_.Raise();
+        m_exitCode = exitCode;
+        m_hasEnded = true;
+        m_ended.Raise();
     }
 
     [[nodiscard]] DWORD ExitCode() const {
         const std::lock_guard guard(SignalLock());
-        return exitCode_;
+        return m_exitCode;
     }
 
-    [[nodiscard]] int PollDescriptor() const override { return ended_.Get(); }
-    [[nodiscard]] bool IsSignalled() const override { return hasEnded_; }
+    [[nodiscard]] int PollDescriptor() const override { return m_ended.Get(); }
+    [[nodiscard]] bool IsSignalled() const override { return m_hasEnded; }
     void Take() override {}
     // A thread ends whether or not somebody has its handle.
     [[nodiscard]] bool CanBeSignalled() const override { return true; }
 
 private:
-    std::atomic<DWORD> id_ = 0;
-    bool hasEnded_ = false;
-    DWORD exitCode_ = STILL_ACTIVE;
-    SignalDescriptor ended_;
+    std::atomic<DWORD> m_id = 0;
+    bool m_hasEnded = false;
+    DWORD m_exitCode = STILL_ACTIVE;
+    SignalDescriptor m_ended;
 };
 
 struct StartRecord {
@@ -75,10 +75,10 @@ extern "C" void* RunThread(void* argument) noexcept {
 
 class ThreadAttributes {
 public:
-    ThreadAttributes() : valid_(pthread_attr_init(&attributes_) == 0) {}
+    ThreadAttributes() : m_valid(pthread_attr_init(&m_attributes) == 0) {}
     ~ThreadAttributes() {
-        if (valid_) {
-            pthread_attr_destroy(&attributes_);
+        if (m_valid) {
+            pthread_attr_destroy(&m_attributes);
         }
     }
     ThreadAttributes(const ThreadAttributes&) = delete;
@@ -86,22 +86,22 @@ public:
 
     // Nobody joins these threads: whoever is interested waits on the handle.
     [[nodiscard]] bool Prepare(SIZE_T stackSize, bool mayBeSmallerThanDefault) {
-        if (!valid_ || pthread_attr_setdetachstate(&attributes_, PTHREAD_CREATE_DETACHED) != 0) {
+        if (!m_valid || pthread_attr_setdetachstate(&m_attributes, PTHREAD_CREATE_DETACHED) != 0) {
             return false;
         }
         SIZE_T defaultSize = 0;
-        if (stackSize == 0 || pthread_attr_getstacksize(&attributes_, &defaultSize) != 0) {
+        if (stackSize == 0 || pthread_attr_getstacksize(&m_attributes, &defaultSize) != 0) {
             return stackSize == 0;
         }
-        const SIZE_T least = mayBeSmallerThanDefault ? kLeastStack : defaultSize;
-        return pthread_attr_setstacksize(&attributes_, std::max(stackSize, least)) == 0;
+        const SIZE_T least = mayBeSmallerThanDefault ? LeastStack : defaultSize;
+        return pthread_attr_setstacksize(&m_attributes, std::max(stackSize, least)) == 0;
     }
 
-    [[nodiscard]] const pthread_attr_t* Get() const { return &attributes_; }
+    [[nodiscard]] const pthread_attr_t* Get() const { return &m_attributes; }
 
 private:
-    pthread_attr_t attributes_;
-    bool valid_;
+    pthread_attr_t m_attributes;
+    bool m_valid;
 };
 
 DWORD StartThread(std::unique_ptr<StartRecord> record, SIZE_T stackSize, bool mayBeSmallerThanDefault) {

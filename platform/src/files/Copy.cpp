@@ -21,7 +21,7 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 int WriteAll(int target, const char* bytes, std::size_t size) {
     while (size > 0) {
@@ -80,7 +80,7 @@ public:
         if (!m_sourceInfo.IsRegular()) {
             return ERROR_NOT_SUPPORTED;
         }
-        return AcquireShare(m_sourceInfo.id, {FILE_READ_DATA, kShareAll}, m_sourceTicket);
+        return AcquireShare(m_sourceInfo.id, {FILE_READ_DATA, ShareAll}, m_sourceTicket);
     }
 
     DWORD OpenTarget(bool failIfExists) {

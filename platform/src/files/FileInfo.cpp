@@ -13,7 +13,7 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr std::int64_t kNanosecondsPerTick = 100;
+constexpr std::int64_t NanosecondsPerTick = 100;
 
 FILETIME FromStatx(const statx_timestamp& time) {
     return ToFileTime(time.tv_sec, time.tv_nsec);
@@ -70,7 +70,7 @@ FILETIME ToFileTime(std::int64_t seconds, std::uint32_t nanoseconds) {
 
 timespec ToTimespec(std::uint64_t ticks) {
     const auto value = static_cast<std::int64_t>(ticks);
-    return {value / kTicksPerSecond - kUnixEpochSeconds, value % kTicksPerSecond * kNanosecondsPerTick};
+    return {value / TicksPerSecond - UnixEpochSeconds, value % TicksPerSecond * NanosecondsPerTick};
 }
 
 }  // namespace quillmark::platform

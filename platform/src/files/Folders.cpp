@@ -70,7 +70,7 @@ DWORD AnswerText(DWORD capacity, LPWSTR buffer, Make&& make) noexcept {
     return Answer(code) ? length : 0;
 }
 
-constexpr DWORD kNumbers = 0x10000;
+constexpr DWORD NumberCount = 0x10000;
 
 std::u16string NumberedName(const std::u16string& start, DWORD number) {
     constexpr char16_t digits[] = u"0123456789ABCDEF";
@@ -85,8 +85,8 @@ std::u16string NumberedName(const std::u16string& start, DWORD number) {
 DWORD CreateNumbered(const std::u16string& start, DWORD& number, std::u16string& name) {
     DWORD random = 0;
     (void)::getrandom(&random, sizeof(random), 0);
-    for (DWORD attempt = 0; attempt < kNumbers; ++attempt) {
-        number = (random + attempt) % kNumbers;
+    for (DWORD attempt = 0; attempt < NumberCount; ++attempt) {
+        number = (random + attempt) % NumberCount;
         if (number == 0) {
             continue;
         }
@@ -127,7 +127,7 @@ DWORD TemporaryName(LPCWSTR folder, LPCWSTR prefix, DWORD unique, LPWSTR buffer,
     if (start.back() >= 0xD800 && start.back() <= 0xDBFF) {
         start.pop_back();  // the cut went through a pair
     }
-    number = unique % kNumbers;
+    number = unique % NumberCount;
     std::u16string name = NumberedName(start, number);
     if (number == 0) {
         FileInfo info;

@@ -21,8 +21,8 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-constexpr DWORD kKnownFlags =
+constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD KnownFlags =
     MOVEFILE_REPLACE_EXISTING | MOVEFILE_COPY_ALLOWED | MOVEFILE_DELAY_UNTIL_REBOOT | MOVEFILE_WRITE_THROUGH;
 
 struct Moving {
@@ -134,7 +134,7 @@ DWORD CheckSource(Moving& moving) {
     if (error != 0) {
         return ErrorForPath(error, moving.from);
     }
-    return AcquireShare(moving.source.id, {DELETE, kShareAll}, moving.sourceTicket);
+    return AcquireShare(moving.source.id, {DELETE, ShareAll}, moving.sourceTicket);
 }
 
 DWORD CheckTarget(Moving& moving) {
@@ -148,7 +148,7 @@ DWORD CheckTarget(Moving& moving) {
     // Devices and pipes are not files to be replaced, whatever the caller may do as root.
     const bool replaceable = target.IsRegular() || target.isLink;
     const bool refused = !replaceable || target.IsReadOnly() || moving.source.IsFolder() ||
-                         AcquireShare(target.id, {DELETE, kShareAll}, moving.targetTicket) != ERROR_SUCCESS;
+                         AcquireShare(target.id, {DELETE, ShareAll}, moving.targetTicket) != ERROR_SUCCESS;
     return refused ? ERROR_ACCESS_DENIED : ERROR_SUCCESS;
 }
 
@@ -180,7 +180,7 @@ DWORD RenameOrCopy(const Moving& moving) {
 }
 
 DWORD Move(LPCWSTR existing, LPCWSTR target, DWORD flags) {
-    if ((flags & ~kKnownFlags) != 0) {
+    if ((flags & ~KnownFlags) != 0) {
         return ERROR_INVALID_PARAMETER;
     }
     if ((flags & MOVEFILE_DELAY_UNTIL_REBOOT) != 0) {

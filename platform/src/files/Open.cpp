@@ -19,8 +19,8 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr DWORD kAllShares = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-constexpr DWORD kUnsupportedFlags = FILE_FLAG_OVERLAPPED | FILE_FLAG_OPEN_REPARSE_POINT;
+constexpr DWORD AllShares = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD UnsupportedFlags = FILE_FLAG_OVERLAPPED | FILE_FLAG_OPEN_REPARSE_POINT;
 
 struct Request {
     std::string path;
@@ -55,11 +55,11 @@ DWORD ResolveGenericRights(DWORD access) {
 DWORD CheckArguments(DWORD access, DWORD share, DWORD disposition, DWORD flags, HANDLE templateFile) {
     const bool truncatesUnwritable =
         disposition == TRUNCATE_EXISTING && (access & (GENERIC_WRITE | GENERIC_ALL | FILE_WRITE_DATA)) == 0;
-    if (disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING || (share & ~kAllShares) != 0 ||
+    if (disposition < CREATE_NEW || disposition > TRUNCATE_EXISTING || (share & ~AllShares) != 0 ||
         truncatesUnwritable) {
         return ERROR_INVALID_PARAMETER;
     }
-    return (flags & kUnsupportedFlags) != 0 || templateFile != nullptr ? ERROR_NOT_SUPPORTED : ERROR_SUCCESS;
+    return (flags & UnsupportedFlags) != 0 || templateFile != nullptr ? ERROR_NOT_SUPPORTED : ERROR_SUCCESS;
 }
 
 int OpenFlags(const Request& request) {

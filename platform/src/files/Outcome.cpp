@@ -16,7 +16,7 @@ struct Translation {
     DWORD code;
 };
 
-constexpr Translation kTranslations[] = {
+constexpr Translation Translations[] = {
     {0, ERROR_SUCCESS},
     {ENOENT, ERROR_FILE_NOT_FOUND},
     {ENOTDIR, ERROR_PATH_NOT_FOUND},
@@ -65,7 +65,7 @@ std::string FolderOf(const std::string& path) {
 }  // namespace
 
 DWORD ErrorFromErrno(int number) {
-    for (const Translation& translation : kTranslations) {
+    for (const Translation& translation : Translations) {
         if (translation.number == number) {
             return translation.code;
         }

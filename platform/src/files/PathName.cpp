@@ -9,7 +9,7 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr char16_t kRawByteBase = 0xDC00;
+constexpr char16_t RawByteBase = 0xDC00;
 
 std::uint8_t ByteAt(std::string_view bytes, std::size_t at) {
     return static_cast<std::uint8_t>(bytes[at]);
@@ -85,7 +85,7 @@ std::u16string PathFromBytes(std::string_view bytes) {
         char32_t codePoint = 0;
         const std::size_t length = DecodeSequence(bytes, at, codePoint);
         if (length == 0) {
-            path.push_back(static_cast<char16_t>(kRawByteBase + ByteAt(bytes, at)));
+            path.push_back(static_cast<char16_t>(RawByteBase + ByteAt(bytes, at)));
             ++at;
         } else {
             AppendUtf16(path, codePoint);
@@ -106,8 +106,8 @@ bool PathToBytes(std::u16string_view path, std::string& bytes) {
         if (IsLead(unit) && at + 1 < path.size() && IsTrail(path[at + 1])) {
             const char32_t high = static_cast<char32_t>(unit) - 0xD800;
             AppendUtf8(bytes, 0x10000 + (high << 10) + (path[++at] - 0xDC00u));
-        } else if (unit >= kRawByteBase + 0x80 && unit <= kRawByteBase + 0xFF) {
-            bytes.push_back(static_cast<char>(unit - kRawByteBase));
+        } else if (unit >= RawByteBase + 0x80 && unit <= RawByteBase + 0xFF) {
+            bytes.push_back(static_cast<char>(unit - RawByteBase));
         } else if (IsLead(unit) || IsTrail(unit)) {
             return false;
         } else {

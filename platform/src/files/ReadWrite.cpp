@@ -18,9 +18,9 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr std::int64_t kLargestOffset = std::numeric_limits<std::int64_t>::max();
+constexpr std::int64_t LargestOffset = std::numeric_limits<std::int64_t>::max();
 // Both halves of an offset all ones: a write at the end of the file.
-constexpr std::uint64_t kEndOfFile = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t EndOfFile = std::numeric_limits<std::uint64_t>::max();
 
 std::uint64_t OffsetOf(const OVERLAPPED& overlapped) {
     return (std::uint64_t{overlapped.OffsetHigh} << 32) | overlapped.Offset;
@@ -37,7 +37,7 @@ ssize_t Uninterrupted(Call&& call) {
 }
 
 DWORD ReadPositioned(FileObject& file, BYTE* buffer, DWORD wanted, DWORD& got) {
-    const std::int64_t room = kLargestOffset - file.position;
+    const std::int64_t room = LargestOffset - file.position;
     const DWORD limit = static_cast<DWORD>(std::min<std::int64_t>(wanted, room));
     while (got < limit) {
         const ssize_t count =
@@ -70,7 +70,7 @@ DWORD ReadStream(FileObject& file, BYTE* buffer, DWORD wanted, DWORD& got) {
 }
 
 DWORD WritePositioned(FileObject& file, const BYTE* buffer, DWORD wanted, DWORD& written) {
-    if (wanted > kLargestOffset - file.position) {
+    if (wanted > LargestOffset - file.position) {
         return ERROR_FILE_TOO_LARGE;
     }
     while (written < wanted) {
@@ -121,7 +121,7 @@ DWORD CheckTransfer(HANDLE handle, const void* buffer, DWORD wanted, const DWORD
 
 // Puts the position where an OVERLAPPED asks for it.
 DWORD MoveTo(FileObject& file, std::uint64_t offset) {
-    if (offset > static_cast<std::uint64_t>(kLargestOffset)) {
+    if (offset > static_cast<std::uint64_t>(LargestOffset)) {
         return ERROR_INVALID_PARAMETER;
     }
     file.position = static_cast<std::int64_t>(offset);
@@ -148,7 +148,7 @@ DWORD Write(FileObject& file, const BYTE* buffer, DWORD wanted, DWORD& written, 
     if (file.GetKind() == FileObject::Kind::Stream) {
         return WriteStream(file, buffer, wanted, written);
     }
-    const bool atEnd = file.IsAppendOnly() || (overlapped != nullptr && OffsetOf(*overlapped) == kEndOfFile);
+    const bool atEnd = file.IsAppendOnly() || (overlapped != nullptr && OffsetOf(*overlapped) == EndOfFile);
     if (atEnd && wanted != 0) {
         if (const DWORD code = SizeOf(file, file.position); code != ERROR_SUCCESS) {
             return code;

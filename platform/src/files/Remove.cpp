@@ -15,7 +15,7 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 DWORD RemoveFile(LPCWSTR name) {
     std::string path;
@@ -30,7 +30,7 @@ DWORD RemoveFile(LPCWSTR name) {
         return ERROR_ACCESS_DENIED;
     }
     ShareTicket ticket;
-    if (const DWORD code = AcquireShare(info.id, {DELETE, kShareAll}, ticket); code != ERROR_SUCCESS) {
+    if (const DWORD code = AcquireShare(info.id, {DELETE, ShareAll}, ticket); code != ERROR_SUCCESS) {
         return code;
     }
     return ::unlink(path.c_str()) == 0 ? ERROR_SUCCESS : ErrorForPath(errno, path);

@@ -11,24 +11,24 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr std::uintptr_t kFirstNumber = 0x100;
-constexpr std::uintptr_t kNumberStep = 4;
+constexpr std::uintptr_t FirstNumber = 0x100;
+constexpr std::uintptr_t NumberStep = 4;
 // The registry's roots begin here.
-constexpr std::uintptr_t kEndOfNumbers = 0x80000000u;
-constexpr std::size_t kMaximumHandles = (kEndOfNumbers - kFirstNumber) / kNumberStep;
+constexpr std::uintptr_t EndOfNumbers = 0x80000000u;
+constexpr std::size_t MaximumHandles = (EndOfNumbers - FirstNumber) / NumberStep;
 
 struct Table {
     std::mutex lock;
     std::unordered_map<std::uintptr_t, std::shared_ptr<HandleObject>> entries;
-    std::uintptr_t nextNumber = kFirstNumber;
+    std::uintptr_t nextNumber = FirstNumber;
 
     // The caller holds the lock and has seen that there is room.
     std::uintptr_t TakeFreeNumber() {
         for (;;) {
             const std::uintptr_t number = nextNumber;
-            nextNumber += kNumberStep;
-            if (nextNumber >= kEndOfNumbers) {
-                nextNumber = kFirstNumber;
+            nextNumber += NumberStep;
+            if (nextNumber >= EndOfNumbers) {
+                nextNumber = FirstNumber;
             }
             if (!entries.contains(number)) {
                 return number;
@@ -53,7 +53,7 @@ HANDLE InsertHandle(std::shared_ptr<HandleObject> object) {
     Table& table = TheTable();
     try {
         const std::lock_guard guard(table.lock);
-        if (table.entries.size() < kMaximumHandles) {
+        if (table.entries.size() < MaximumHandles) {
             const std::uintptr_t number = table.TakeFreeNumber();
             table.entries.emplace(number, std::move(object));
             return reinterpret_cast<HANDLE>(number);

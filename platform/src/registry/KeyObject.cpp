@@ -67,7 +67,7 @@ DWORD SubKeyPath(const KeyReference& reference, LPCWSTR subKey, KeyPath& path) {
     }
     while (!rest.empty()) {
         const std::size_t end = std::min(rest.find(u'\\'), rest.size());
-        if (end > kLongestKeyName || path.size() >= kDeepestKey) {
+        if (end > LongestKeyName || path.size() >= DeepestKey) {
             return ERROR_INVALID_PARAMETER;
         }
         if (end > 0) {

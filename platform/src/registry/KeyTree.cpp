@@ -8,7 +8,7 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr std::size_t kMostKeys = 262'144;
+constexpr std::size_t MostKeys = 262'144;
 
 std::unique_ptr<KeyNode> CopyOf(const KeyNode& node) {
     auto copy = std::make_unique<KeyNode>();
@@ -62,7 +62,7 @@ KeyNode* KeyTree::ChildOf(KeyNode& parent, std::u16string_view name) {
     if (const auto present = parent.children.find(folded); present != parent.children.end()) {
         return present->second.get();
     }
-    if (m_count >= kMostKeys) {
+    if (m_count >= MostKeys) {
         return nullptr;
     }
     auto child = std::make_unique<KeyNode>();
@@ -72,7 +72,7 @@ KeyNode* KeyTree::ChildOf(KeyNode& parent, std::u16string_view name) {
 }
 
 KeyNode* KeyTree::Create(const KeyPath& path) {
-    if (path.size() > kDeepestKey) {
+    if (path.size() > DeepestKey) {
         return nullptr;
     }
     KeyNode* node = &m_top;
@@ -88,7 +88,7 @@ KeyNode* KeyTree::Create(const KeyPath& path) {
 
 void KeyTree::Delete(const KeyPath& path) {
     Forget(path);
-    if (m_kind == Kind::Contents || path.size() > kDeepestKey) {
+    if (m_kind == Kind::Contents || path.size() > DeepestKey) {
         return;
     }
     KeyNode* node = &m_top;

@@ -18,10 +18,10 @@ namespace quillmark::platform {
 // The names from the root ("HKEY_LOCAL_MACHINE") down. Never empty.
 using KeyPath = std::vector<std::u16string>;
 
-inline constexpr std::size_t kLongestKeyName = 255;
-inline constexpr std::size_t kLongestValueName = 16383;
-inline constexpr std::size_t kDeepestKey = 512;
-inline constexpr std::size_t kLargestValue = 1024 * 1024;
+inline constexpr std::size_t LongestKeyName = 255;
+inline constexpr std::size_t LongestValueName = 16383;
+inline constexpr std::size_t DeepestKey = 512;
+inline constexpr std::size_t LargestValue = 1024 * 1024;
 
 struct RegistryValue {
     std::u16string name;

@@ -21,9 +21,9 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr std::uint32_t kFolderComesOrGoes = IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
-constexpr std::uint32_t kFilesChange =
-    kFolderComesOrGoes | IN_MODIFY | IN_CLOSE_WRITE | IN_DELETE | IN_MOVED_FROM | IN_ATTRIB;
+constexpr std::uint32_t FolderComesOrGoes = IN_CREATE | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+constexpr std::uint32_t FilesChange =
+    FolderComesOrGoes | IN_MODIFY | IN_CLOSE_WRITE | IN_DELETE | IN_MOVED_FROM | IN_ATTRIB;
 
 // The watch on a folder, or on the nearest one above it while it does not exist.
 class FolderWatch {
@@ -33,7 +33,7 @@ public:
     // To be called before the folder is looked at, each time anything happened.
     DWORD Renew(const std::string& folder) {
         const std::string nearest = NearestFolder(folder);
-        const std::uint32_t mask = nearest == folder ? kFilesChange : kFolderComesOrGoes;
+        const std::uint32_t mask = nearest == folder ? FilesChange : FolderComesOrGoes;
         const int watch = ::inotify_add_watch(m_notices, nearest.c_str(), mask);
         if (watch < 0) {
             // Gone again already: the next look finds another one.

@@ -12,8 +12,8 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr REGSAM kWritingRights = KEY_SET_VALUE | KEY_CREATE_SUB_KEY | DELETE;
-constexpr REGSAM kWow64Rights = KEY_WOW64_32KEY | KEY_WOW64_64KEY;
+constexpr REGSAM WritingRights = KEY_SET_VALUE | KEY_CREATE_SUB_KEY | DELETE;
+constexpr REGSAM Wow64Rights = KEY_WOW64_32KEY | KEY_WOW64_64KEY;
 
 // Resolves the generic rights. ERROR_ACCESS_DENIED when writing was asked for where this process may not write.
 DWORD ResolveRights(const RegStore& store, REGSAM& rights) {
@@ -21,7 +21,7 @@ DWORD ResolveRights(const RegStore& store, REGSAM& rights) {
     rights |= (rights & GENERIC_EXECUTE) != 0 ? KEY_EXECUTE : 0;
     rights |= (rights & GENERIC_WRITE) != 0 ? KEY_WRITE : 0;
     rights |= (rights & GENERIC_ALL) != 0 ? KEY_ALL_ACCESS : 0;
-    if ((rights & kWritingRights) != 0 && !store.IsWritable()) {
+    if ((rights & WritingRights) != 0 && !store.IsWritable()) {
         return ERROR_ACCESS_DENIED;
     }
     if ((rights & MAXIMUM_ALLOWED) != 0) {
@@ -199,7 +199,7 @@ LSTATUS WINAPI RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD Reserved, LPWS
 
 LSTATUS WINAPI RegDeleteKeyExW(HKEY hKey, LPCWSTR lpSubKey, REGSAM samDesired, DWORD Reserved) {
     return Status(CodeOf([&]() -> DWORD {
-        if (lpSubKey == nullptr || Reserved != 0 || (samDesired & ~kWow64Rights) != 0) {
+        if (lpSubKey == nullptr || Reserved != 0 || (samDesired & ~Wow64Rights) != 0) {
             return ERROR_INVALID_PARAMETER;
         }
         return Delete(hKey, lpSubKey);

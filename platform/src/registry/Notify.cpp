@@ -12,7 +12,7 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr DWORD kKnownFilters =
+constexpr DWORD KnownFilters =
     REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_ATTRIBUTES | REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_CHANGE_SECURITY;
 
 // The registry functions leave the last error alone, also where they use others that set it.
@@ -64,7 +64,7 @@ LSTATUS WINAPI RegNotifyChangeKeyValue(HKEY hKey, BOOL bWatchSubtree, DWORD dwNo
     const LastErrorKept kept;
     return static_cast<LSTATUS>(CodeOf([&]() -> DWORD {
         const DWORD bits = dwNotifyFilter & ~REG_NOTIFY_THREAD_AGNOSTIC;
-        if (bits == 0 || (bits & ~kKnownFilters) != 0 || (fAsynchronous != FALSE && hEvent == nullptr)) {
+        if (bits == 0 || (bits & ~KnownFilters) != 0 || (fAsynchronous != FALSE && hEvent == nullptr)) {
             return ERROR_INVALID_PARAMETER;
         }
         const ChangeFilter filter{(bits & REG_NOTIFY_CHANGE_NAME) != 0, (bits & REG_NOTIFY_CHANGE_LAST_SET) != 0,

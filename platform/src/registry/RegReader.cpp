@@ -10,8 +10,8 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr std::u16string_view kLineBreaks = u"\r\n";
-constexpr char16_t kReplacement = 0xFFFD;
+constexpr std::u16string_view LineBreaks = u"\r\n";
+constexpr char16_t ReplacementCharacter = 0xFFFD;
 
 std::u16string FromUtf8(std::string_view bytes) {
     std::u16string text = PathFromBytes(bytes);
@@ -19,7 +19,7 @@ std::u16string FromUtf8(std::string_view bytes) {
         // What was no UTF-8; a surrogate pair's second half always follows its first.
         const bool pairs = &unit != text.data() && *(&unit - 1) >= 0xD800 && *(&unit - 1) <= 0xDBFF;
         if (unit >= 0xDC80 && unit <= 0xDCFF && !pairs) {
-            unit = kReplacement;
+            unit = ReplacementCharacter;
         }
     }
     return text;
@@ -94,7 +94,7 @@ private:
     }
 
     [[nodiscard]] std::u16string_view RestOfLine() const {
-        const std::size_t end = m_text.find_first_of(kLineBreaks, m_at);
+        const std::size_t end = m_text.find_first_of(LineBreaks, m_at);
         return m_text.substr(m_at, end == std::u16string_view::npos ? end : end - m_at);
     }
 
@@ -153,7 +153,7 @@ private:
         RegistryValue value;
         if (Take(u"@")) {
             value.name.clear();
-        } else if (std::optional<std::u16string> name = ReadQuoted(); name && name->size() <= kLongestValueName) {
+        } else if (std::optional<std::u16string> name = ReadQuoted(); name && name->size() <= LongestValueName) {
             value.name = std::move(*name);
         } else {
             return false;
@@ -169,7 +169,7 @@ private:
             }
             return true;
         }
-        if (!ReadData(value) || !TakeLineEnd() || value.data.size() > kLargestValue) {
+        if (!ReadData(value) || !TakeLineEnd() || value.data.size() > LargestValue) {
             return false;
         }
         m_tree.Set(*m_key, std::move(value));
@@ -222,7 +222,7 @@ private:
     // A text in quotes. It may go on over lines; whether its end is the real one shows in what follows it.
     std::optional<std::u16string> ReadQuoted() {
         std::u16string text;
-        for (std::size_t at = m_at + 1; at < m_text.size() && text.size() <= kLargestValue / 2; ++at) {
+        for (std::size_t at = m_at + 1; at < m_text.size() && text.size() <= LargestValue / 2; ++at) {
             char16_t unit = m_text[at];
             if (unit == u'"') {
                 m_at = at + 1;
@@ -240,7 +240,7 @@ private:
     void SkipContinuation() {
         SkipBlanks();
         while (Peek() == u'\\' &&
-               m_text.find_first_not_of(u" \t", m_at + 1) == m_text.find_first_of(kLineBreaks, m_at + 1)) {
+               m_text.find_first_not_of(u" \t", m_at + 1) == m_text.find_first_of(LineBreaks, m_at + 1)) {
             SkipLine();
             SkipBlanks();
         }
@@ -250,7 +250,7 @@ private:
         SkipContinuation();
         while (!AtLineEnd() && Peek() != u';') {
             const int high = HexDigit(Peek());
-            if (high < 0 || value.data.size() > kLargestValue) {
+            if (high < 0 || value.data.size() > LargestValue) {
                 return false;
             }
             ++m_at;
@@ -291,7 +291,7 @@ KeyPath ParseKeyPath(std::u16string_view text, const std::vector<std::u16string>
     KeyPath path;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find(u'\\'), text.size());
-        if (end > kLongestKeyName || path.size() > kDeepestKey) {
+        if (end > LongestKeyName || path.size() > DeepestKey) {
             return {};
         }
         if (end > 0) {

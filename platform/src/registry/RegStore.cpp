@@ -24,12 +24,12 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr const char* kMachineFolder = "/etc/quillmark";
-constexpr std::string_view kOwnFile = "quillmark.reg";
-constexpr const char* kLockFile = ".quillmark.lock";
-constexpr std::size_t kLargestFile = 16 * 1024 * 1024;
+constexpr const char* MachineFolder = "/etc/quillmark";
+constexpr std::string_view OwnFile = "quillmark.reg";
+constexpr const char* LockFile = ".quillmark.lock";
+constexpr std::size_t LargestFile = 16 * 1024 * 1024;
 // Longer than the clock behind file times stands still.
-constexpr std::int64_t kSettledAfterNanoseconds = 50'000'000;
+constexpr std::int64_t SettledAfterNanoseconds = 50'000'000;
 
 std::int64_t Nanoseconds(const timespec& time) {
     return time.tv_sec * 1'000'000'000 + time.tv_nsec;
@@ -58,7 +58,7 @@ int ReadWhole(const std::string& path, std::string& bytes) {
     if (const int error = ReadInfo(file.Get(), info); error != 0 || !info.IsRegular()) {
         return error;
     }
-    if (info.size > kLargestFile) {
+    if (info.size > LargestFile) {
         return EFBIG;
     }
     std::string read(info.size, '\0');
@@ -133,7 +133,7 @@ DWORD LockFolder(const std::string& folder, Descriptor& lock) {
     if (const int error = MakeFolders(folder); error != 0) {
         return ErrorFromErrno(error);
     }
-    lock = Descriptor(::open((folder + "/" + kLockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    lock = Descriptor(::open((folder + "/" + LockFile).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (!lock.IsOpen()) {
         return ErrorFromErrno(errno);
     }
@@ -177,7 +177,7 @@ std::shared_ptr<RegStore> RegStore::ForRoot(const std::u16string& root) {
     if (root == u"HKEY_CURRENT_USER") {
         return StoreOf(UserFolder("XDG_CONFIG_HOME", ".config") + "/quillmark", {u"HKEY_CURRENT_USER"});
     }
-    return StoreOf(kMachineFolder, {u"HKEY_LOCAL_MACHINE", u"HKEY_USERS"});
+    return StoreOf(MachineFolder, {u"HKEY_LOCAL_MACHINE", u"HKEY_USERS"});
 }
 
 RegStore::RegStore(std::string folder, std::vector<std::u16string> roots)
@@ -203,7 +203,7 @@ int RegStore::Look(Fingerprint& fingerprint) const {
     }
     std::sort(fingerprint.files.begin(), fingerprint.files.end(),
               [](const FileStamp& one, const FileStamp& other) { return one.name < other.name; });
-    fingerprint.settled = newest + kSettledAfterNanoseconds < Nanoseconds(now);
+    fingerprint.settled = newest + SettledAfterNanoseconds < Nanoseconds(now);
     return opening;
 }
 
@@ -225,7 +225,7 @@ int RegStore::Refresh() {
     auto snapshot = std::make_shared<RegSnapshot>();
     std::int64_t newest = 0;
     for (const FileStamp& file : fingerprint->files) {
-        const bool own = file.name == kOwnFile;
+        const bool own = file.name == OwnFile;
         std::string bytes;
         const int error = ReadWhole(m_folder + "/" + file.name, bytes);
         if (IsShortage(error)) {
@@ -268,10 +268,10 @@ DWORD RegStore::Change(const Edit& edit) {
 
 DWORD RegStore::Write(const KeyTree& changes) const {
     const std::string bytes = WriteRegFile(changes);
-    if (bytes.size() > kLargestFile) {
+    if (bytes.size() > LargestFile) {
         return ERROR_NO_SYSTEM_RESOURCES;
     }
-    Replacement replacement(m_folder + "/" + std::string(kOwnFile));
+    Replacement replacement(m_folder + "/" + std::string(OwnFile));
     if (const DWORD code = replacement.Fill(bytes); code != ERROR_SUCCESS) {
         return code;
     }

@@ -6,8 +6,8 @@
 namespace quillmark::platform {
 namespace {
 
-constexpr std::u16string_view kLineEnd = u"\r\n";
-constexpr std::u16string_view kHexDigits = u"0123456789abcdef";
+constexpr std::u16string_view LineEnd = u"\r\n";
+constexpr std::u16string_view HexDigits = u"0123456789abcdef";
 
 char16_t UnitAt(const std::vector<BYTE>& data, std::size_t at) {
     return static_cast<char16_t>(data[at] | data[at + 1] << 8);
@@ -35,7 +35,7 @@ void AppendQuotedUnit(std::u16string& out, char16_t unit) {
 
 void AppendHex(std::u16string& out, DWORD number, unsigned digits) {
     for (unsigned digit = digits; digit-- > 0;) {
-        out.push_back(kHexDigits[(number >> (4 * digit)) & 0xF]);
+        out.push_back(HexDigits[(number >> (4 * digit)) & 0xF]);
     }
 }
 
@@ -94,15 +94,15 @@ void AppendValue(std::u16string& out, const RegistryValue& value) {
     } else {
         AppendData(out, value);
     }
-    out += kLineEnd;
+    out += LineEnd;
 }
 
 void AppendKey(std::u16string& out, const std::u16string& path, const KeyNode& key) {
     if (key.clears) {
-        out.append(kLineEnd).append(u"[-").append(path).append(u"]").append(kLineEnd);
+        out.append(LineEnd).append(u"[-").append(path).append(u"]").append(LineEnd);
     }
     if (key.exists) {
-        out.append(kLineEnd).append(u"[").append(path).append(u"]").append(kLineEnd);
+        out.append(LineEnd).append(u"[").append(path).append(u"]").append(LineEnd);
         for (const auto& [folded, value] : key.values) {
             AppendValue(out, value);
         }
@@ -116,7 +116,7 @@ void AppendKey(std::u16string& out, const std::u16string& path, const KeyNode& k
 
 std::string WriteRegFile(const KeyTree& changes) {
     std::u16string text = u"\xFEFFWindows Registry Editor Version 5.00";
-    text += kLineEnd;
+    text += LineEnd;
     for (const auto& [folded, root] : changes.Top().children) {
         AppendKey(text, root->name, *root);
     }

@@ -136,11 +136,11 @@ LSTATUS WINAPI RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD Reserved, DW
                               DWORD cbData) {
     return Status(CodeOf([&]() -> DWORD {
         std::u16string name = NameOf(lpValueName);
-        if (Reserved != 0 || (lpData == nullptr && cbData != 0) || name.size() > kLongestValueName ||
+        if (Reserved != 0 || (lpData == nullptr && cbData != 0) || name.size() > LongestValueName ||
             HasControlCharacters(name)) {
             return ERROR_INVALID_PARAMETER;
         }
-        if (cbData > kLargestValue) {
+        if (cbData > LargestValue) {
             return ERROR_NO_SYSTEM_RESOURCES;
         }
         RegistryValue value{std::move(name), dwType, {}, false};

@@ -12,7 +12,7 @@ using namespace quillmark::platform;
 
 namespace {
 
-constexpr std::size_t kGreatestSize = std::numeric_limits<int>::max();
+constexpr std::size_t GreatestSize = std::numeric_limits<int>::max();
 
 int Fail(DWORD error) {
     SetLastError(error);
@@ -23,26 +23,26 @@ int Fail(DWORD error) {
 template <typename Unit>
 class Output {
 public:
-    Output(Unit* buffer, int size) : buffer_(buffer), size_(static_cast<std::size_t>(size)) {}
+    Output(Unit* buffer, int size) : m_buffer(buffer), m_size(static_cast<std::size_t>(size)) {}
 
     // False when the buffer is full.
     [[nodiscard]] bool Put(const Unit* units, std::size_t count) {
-        if (size_ != 0) {
-            if (count > size_ - count_) {
+        if (m_size != 0) {
+            if (count > m_size - m_count) {
                 return false;
             }
-            std::char_traits<Unit>::copy(buffer_ + count_, units, count);
+            std::char_traits<Unit>::copy(m_buffer + m_count, units, count);
         }
-        count_ += count;
+        m_count += count;
         return true;
     }
 
-    [[nodiscard]] std::size_t Count() const { return count_; }
+    [[nodiscard]] std::size_t Count() const { return m_count; }
 
 private:
-    Unit* buffer_;
-    std::size_t size_;
-    std::size_t count_ = 0;
+    Unit* m_buffer;
+    std::size_t m_size;
+    std::size_t m_count = 0;
 };
 
 bool PutCharacter(Output<WCHAR>& output, char32_t character) {
@@ -104,7 +104,7 @@ int Convert(const From* source, int sourceSize, To* buffer, int bufferSize, bool
         }
         rest.remove_prefix(next.length);
     }
-    return output.Count() <= kGreatestSize ? static_cast<int>(output.Count()) : Fail(ERROR_INVALID_PARAMETER);
+    return output.Count() <= GreatestSize ? static_cast<int>(output.Count()) : Fail(ERROR_INVALID_PARAMETER);
 }
 
 }  // namespace

@@ -45,7 +45,7 @@ DecodedCharacter DecodeUtf8(std::string_view text) {
         const unsigned char to = i == 1 ? lead.secondTo : 0xBF;
         const auto byte = static_cast<unsigned char>(i < text.size() ? text[i] : 0);
         if (byte < from || byte > to) {
-            return {.character = kReplacementCharacter, .length = i, .wellFormed = false};
+            return {.character = ReplacementCharacter, .length = i, .wellFormed = false};
         }
         character = character << 6 | (byte & 0x3F);
     }

@@ -6,11 +6,11 @@
 
 namespace quillmark::platform {
 
-inline constexpr char32_t kReplacementCharacter = 0xFFFD;
+inline constexpr char32_t ReplacementCharacter = 0xFFFD;
 
 struct DecodedCharacter {
-    // The character, or kReplacementCharacter for what is malformed.
-    char32_t character = kReplacementCharacter;
+    // The character, or ReplacementCharacter for what is malformed.
+    char32_t character = ReplacementCharacter;
     // How many units were read, at least 1. For malformed input they are the maximal part of a sequence that could
     // still have become well-formed, or the one unit that cannot begin or be any.
     std::size_t length = 1;

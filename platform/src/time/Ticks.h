@@ -10,17 +10,17 @@
 
 namespace quillmark::platform {
 
-inline constexpr std::int64_t kTicksPerSecond = 10'000'000;
+inline constexpr std::int64_t TicksPerSecond = 10'000'000;
 // 1970-01-01 in seconds since 1601-01-01.
-inline constexpr std::int64_t kUnixEpochSeconds = 11'644'473'600;
+inline constexpr std::int64_t UnixEpochSeconds = 11'644'473'600;
 
 // Ticks since 1601; negative for earlier moments. The nanoseconds are from 0 to 999,999,999. File systems can hold
 // moments for which 64 bits of ticks are too few: these become the last or the first moment with a whole second.
 [[nodiscard]] constexpr std::int64_t TicksFromUnixTime(const timespec& time) {
-    constexpr std::int64_t kMostSeconds = std::numeric_limits<std::int64_t>::max() / kTicksPerSecond - 1;
+    constexpr std::int64_t MostSeconds = std::numeric_limits<std::int64_t>::max() / TicksPerSecond - 1;
     const std::int64_t seconds =
-        std::clamp<std::int64_t>(time.tv_sec, -kMostSeconds, kMostSeconds - kUnixEpochSeconds) + kUnixEpochSeconds;
-    return seconds * kTicksPerSecond + time.tv_nsec / 100;
+        std::clamp<std::int64_t>(time.tv_sec, -MostSeconds, MostSeconds - UnixEpochSeconds) + UnixEpochSeconds;
+    return seconds * TicksPerSecond + time.tv_nsec / 100;
 }
 
 [[nodiscard]] constexpr std::uint64_t TicksOf(const FILETIME& time) {

@@ -21,15 +21,15 @@ class FilesTestFolder : public ::testing::Test {
 protected:
     FilesTestFolder() {
         std::string pattern = (std::filesystem::temp_directory_path() / "files_test_XXXXXX").string();
-        root_ = ::mkdtemp(pattern.data());
+        m_root = ::mkdtemp(pattern.data());
         SetLastError(0);
     }
-    ~FilesTestFolder() override { std::filesystem::remove_all(root_); }
+    ~FilesTestFolder() override { std::filesystem::remove_all(m_root); }
 
-    const std::string& Root() const { return root_; }
-    std::string Bytes(std::string_view name) const { return root_ + "/" + std::string(name); }
+    const std::string& Root() const { return m_root; }
+    std::string Bytes(std::string_view name) const { return m_root + "/" + std::string(name); }
     std::u16string Path(std::u16string_view name) const {
-        return platform::PathFromBytes(root_) + u"/" + std::u16string(name);
+        return platform::PathFromBytes(m_root) + u"/" + std::u16string(name);
     }
 
     std::u16string Make(std::string_view name, std::string_view contents) const {
@@ -45,7 +45,7 @@ protected:
     }
 
 private:
-    std::string root_;
+    std::string m_root;
 };
 
 // A file that is closed at the end of its test.
@@ -53,27 +53,27 @@ class OpenFile {
 public:
     OpenFile(const std::u16string& path, DWORD access, DWORD disposition = OPEN_EXISTING,
              DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, DWORD flags = FILE_ATTRIBUTE_NORMAL)
-        : handle_(CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr)),
-          error_(GetLastError()) {}
+        : m_handle(CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr)),
+          m_error(GetLastError()) {}
     ~OpenFile() {
         if (IsOpen()) {
-            CloseHandle(handle_);
+            CloseHandle(m_handle);
         }
     }
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
 
-    operator HANDLE() const { return handle_; }
-    bool IsOpen() const { return handle_ != INVALID_HANDLE_VALUE; }
-    DWORD Error() const { return error_; }
+    operator HANDLE() const { return m_handle; }
+    bool IsOpen() const { return m_handle != INVALID_HANDLE_VALUE; }
+    DWORD Error() const { return m_error; }
     void Close() {
-        CloseHandle(handle_);
-        handle_ = INVALID_HANDLE_VALUE;
+        CloseHandle(m_handle);
+        m_handle = INVALID_HANDLE_VALUE;
     }
 
 private:
-    HANDLE handle_;
-    DWORD error_;
+    HANDLE m_handle;
+    DWORD m_error;
 };
 
 inline std::string ReadText(HANDLE file, DWORD size) {

@@ -21,33 +21,33 @@ class RegistryTestFolder : public ::testing::Test {
 protected:
     RegistryTestFolder() {
         std::string pattern = (std::filesystem::temp_directory_path() / "registry_test_XXXXXX").string();
-        root_ = ::mkdtemp(pattern.data());
-        ::setenv("QUILLMARK_REGISTRY", root_.c_str(), 1);
+        m_root = ::mkdtemp(pattern.data());
+        ::setenv("QUILLMARK_REGISTRY", m_root.c_str(), 1);
     }
     ~RegistryTestFolder() override {
         ::unsetenv("QUILLMARK_REGISTRY");
-        std::filesystem::remove_all(root_);
+        std::filesystem::remove_all(m_root);
     }
 
-    const std::string& Root() const { return root_; }
-    bool Exists(std::string_view name) const { return std::filesystem::exists(root_ + "/" + std::string(name)); }
+    const std::string& Root() const { return m_root; }
+    bool Exists(std::string_view name) const { return std::filesystem::exists(m_root + "/" + std::string(name)); }
     void Write(std::string_view name, std::string_view contents) const {
-        std::ofstream(root_ + "/" + std::string(name), std::ios::binary) << contents;
+        std::ofstream(m_root + "/" + std::string(name), std::ios::binary) << contents;
     }
     std::string Read(std::string_view name) const {
-        std::ifstream file(root_ + "/" + std::string(name), std::ios::binary);
+        std::ifstream file(m_root + "/" + std::string(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
 private:
-    std::string root_;
+    std::string m_root;
 };
 
 // An open key, closed at the end of its test.
 class Key {
 public:
     Key(const std::u16string& path, REGSAM rights, HKEY root = HKEY_CURRENT_USER) {
-        EXPECT_EQ(RegOpenKeyExW(root, path.c_str(), 0, rights, &key_), 0);
+        EXPECT_EQ(RegOpenKeyExW(root, path.c_str(), 0, rights, &m_key), 0);
     }
     static Key Create(const std::u16string& path) {
         HKEY key = nullptr;
@@ -55,17 +55,17 @@ public:
             RegCreateKeyExW(HKEY_CURRENT_USER, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), 0);
         return Key(key);
     }
-    ~Key() { RegCloseKey(key_); }
+    ~Key() { RegCloseKey(m_key); }
     Key(const Key&) = delete;
     Key& operator=(const Key&) = delete;
 
-    operator HKEY() const { return key_; }
+    operator HKEY() const { return m_key; }
 
     std::vector<BYTE> Data(LPCWSTR name, DWORD* type = nullptr) const {
         DWORD size = 0;
-        EXPECT_EQ(RegQueryValueExW(key_, name, nullptr, type, nullptr, &size), 0);
+        EXPECT_EQ(RegQueryValueExW(m_key, name, nullptr, type, nullptr, &size), 0);
         std::vector<BYTE> data(size + 1);
-        EXPECT_EQ(RegQueryValueExW(key_, name, nullptr, type, data.data(), &size), 0);
+        EXPECT_EQ(RegQueryValueExW(m_key, name, nullptr, type, data.data(), &size), 0);
         data.resize(size);
         return data;
     }
@@ -82,15 +82,15 @@ public:
         EXPECT_EQ(data.size(), 4u);
         return data.size() != 4 ? 0 : data[0] | DWORD{data[1]} << 8 | DWORD{data[2]} << 16 | DWORD{data[3]} << 24;
     }
-    LSTATUS Query(LPCWSTR name) const { return RegQueryValueExW(key_, name, nullptr, nullptr, nullptr, nullptr); }
+    LSTATUS Query(LPCWSTR name) const { return RegQueryValueExW(m_key, name, nullptr, nullptr, nullptr, nullptr); }
     LSTATUS SetNumber(LPCWSTR name, DWORD number) const {
-        return RegSetValueExW(key_, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof(number));
+        return RegSetValueExW(m_key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof(number));
     }
 
 private:
-    explicit Key(HKEY key) : key_(key) {}
+    explicit Key(HKEY key) : m_key(key) {}
 
-    HKEY key_ = nullptr;
+    HKEY m_key = nullptr;
 };
 
 inline std::vector<std::u16string> SubKeys(HKEY key) {

@@ -17,7 +17,7 @@ constexpr HRESULT Failure(DWORD code) {
     return static_cast<HRESULT>(code);
 }
 
-constexpr GUID kOther = {0x0F8FAD5B, 0xD9CB, 0x469F, {0xA1, 0x65, 0x70, 0x86, 0x77, 0x28, 0x95, 0x0E}};
+constexpr GUID OtherGuid = {0x0F8FAD5B, 0xD9CB, 0x469F, {0xA1, 0x65, 0x70, 0x86, 0x77, 0x28, 0x95, 0x0E}};
 
 // Each case starts on a thread without COM and in a process without mappings.
 class ComTest : public testing::Test {
@@ -103,10 +103,10 @@ TEST_F(ComTest, CreationFailsAsDocumented) {
         object = &object;
         return CoCreateInstance(classId, nullptr, context, interfaceId, &object);
     };
-    EXPECT_EQ(create(kOther, 23, IID_IUnknown), Failure(0x80040154));
+    EXPECT_EQ(create(OtherGuid, 23, IID_IUnknown), Failure(0x80040154));
     EXPECT_EQ(object, nullptr);
     EXPECT_EQ(create(CLSID_InternetSecurityManager, 4, IID_IUnknown), Failure(0x80040154));
-    EXPECT_EQ(create(CLSID_InternetSecurityManager, 23, kOther), Failure(0x80004002));
+    EXPECT_EQ(create(CLSID_InternetSecurityManager, 23, OtherGuid), Failure(0x80004002));
     EXPECT_EQ(object, nullptr);
     EXPECT_EQ(CoCreateInstance(CLSID_InternetSecurityManager, nullptr, 23, IID_IUnknown, nullptr), Failure(0x80004003));
     IInternetSecurityManager* outer = NewManager();
@@ -173,7 +173,7 @@ TEST_F(ComTest, WhatTheManagerDoesNotDoSaysSo) {
     EXPECT_EQ(manager->MapUrlToZone(u"http://a", nullptr, 0), notThere);
     EXPECT_EQ(manager->GetSecurityId(u"http://a", nullptr, nullptr, 0), notThere);
     EXPECT_EQ(manager->ProcessUrlAction(u"http://a", 0, nullptr, 0, nullptr, 0, 0, 0), notThere);
-    EXPECT_EQ(manager->QueryCustomPolicy(u"http://a", kOther, nullptr, nullptr, nullptr, 0, 0), notThere);
+    EXPECT_EQ(manager->QueryCustomPolicy(u"http://a", OtherGuid, nullptr, nullptr, nullptr, 0, 0), notThere);
     EXPECT_EQ(manager->GetZoneMappings(2, nullptr, 0), notThere);
     manager->Release();
 }
@@ -201,13 +201,13 @@ TEST_F(ComTest, TheInterfaceHasTheOrderOfItsTable) {
 }
 
 TEST_F(ComTest, ManyThreadsMapWithoutLosingOne) {
-    constexpr int kThreads = 8;
-    constexpr int kMappings = 50;
+    constexpr int ThreadCount = 8;
+    constexpr int Mappings = 50;
     std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
+    for (int i = 0; i < ThreadCount; ++i) {
         threads.emplace_back([i] {
             ASSERT_EQ(CoInitializeEx(nullptr, 0), 0);
-            for (int j = 0; j < kMappings; ++j) {
+            for (int j = 0; j < Mappings; ++j) {
                 IInternetSecurityManager* manager = NewManager();
                 const std::u16string pattern = {static_cast<char16_t>(u'a' + i), static_cast<char16_t>(u'A' + j)};
                 EXPECT_EQ(manager->SetZoneMapping(2, pattern.c_str(), 0), 0);
@@ -219,7 +219,7 @@ TEST_F(ComTest, ManyThreadsMapWithoutLosingOne) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(ZoneMappings().size(), std::size_t{kThreads} * kMappings);
+    EXPECT_EQ(ZoneMappings().size(), std::size_t{ThreadCount} * Mappings);
 }
 
 }  // namespace

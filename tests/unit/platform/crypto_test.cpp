@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr DWORD kOneLine = CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF;
+constexpr DWORD OneLine = CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF;
 
 // The bytes 0, 1, 2, ...
 std::vector<BYTE> Bytes(std::size_t count) {
@@ -20,7 +20,7 @@ std::vector<BYTE> Bytes(std::size_t count) {
     return bytes;
 }
 
-const WideText kFirst48 = QM_W("AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8gISIjJCUmJygpKissLS4v");
+const WideText First48 = QM_W("AAECAwQFBgcICQoLDA0ODxAREhMUFRYXGBkaGxwdHh8gISIjJCUmJygpKissLS4v");
 
 WideText Base64(const std::vector<BYTE>& bytes, DWORD flags) {
     DWORD size = 0;
@@ -35,18 +35,18 @@ WideText Base64(const std::vector<BYTE>& bytes, DWORD flags) {
 }
 
 TEST(CryptoBase64Test, PadsToFourCharacters) {
-    EXPECT_EQ(Base64({'M'}, kOneLine), QM_W("TQ=="));
-    EXPECT_EQ(Base64({'M', 'a'}, kOneLine), QM_W("TWE="));
-    EXPECT_EQ(Base64({'M', 'a', 'n'}, kOneLine), QM_W("TWFu"));
-    EXPECT_EQ(Base64({0xFB, 0xFF, 0xBF}, kOneLine), QM_W("+/+/"));
+    EXPECT_EQ(Base64({'M'}, OneLine), QM_W("TQ=="));
+    EXPECT_EQ(Base64({'M', 'a'}, OneLine), QM_W("TWE="));
+    EXPECT_EQ(Base64({'M', 'a', 'n'}, OneLine), QM_W("TWFu"));
+    EXPECT_EQ(Base64({0xFB, 0xFF, 0xBF}, OneLine), QM_W("+/+/"));
 }
 
 TEST(CryptoBase64Test, EndsEachLineOf64CharactersWithALineBreak) {
     EXPECT_EQ(Base64(Bytes(3), CRYPT_STRING_BASE64), QM_W("AAEC\r\n"));
-    EXPECT_EQ(Base64(Bytes(48), CRYPT_STRING_BASE64), kFirst48 + QM_W("\r\n"));
-    EXPECT_EQ(Base64(Bytes(49), CRYPT_STRING_BASE64), kFirst48 + QM_W("\r\nMA==\r\n"));
-    EXPECT_EQ(Base64(Bytes(49), CRYPT_STRING_BASE64 | CRYPT_STRING_NOCR), kFirst48 + QM_W("\nMA==\n"));
-    EXPECT_EQ(Base64(Bytes(49), kOneLine), kFirst48 + QM_W("MA=="));
+    EXPECT_EQ(Base64(Bytes(48), CRYPT_STRING_BASE64), First48 + QM_W("\r\n"));
+    EXPECT_EQ(Base64(Bytes(49), CRYPT_STRING_BASE64), First48 + QM_W("\r\nMA==\r\n"));
+    EXPECT_EQ(Base64(Bytes(49), CRYPT_STRING_BASE64 | CRYPT_STRING_NOCR), First48 + QM_W("\nMA==\n"));
+    EXPECT_EQ(Base64(Bytes(49), OneLine), First48 + QM_W("MA=="));
 }
 
 TEST(CryptoBase64Test, ASmallBufferIsMoreDataAndTellsTheSizeNeeded) {
@@ -86,8 +86,8 @@ TEST(CryptoBase64Test, RefusesATextThatWouldNotFitIntoTheCount) {
     EXPECT_EQ(size, 2952790019u);
 }
 
-constexpr GUID kSample = {0x0F8FAD5B, 0xD9CB, 0x469F, {0xA1, 0x65, 0x70, 0x86, 0x77, 0x28, 0x95, 0x0E}};
-const WCHAR* const kSampleText = QM_W("{0F8FAD5B-D9CB-469F-A165-70867728950E}");
+constexpr GUID SampleGuid = {0x0F8FAD5B, 0xD9CB, 0x469F, {0xA1, 0x65, 0x70, 0x86, 0x77, 0x28, 0x95, 0x0E}};
+const WCHAR* const SampleText = QM_W("{0F8FAD5B-D9CB-469F-A165-70867728950E}");
 
 TEST(CryptoGuidTest, CreatesDifferentRandomGuidsOnManyThreads) {
     std::mutex lock;
@@ -121,29 +121,29 @@ TEST(CryptoGuidTest, CreationRefusesNull) {
 TEST(CryptoGuidTest, PrintsInBracesWithUpperCaseDigits) {
     WCHAR text[40];
     text[39] = QM_W('#');
-    EXPECT_EQ(StringFromGUID2(kSample, text, 40), 39);
-    EXPECT_EQ(WideText(text), kSampleText);
+    EXPECT_EQ(StringFromGUID2(SampleGuid, text, 40), 39);
+    EXPECT_EQ(WideText(text), SampleText);
     EXPECT_EQ(text[39], QM_W('#'));
 }
 
 TEST(CryptoGuidTest, DoesNotPrintIntoASmallBuffer) {
     WCHAR text[39];
     text[0] = QM_W('#');
-    EXPECT_EQ(StringFromGUID2(kSample, text, 38), 0);
+    EXPECT_EQ(StringFromGUID2(SampleGuid, text, 38), 0);
     EXPECT_EQ(text[0], QM_W('#'));
-    EXPECT_EQ(StringFromGUID2(kSample, text, 39), 39);
+    EXPECT_EQ(StringFromGUID2(SampleGuid, text, 39), 39);
 }
 
 TEST(CryptoGuidTest, ReadsWhatItPrintsInEitherCase) {
     CLSID guid{};
-    EXPECT_EQ(CLSIDFromString(kSampleText, &guid), 0);
-    EXPECT_TRUE(guid == kSample);
+    EXPECT_EQ(CLSIDFromString(SampleText, &guid), 0);
+    EXPECT_TRUE(guid == SampleGuid);
     EXPECT_EQ(IIDFromString(QM_W("{0f8fad5b-d9cb-469f-a165-70867728950e}"), &guid), 0);
-    EXPECT_TRUE(guid == kSample);
+    EXPECT_TRUE(guid == SampleGuid);
 }
 
 TEST(CryptoGuidTest, ReadsANullTextAsTheGuidOfZeros) {
-    CLSID guid = kSample;
+    CLSID guid = SampleGuid;
     EXPECT_EQ(CLSIDFromString(nullptr, &guid), 0);
     EXPECT_TRUE(guid == GUID{});
 }
@@ -159,14 +159,14 @@ TEST(CryptoGuidTest, RefusesTextsInAnotherForm) {
         QM_W("Some.Class"),
     };
     for (const WideText& text : texts) {
-        CLSID guid = kSample;
+        CLSID guid = SampleGuid;
         EXPECT_EQ(CLSIDFromString(text.c_str(), &guid), static_cast<HRESULT>(0x800401F3));
         EXPECT_TRUE(guid == GUID{});
-        guid = kSample;
+        guid = SampleGuid;
         EXPECT_EQ(IIDFromString(text.c_str(), &guid), static_cast<HRESULT>(0x80070057));
         EXPECT_TRUE(guid == GUID{});
     }
-    EXPECT_EQ(CLSIDFromString(kSampleText, nullptr), static_cast<HRESULT>(0x80070057));
+    EXPECT_EQ(CLSIDFromString(SampleText, nullptr), static_cast<HRESULT>(0x80070057));
 }
 
 }  // namespace

@@ -32,33 +32,33 @@ public:
     Waiter(std::vector<HANDLE> handles, bool all, DWORD timeLimit) {
         std::promise<DWORD> started;
         std::future<DWORD> threadId = started.get_future();
-        thread_ =
+        m_thread =
             std::thread([this, handles = std::move(handles), all, timeLimit, started = std::move(started)]() mutable {
                 started.set_value(GetCurrentThreadId());
-                result_ = WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), all, timeLimit);
-                error_ = GetLastError();
+                m_result = WaitForMultipleObjects(static_cast<DWORD>(handles.size()), handles.data(), all, timeLimit);
+                m_error = GetLastError();
             });
         AwaitBlockedInPoll(threadId.get());
     }
     ~Waiter() {
-        if (thread_.joinable()) {
-            thread_.join();
+        if (m_thread.joinable()) {
+            m_thread.join();
         }
     }
     Waiter(const Waiter&) = delete;
     Waiter& operator=(const Waiter&) = delete;
 
     [[nodiscard]] DWORD Result() {
-        thread_.join();
-        return result_;
+        m_thread.join();
+        return m_result;
     }
-    [[nodiscard]] DWORD Error() const { return error_; }
-    [[nodiscard]] pthread_t Native() { return thread_.native_handle(); }
+    [[nodiscard]] DWORD Error() const { return m_error; }
+    [[nodiscard]] pthread_t Native() { return m_thread.native_handle(); }
 
 private:
-    std::thread thread_;
-    DWORD result_ = 0;
-    DWORD error_ = 0;
+    std::thread m_thread;
+    DWORD m_result = 0;
+    DWORD m_error = 0;
 };
 
 TEST(EventsPosixTest, RefusesNamedEvents) {

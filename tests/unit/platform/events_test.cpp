@@ -14,14 +14,14 @@ using std::chrono::steady_clock;
 
 class Event {
 public:
-    Event(bool manualReset, bool signalled) : handle_(CreateEventW(nullptr, manualReset, signalled, nullptr)) {}
-    ~Event() { CloseHandle(handle_); }
+    Event(bool manualReset, bool signalled) : m_handle(CreateEventW(nullptr, manualReset, signalled, nullptr)) {}
+    ~Event() { CloseHandle(m_handle); }
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
-    operator HANDLE() const { return handle_; }
+    operator HANDLE() const { return m_handle; }
 
 private:
-    HANDLE handle_;
+    HANDLE m_handle;
 };
 
 bool IsSet(HANDLE handle) {
@@ -167,7 +167,7 @@ TEST(EventsTest, WaitsForSixtyFourEventsAndReportsTheLast) {
 
 // Every set lets exactly one of many waiting threads through, none is lost and none counts twice.
 TEST(EventsTest, AutoResetEventIsTakenByExactlyOneOfManyWaiters) {
-    constexpr int kRounds = 2000;
+    constexpr int Rounds = 2000;
     const Event ticket(false, false);
     const Event taken(false, false);
     const Event stop(true, false);
@@ -182,7 +182,7 @@ TEST(EventsTest, AutoResetEventIsTakenByExactlyOneOfManyWaiters) {
             }
         });
     }
-    for (int round = 1; round <= kRounds; ++round) {
+    for (int round = 1; round <= Rounds; ++round) {
         SetEvent(ticket);
         ASSERT_EQ(WaitForSingleObject(taken, INFINITE), WAIT_OBJECT_0);
         ASSERT_EQ(count, round);
@@ -191,20 +191,20 @@ TEST(EventsTest, AutoResetEventIsTakenByExactlyOneOfManyWaiters) {
     for (std::thread& waiter : waiters) {
         waiter.join();
     }
-    EXPECT_EQ(count, kRounds);
+    EXPECT_EQ(count, Rounds);
 }
 
 // Two auto-reset events and threads that take both, in opposite orders: each pair is taken by one thread, so they can
 // neither dead-lock nor lose a signal.
 TEST(EventsTest, WaitsForAllOnTheSameEventsNeitherDeadlockNorLoseSignals) {
-    constexpr int kRounds = 1000;
+    constexpr int Rounds = 1000;
     const Event left(false, true);
     const Event right(false, true);
     int holders = 0;
     int total = 0;
     const auto work = [&](HANDLE one, HANDLE other) {
         const HANDLE handles[] = {one, other};
-        for (int i = 0; i < kRounds; ++i) {
+        for (int i = 0; i < Rounds; ++i) {
             ASSERT_EQ(WaitForMultipleObjects(2, handles, TRUE, INFINITE), WAIT_OBJECT_0);
             ASSERT_EQ(++holders, 1);
             ++total;
@@ -220,7 +220,7 @@ TEST(EventsTest, WaitsForAllOnTheSameEventsNeitherDeadlockNorLoseSignals) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(total, 4 * kRounds);
+    EXPECT_EQ(total, 4 * Rounds);
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ namespace {
 using quillmark::test::FilesTestFolder;
 using quillmark::test::OpenFile;
 
-constexpr std::uint64_t kTicksPerSecond = 10'000'000;
+constexpr std::uint64_t TicksPerSecond = 10'000'000;
 
 std::uint64_t Ticks(const FILETIME& time) {
     return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
@@ -117,7 +117,7 @@ TEST_F(AttributesTest, CreationTimeIsWhenTheFileWasMadeNotWhenItWasChanged) {
     WIN32_FILE_ATTRIBUTE_DATA before{};
     ASSERT_TRUE(GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &before));
     const auto seconds = static_cast<std::uint64_t>(data.stx_btime.tv_sec) + 11'644'473'600u;
-    EXPECT_EQ(Ticks(before.ftCreationTime), seconds * kTicksPerSecond + data.stx_btime.tv_nsec / 100);
+    EXPECT_EQ(Ticks(before.ftCreationTime), seconds * TicksPerSecond + data.stx_btime.tv_nsec / 100);
 }
 
 TEST_F(AttributesTest, SetFileTimeKeepsEveryTick) {

@@ -263,22 +263,22 @@ protected:
         if (::mkdtemp(pattern.data()) == nullptr) {
             GTEST_SKIP() << "no second file system to move to";
         }
-        other_ = pattern;
+        m_other = pattern;
         ASSERT_EQ(::stat(Root().c_str(), &here), 0);
-        ASSERT_EQ(::stat(other_.c_str(), &there), 0);
+        ASSERT_EQ(::stat(m_other.c_str(), &there), 0);
         if (here.st_dev == there.st_dev) {
             GTEST_SKIP() << "temporary files and /dev/shm are one file system";
         }
     }
-    void TearDown() override { std::filesystem::remove_all(other_); }
+    void TearDown() override { std::filesystem::remove_all(m_other); }
     std::u16string Other(std::u16string_view name) const {
-        return quillmark::platform::PathFromBytes(other_) + u"/" + std::u16string(name);
+        return quillmark::platform::PathFromBytes(m_other) + u"/" + std::u16string(name);
     }
     std::size_t OtherCount() const {
-        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(other_), {}));
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(m_other), {}));
     }
 
-    std::string other_;
+    std::string m_other;
 };
 
 TEST_F(MoveAcrossTest, MovesAFileWithItsTimeAndPermissions) {
@@ -289,7 +289,7 @@ TEST_F(MoveAcrossTest, MovesAFileWithItsTimeAndPermissions) {
     EXPECT_TRUE(MoveFileW(from.c_str(), Other(u"b").c_str()));
     EXPECT_FALSE(Exists("a"));
     struct stat data {};
-    ASSERT_EQ(::stat((other_ + "/b").c_str(), &data), 0);
+    ASSERT_EQ(::stat((m_other + "/b").c_str(), &data), 0);
     EXPECT_EQ(data.st_size, 300'000);
     EXPECT_EQ(data.st_mode & 0777u, 0640u);
     EXPECT_EQ(data.st_mtim.tv_nsec, 123'456'700);

@@ -21,19 +21,19 @@ using quillmark::test::FilesTestFolder;
 // An environment variable that has its old value again after the test.
 class Variable {
 public:
-    Variable(const char* name, const std::string& value) : name_(name) {
+    Variable(const char* name, const std::string& value) : m_name(name) {
         if (const char* old = ::getenv(name)) {
-            old_ = old;
+            m_old = old;
         }
         ::setenv(name, value.c_str(), 1);
     }
-    ~Variable() { old_ ? ::setenv(name_, old_->c_str(), 1) : ::unsetenv(name_); }
+    ~Variable() { m_old ? ::setenv(m_name, m_old->c_str(), 1) : ::unsetenv(m_name); }
     Variable(const Variable&) = delete;
     Variable& operator=(const Variable&) = delete;
 
 private:
-    const char* name_;
-    std::optional<std::string> old_;
+    const char* m_name;
+    std::optional<std::string> m_old;
 };
 
 class FoldersTest : public FilesTestFolder {};
@@ -121,33 +121,33 @@ TEST_F(FoldersTest, TheTemporaryFolderEndsInASeparator) {
 class TempFileNameTest : public FilesTestFolder {
 protected:
     std::u16string Root16() const { return PathFromBytes(Root()); }
-    std::array<WCHAR, MAX_PATH> name_{};
+    std::array<WCHAR, MAX_PATH> m_name{};
 };
 
 TEST_F(TempFileNameTest, MakesTheNameOfAGivenNumberAndNoFile) {
-    EXPECT_EQ(GetTempFileNameW(Root16().c_str(), u"prefix", 0x1A2B, name_.data()), 0x1A2Bu);
-    EXPECT_EQ(std::u16string(name_.data()), Path(u"pre1A2B.tmp"));
-    EXPECT_EQ(GetTempFileNameW((Root16() + u"/").c_str(), u"", 0xABC0005, name_.data()), 5u);
-    EXPECT_EQ(std::u16string(name_.data()), Path(u"5.tmp"));
-    EXPECT_EQ(GetTempFileNameW(Root16().c_str(), nullptr, 0xF, name_.data()), 15u);
-    EXPECT_EQ(std::u16string(name_.data()), Path(u"F.tmp"));
+    EXPECT_EQ(GetTempFileNameW(Root16().c_str(), u"prefix", 0x1A2B, m_name.data()), 0x1A2Bu);
+    EXPECT_EQ(std::u16string(m_name.data()), Path(u"pre1A2B.tmp"));
+    EXPECT_EQ(GetTempFileNameW((Root16() + u"/").c_str(), u"", 0xABC0005, m_name.data()), 5u);
+    EXPECT_EQ(std::u16string(m_name.data()), Path(u"5.tmp"));
+    EXPECT_EQ(GetTempFileNameW(Root16().c_str(), nullptr, 0xF, m_name.data()), 15u);
+    EXPECT_EQ(std::u16string(m_name.data()), Path(u"F.tmp"));
     EXPECT_TRUE(std::filesystem::is_empty(Root()));
 }
 
 TEST_F(TempFileNameTest, CutsNoCharacterOfThePrefixInTwo) {
-    EXPECT_EQ(GetTempFileNameW(Root16().c_str(), u"ab\xD83D\xDE00", 0xF, name_.data()), 15u);
-    EXPECT_EQ(std::u16string(name_.data()), Path(u"abF.tmp"));
+    EXPECT_EQ(GetTempFileNameW(Root16().c_str(), u"ab\xD83D\xDE00", 0xF, m_name.data()), 15u);
+    EXPECT_EQ(std::u16string(m_name.data()), Path(u"abF.tmp"));
 }
 
 TEST_F(TempFileNameTest, CreatesAFileOfAFreeNumber) {
     std::set<std::u16string> names;
     for (int i = 0; i < 100; ++i) {
-        const UINT number = GetTempFileNameW(Root16().c_str(), u"qm", 0, name_.data());
+        const UINT number = GetTempFileNameW(Root16().c_str(), u"qm", 0, m_name.data());
         ASSERT_NE(number, 0u);
         ASSERT_LE(number, 0xFFFFu);
-        names.insert(name_.data());
+        names.insert(m_name.data());
         std::string bytes;
-        ASSERT_TRUE(PathToBytes(name_.data(), bytes));
+        ASSERT_TRUE(PathToBytes(m_name.data(), bytes));
         struct stat data {};
         ASSERT_EQ(::stat(bytes.c_str(), &data), 0);
         EXPECT_EQ(data.st_size, 0);
@@ -167,24 +167,24 @@ TEST_F(TempFileNameTest, TakesTheNumbersThatAreLeftAndThenFailsWith80) {
             ASSERT_EQ(::link(used.c_str(), Bytes(name.data()).c_str()), 0);
         }
     }
-    const std::set<UINT> numbers = {GetTempFileNameW(Root16().c_str(), u"qm", 0, name_.data()),
-                                    GetTempFileNameW(Root16().c_str(), u"qm", 0, name_.data())};
+    const std::set<UINT> numbers = {GetTempFileNameW(Root16().c_str(), u"qm", 0, m_name.data()),
+                                    GetTempFileNameW(Root16().c_str(), u"qm", 0, m_name.data())};
     EXPECT_EQ(numbers, (std::set<UINT>{0x1234, 0xFFFF}));
-    EXPECT_EQ(GetTempFileNameW(Root16().c_str(), u"qm", 0, name_.data()), 0u);
+    EXPECT_EQ(GetTempFileNameW(Root16().c_str(), u"qm", 0, m_name.data()), 0u);
     EXPECT_EQ(GetLastError(), 80u);
 }
 
 TEST_F(TempFileNameTest, SaysWhyItCannot) {
     Make("file", "");
-    EXPECT_EQ(GetTempFileNameW(Path(u"none").c_str(), u"qm", 0, name_.data()), 0u);
+    EXPECT_EQ(GetTempFileNameW(Path(u"none").c_str(), u"qm", 0, m_name.data()), 0u);
     EXPECT_EQ(GetLastError(), 267u);
-    EXPECT_EQ(GetTempFileNameW(Path(u"file").c_str(), u"qm", 0, name_.data()), 0u);
+    EXPECT_EQ(GetTempFileNameW(Path(u"file").c_str(), u"qm", 0, m_name.data()), 0u);
     EXPECT_EQ(GetLastError(), 267u);
-    EXPECT_EQ(GetTempFileNameW(nullptr, u"qm", 0, name_.data()), 0u);
+    EXPECT_EQ(GetTempFileNameW(nullptr, u"qm", 0, m_name.data()), 0u);
     EXPECT_EQ(GetLastError(), 267u);
-    EXPECT_EQ(GetTempFileNameW(std::u16string(247, u'a').c_str(), u"qm", 1, name_.data()), 0u);
+    EXPECT_EQ(GetTempFileNameW(std::u16string(247, u'a').c_str(), u"qm", 1, m_name.data()), 0u);
     EXPECT_EQ(GetLastError(), 111u);
-    EXPECT_EQ(GetTempFileNameW(std::u16string(246, u'a').c_str(), u"qmx", 0xFFFF, name_.data()), 0xFFFFu);
+    EXPECT_EQ(GetTempFileNameW(std::u16string(246, u'a').c_str(), u"qmx", 0xFFFF, m_name.data()), 0xFFFFu);
     EXPECT_EQ(GetTempFileNameW(Root16().c_str(), u"qm", 0, nullptr), 0u);
     EXPECT_EQ(GetLastError(), 87u);
 }
@@ -192,11 +192,11 @@ TEST_F(TempFileNameTest, SaysWhyItCannot) {
 class FolderPathTest : public FilesTestFolder {
 protected:
     HRESULT Get(int csidl, HANDLE token = nullptr, DWORD flags = SHGFP_TYPE_CURRENT) {
-        path_.fill(u'x');
-        return SHGetFolderPathW(nullptr, csidl, token, flags, path_.data());
+        m_path.fill(u'x');
+        return SHGetFolderPathW(nullptr, csidl, token, flags, m_path.data());
     }
-    std::u16string Result() const { return path_.data(); }
-    std::array<WCHAR, MAX_PATH> path_{};
+    std::u16string Result() const { return m_path.data(); }
+    std::array<WCHAR, MAX_PATH> m_path{};
 };
 
 TEST_F(FolderPathTest, FollowsTheEnvironment) {

@@ -17,7 +17,7 @@ using quillmark::test::OpenFile;
 using quillmark::test::ReadText;
 using quillmark::test::WriteText;
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr DWORD ShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 class CreateFileTest : public FilesTestFolder {};
 
@@ -123,8 +123,8 @@ TEST_F(CreateFileTest, RefusesAFolderUnlessBackupSemanticsAskForIt) {
     EXPECT_EQ(OpenFile(Path(u"d"), GENERIC_WRITE).Error(), 5u);
     EXPECT_EQ(OpenFile(Path(u"d"), GENERIC_WRITE, CREATE_ALWAYS).Error(), 5u);
     EXPECT_EQ(OpenFile(Path(u"d"), GENERIC_WRITE, CREATE_NEW).Error(), 80u);
-    EXPECT_EQ(OpenFile(Path(u"d"), GENERIC_WRITE, CREATE_ALWAYS, kShareAll, FILE_FLAG_BACKUP_SEMANTICS).Error(), 5u);
-    const OpenFile folder(Path(u"d"), GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING, kShareAll,
+    EXPECT_EQ(OpenFile(Path(u"d"), GENERIC_WRITE, CREATE_ALWAYS, ShareAll, FILE_FLAG_BACKUP_SEMANTICS).Error(), 5u);
+    const OpenFile folder(Path(u"d"), GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING, ShareAll,
                           FILE_FLAG_BACKUP_SEMANTICS);
     ASSERT_TRUE(folder.IsOpen());
     EXPECT_TRUE(FlushFileBuffers(folder));
@@ -168,7 +168,7 @@ TEST_F(CreateFileTest, ReportsLinksInACircleWith1921) {
 }
 
 TEST_F(CreateFileTest, DeletesOnCloseWhatItWasAskedTo) {
-    OpenFile file(Path(u"a"), GENERIC_WRITE, CREATE_NEW, kShareAll, FILE_FLAG_DELETE_ON_CLOSE);
+    OpenFile file(Path(u"a"), GENERIC_WRITE, CREATE_NEW, ShareAll, FILE_FLAG_DELETE_ON_CLOSE);
     ASSERT_TRUE(file.IsOpen());
     EXPECT_TRUE(Exists("a"));
     file.Close();
@@ -180,7 +180,7 @@ TEST_F(CreateFileTest, DeletesOnCloseTheTargetOfALinkWhereverTheProcessIsThen) {
     ASSERT_EQ(::symlink("a", Bytes("link").c_str()), 0);
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(Root());
-    OpenFile file(u"link", GENERIC_READ, OPEN_EXISTING, kShareAll, FILE_FLAG_DELETE_ON_CLOSE);
+    OpenFile file(u"link", GENERIC_READ, OPEN_EXISTING, ShareAll, FILE_FLAG_DELETE_ON_CLOSE);
     std::filesystem::current_path(before);
     ASSERT_TRUE(file.IsOpen());
     file.Close();
@@ -189,7 +189,7 @@ TEST_F(CreateFileTest, DeletesOnCloseTheTargetOfALinkWhereverTheProcessIsThen) {
 }
 
 TEST_F(CreateFileTest, DeletesOnCloseNothingThatTookTheNameMeanwhile) {
-    OpenFile file(Path(u"a"), GENERIC_WRITE, CREATE_NEW, kShareAll, FILE_FLAG_DELETE_ON_CLOSE);
+    OpenFile file(Path(u"a"), GENERIC_WRITE, CREATE_NEW, ShareAll, FILE_FLAG_DELETE_ON_CLOSE);
     ASSERT_EQ(::rename(Bytes("a").c_str(), Bytes("b").c_str()), 0);
     Make("a", "another file");
     file.Close();
@@ -213,12 +213,12 @@ TEST_F(CreateFileTest, HonoursShareModesInBothDirections) {
     const std::u16string path = Make("a", "kept");
     const SharingCase cases[] = {
         {GENERIC_READ, FILE_SHARE_READ, GENERIC_READ, FILE_SHARE_READ, 0},
-        {GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, kShareAll, 32},
-        {GENERIC_READ, 0, GENERIC_READ, kShareAll, 32},
-        {GENERIC_WRITE, kShareAll, GENERIC_READ, FILE_SHARE_READ, 32},
-        {GENERIC_WRITE, kShareAll, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, 0},
-        {GENERIC_READ, FILE_SHARE_READ, DELETE, kShareAll, 32},
-        {DELETE, kShareAll, GENERIC_READ, FILE_SHARE_READ, 32},
+        {GENERIC_READ, FILE_SHARE_READ, GENERIC_WRITE, ShareAll, 32},
+        {GENERIC_READ, 0, GENERIC_READ, ShareAll, 32},
+        {GENERIC_WRITE, ShareAll, GENERIC_READ, FILE_SHARE_READ, 32},
+        {GENERIC_WRITE, ShareAll, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, 0},
+        {GENERIC_READ, FILE_SHARE_READ, DELETE, ShareAll, 32},
+        {DELETE, ShareAll, GENERIC_READ, FILE_SHARE_READ, 32},
         {GENERIC_READ, 0, FILE_READ_ATTRIBUTES, 0, 0},
         {FILE_READ_ATTRIBUTES, 0, GENERIC_WRITE, 0, 0},
     };
@@ -234,7 +234,7 @@ TEST_F(CreateFileTest, HonoursShareModesInBothDirections) {
 TEST_F(CreateFileTest, DoesNotCutOffAFileThatSharingKeepsFromIt) {
     const std::u16string path = Make("a", "kept");
     const OpenFile reader(path, GENERIC_READ, OPEN_EXISTING, FILE_SHARE_READ);
-    EXPECT_EQ(OpenFile(path, GENERIC_WRITE, CREATE_ALWAYS, kShareAll).Error(), 32u);
+    EXPECT_EQ(OpenFile(path, GENERIC_WRITE, CREATE_ALWAYS, ShareAll).Error(), 32u);
     EXPECT_EQ(Contents("a"), "kept");
 }
 

@@ -22,7 +22,7 @@ using quillmark::test::ReadText;
 using quillmark::test::Seek;
 using quillmark::test::WriteText;
 
-constexpr long long kFourGiB = 1LL << 32;
+constexpr long long FourGiB = 1LL << 32;
 
 class ReadWriteTest : public FilesTestFolder {};
 
@@ -206,7 +206,7 @@ TEST_F(ReadWriteTest, SetFilePointerTakesAndGivesHalves) {
     LONG high = 1;
     EXPECT_EQ(SetFilePointer(file, 5, &high, FILE_BEGIN), 5u);
     EXPECT_EQ(high, 1);
-    EXPECT_EQ(Seek(file, 0, FILE_CURRENT), kFourGiB + 5);
+    EXPECT_EQ(Seek(file, 0, FILE_CURRENT), FourGiB + 5);
     high = -1;
     EXPECT_EQ(SetFilePointer(file, -5, &high, FILE_CURRENT), 0u);
     EXPECT_EQ(high, 1);
@@ -242,7 +242,7 @@ TEST_F(ReadWriteTest, SetEndOfFileCutsAndExtends) {
 
 TEST_F(ReadWriteTest, SizesAndOffsetsHave64Bits) {
     const OpenFile file(Path(u"a"), GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
-    for (const long long at : {(1LL << 31) - 1, 1LL << 31, kFourGiB - 1, kFourGiB, 5 * kFourGiB / 4}) {
+    for (const long long at : {(1LL << 31) - 1, 1LL << 31, FourGiB - 1, FourGiB, 5 * FourGiB / 4}) {
         EXPECT_EQ(Seek(file, at, FILE_BEGIN), at);
         EXPECT_EQ(WriteText(file, "xyz"), 3u);
         EXPECT_EQ(Seek(file, at + 1, FILE_BEGIN), at + 1);
@@ -323,17 +323,17 @@ protected:
     // Both ends are open from the start.
     StreamTest() {
         EXPECT_EQ(::mkfifo(Bytes("pipe").c_str(), 0600), 0);
-        other_ = ::open(Bytes("pipe").c_str(), O_RDWR | O_CLOEXEC);
+        m_other = ::open(Bytes("pipe").c_str(), O_RDWR | O_CLOEXEC);
     }
-    ~StreamTest() override { ::close(other_); }
+    ~StreamTest() override { ::close(m_other); }
 
-    int other_ = -1;
+    int m_other = -1;
 };
 
 TEST_F(StreamTest, ReadsWhatThereIsFromAPipe) {
     const OpenFile pipe(Path(u"pipe"), GENERIC_READ);
     ASSERT_TRUE(pipe.IsOpen());
-    ASSERT_EQ(::write(other_, "abc", 3), 3);
+    ASSERT_EQ(::write(m_other, "abc", 3), 3);
     EXPECT_EQ(ReadText(pipe, 100), "abc");
 }
 
@@ -345,7 +345,7 @@ TEST_F(StreamTest, WritesMoreThanAPipeHoldsAsItIsRead) {
     std::size_t total = 0;
     std::vector<char> buffer(65536);
     while (total < text.size()) {
-        total += static_cast<std::size_t>(std::max<ssize_t>(0, ::read(other_, buffer.data(), buffer.size())));
+        total += static_cast<std::size_t>(std::max<ssize_t>(0, ::read(m_other, buffer.data(), buffer.size())));
     }
     writer.join();
     EXPECT_EQ(total, text.size());

@@ -19,10 +19,10 @@ namespace {
 using quillmark::test::Key;
 using quillmark::test::RegistryTestFolder;
 
-constexpr DWORD kBoth = REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET;
+constexpr DWORD BothChanges = REG_NOTIFY_CHANGE_NAME | REG_NOTIFY_CHANGE_LAST_SET;
 // How long a notification that must come may take; how long one that must not come is waited for.
-constexpr DWORD kComes = 10'000;
-constexpr DWORD kStaysAway = 50;
+constexpr DWORD TimeToCome = 10'000;
+constexpr DWORD TimeToStayAway = 50;
 
 std::size_t ThreadCount() {
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/task"), {}));
@@ -30,7 +30,7 @@ std::size_t ThreadCount() {
 
 // Whether there are so many threads soon: one that was joined may still be listed for a moment.
 bool ThreadsBecome(std::size_t count) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kComes);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(TimeToCome);
     while (ThreadCount() != count && std::chrono::steady_clock::now() < end) {
         std::this_thread::yield();
     }
@@ -39,33 +39,33 @@ bool ThreadsBecome(std::size_t count) {
 
 class RegistryNotifyTest : public RegistryTestFolder {
 protected:
-    RegistryNotifyTest() : event_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
+    RegistryNotifyTest() : m_event(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {
         Write("a.reg", "[HKEY_CURRENT_USER\\K]\n\"x\"=dword:00000001\n[HKEY_CURRENT_USER\\K\\Sub]\n");
     }
-    ~RegistryNotifyTest() override { CloseHandle(event_); }
+    ~RegistryNotifyTest() override { CloseHandle(m_event); }
 
     LSTATUS Watch(HKEY key, BOOL subtree, DWORD filter) const {
-        return RegNotifyChangeKeyValue(key, subtree, filter, event_, TRUE);
+        return RegNotifyChangeKeyValue(key, subtree, filter, m_event, TRUE);
     }
-    bool Comes() const { return WaitForSingleObject(event_, kComes) == WAIT_OBJECT_0; }
-    bool StaysAway() const { return WaitForSingleObject(event_, kStaysAway) == WAIT_TIMEOUT; }
+    bool Comes() const { return WaitForSingleObject(m_event, TimeToCome) == WAIT_OBJECT_0; }
+    bool StaysAway() const { return WaitForSingleObject(m_event, TimeToStayAway) == WAIT_TIMEOUT; }
 
-    HANDLE event_;
+    HANDLE m_event;
 };
 
 TEST_F(RegistryNotifyTest, RefusesWrongArguments) {
     const Key key(u"K", KEY_READ);
-    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, 0, event_, TRUE), 87);
-    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, 0x10, event_, TRUE), 87);
-    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, kBoth, nullptr, TRUE), 87);
+    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, 0, m_event, TRUE), 87);
+    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, 0x10, m_event, TRUE), 87);
+    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, BothChanges, nullptr, TRUE), 87);
     SetLastError(1234);
-    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, kBoth, key, TRUE), 6);
+    EXPECT_EQ(RegNotifyChangeKeyValue(key, FALSE, BothChanges, key, TRUE), 6);
     EXPECT_EQ(GetLastError(), 1234u);
 }
 
 TEST_F(RegistryNotifyTest, SignalsAValueThatIsSet) {
     const Key key(u"K", KEY_READ | KEY_SET_VALUE);
-    SetEvent(event_);
+    SetEvent(m_event);
     ASSERT_EQ(Watch(key, FALSE, REG_NOTIFY_CHANGE_LAST_SET | REG_NOTIFY_THREAD_AGNOSTIC), 0);
     EXPECT_TRUE(StaysAway());
     EXPECT_EQ(key.SetNumber(u"x", 2), 0);
@@ -101,30 +101,30 @@ TEST_F(RegistryNotifyTest, AFilterForValuesIgnoresNewSubKeys) {
 TEST_F(RegistryNotifyTest, LooksBelowSubKeysWhenAskedTo) {
     const Key key(u"K", KEY_READ);
     const Key sub(u"K\\Sub", KEY_SET_VALUE);
-    ASSERT_EQ(Watch(key, FALSE, kBoth), 0);
+    ASSERT_EQ(Watch(key, FALSE, BothChanges), 0);
     EXPECT_EQ(sub.SetNumber(u"y", 1), 0);
     EXPECT_TRUE(StaysAway());
     const HANDLE second = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     const Key deep(u"K", KEY_READ);
-    ASSERT_EQ(RegNotifyChangeKeyValue(deep, TRUE, kBoth, second, TRUE), 0);
+    ASSERT_EQ(RegNotifyChangeKeyValue(deep, TRUE, BothChanges, second, TRUE), 0);
     EXPECT_EQ(sub.SetNumber(u"y", 2), 0);
-    EXPECT_EQ(WaitForSingleObject(second, kComes), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(second, TimeToCome), WAIT_OBJECT_0);
     EXPECT_TRUE(StaysAway());
     CloseHandle(second);
 }
 
 TEST_F(RegistryNotifyTest, SignalsOnceAndAgainAfterTheNextCall) {
     const Key key(u"K", KEY_READ | KEY_SET_VALUE);
-    ASSERT_EQ(Watch(key, FALSE, kBoth), 0);
+    ASSERT_EQ(Watch(key, FALSE, BothChanges), 0);
     EXPECT_EQ(key.SetNumber(u"x", 2), 0);
     EXPECT_TRUE(Comes());
-    ResetEvent(event_);
+    ResetEvent(m_event);
     EXPECT_EQ(key.SetNumber(u"x", 3), 0);
     EXPECT_TRUE(StaysAway());
     // The change in between is not lost.
-    ASSERT_EQ(Watch(key, FALSE, kBoth), 0);
+    ASSERT_EQ(Watch(key, FALSE, BothChanges), 0);
     EXPECT_TRUE(Comes());
-    ASSERT_EQ(Watch(key, FALSE, kBoth), 0);
+    ASSERT_EQ(Watch(key, FALSE, BothChanges), 0);
     EXPECT_TRUE(StaysAway());
 }
 
@@ -141,18 +141,18 @@ TEST_F(RegistryNotifyTest, ClosingTheKeySetsTheEventAndEndsTheThread) {
     const std::size_t handles = quillmark::platform::OpenHandleCount();
     HKEY key = nullptr;
     ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, u"K", 0, KEY_NOTIFY, &key), 0);
-    ASSERT_EQ(Watch(key, TRUE, kBoth), 0);
-    ASSERT_EQ(Watch(key, TRUE, kBoth), 0);
+    ASSERT_EQ(Watch(key, TRUE, BothChanges), 0);
+    ASSERT_EQ(Watch(key, TRUE, BothChanges), 0);
     EXPECT_EQ(ThreadCount(), threads + 2);
     EXPECT_EQ(RegCloseKey(key), 0);
-    EXPECT_EQ(WaitForSingleObject(event_, 0), WAIT_OBJECT_0);
+    EXPECT_EQ(WaitForSingleObject(m_event, 0), WAIT_OBJECT_0);
     EXPECT_TRUE(ThreadsBecome(threads));
     EXPECT_EQ(quillmark::platform::OpenHandleCount(), handles);
 }
 
 TEST_F(RegistryNotifyTest, WatchesAFolderThatIsYetToBeMade) {
     ::setenv("QUILLMARK_REGISTRY", (Root() + "/deep/below").c_str(), 1);
-    ASSERT_EQ(RegNotifyChangeKeyValue(HKEY_CURRENT_USER, TRUE, kBoth, event_, TRUE), 0);
+    ASSERT_EQ(RegNotifyChangeKeyValue(HKEY_CURRENT_USER, TRUE, BothChanges, m_event, TRUE), 0);
     EXPECT_TRUE(StaysAway());
     std::filesystem::create_directories(Root() + "/deep/below");
     Write("deep/below/a.reg", "[HKEY_CURRENT_USER\\New]\n");
@@ -162,24 +162,24 @@ TEST_F(RegistryNotifyTest, WatchesAFolderThatIsYetToBeMade) {
 class Waiting {
 public:
     explicit Waiting(HKEY key) {
-        thread_ = std::thread([this, key] {
-            id_ = GetCurrentThreadId();
-            result_ = RegNotifyChangeKeyValue(key, TRUE, kBoth, nullptr, FALSE);
+        m_thread = std::thread([this, key] {
+            m_id = GetCurrentThreadId();
+            m_result = RegNotifyChangeKeyValue(key, TRUE, BothChanges, nullptr, FALSE);
         });
-        while (id_ == 0) {
+        while (m_id == 0) {
             std::this_thread::yield();
         }
-        quillmark::test::AwaitBlockedInPoll(id_);
+        quillmark::test::AwaitBlockedInPoll(m_id);
     }
     LSTATUS Result() {
-        thread_.join();
-        return result_;
+        m_thread.join();
+        return m_result;
     }
 
 private:
-    std::atomic<DWORD> id_ = 0;
-    LSTATUS result_ = -1;
-    std::thread thread_;
+    std::atomic<DWORD> m_id = 0;
+    LSTATUS m_result = -1;
+    std::thread m_thread;
 };
 
 TEST_F(RegistryNotifyTest, TheSynchronousFormReturnsAfterTheChange) {
@@ -208,11 +208,11 @@ TEST_F(RegistryNotifyTest, ClosingAKeyUnderManyNotificationsLeavesNothingBehind)
         for (int i = 0; i < 4; ++i) {
             threads.emplace_back([key, i] {
                 const HANDLE event = i % 2 == 0 ? nullptr : CreateEventW(nullptr, TRUE, FALSE, nullptr);
-                const LSTATUS result = RegNotifyChangeKeyValue(key, TRUE, kBoth, event, event != nullptr);
+                const LSTATUS result = RegNotifyChangeKeyValue(key, TRUE, BothChanges, event, event != nullptr);
                 // 6 when the key was closed before this call looked it up.
                 EXPECT_TRUE(result == 6 || result == (event == nullptr ? 745 : 0)) << result;
                 if (event != nullptr) {
-                    EXPECT_TRUE(result == 6 || WaitForSingleObject(event, kComes) == WAIT_OBJECT_0);
+                    EXPECT_TRUE(result == 6 || WaitForSingleObject(event, TimeToCome) == WAIT_OBJECT_0);
                     EXPECT_TRUE(CloseHandle(event));
                 }
             });

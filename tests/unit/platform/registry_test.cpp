@@ -15,7 +15,7 @@ namespace {
 using quillmark::test::Key;
 using quillmark::test::RegistryTestFolder;
 
-constexpr const char* kTwoKeys =
+constexpr const char* TwoKeys =
     "Windows Registry Editor Version 5.00\r\n\r\n"
     "[HKEY_CURRENT_USER\\Software\\Example]\r\n"
     "@=\"default\"\r\n\"Number\"=dword:0000000a\r\n\"Text\"=\"abc\"\r\n"
@@ -24,7 +24,7 @@ constexpr const char* kTwoKeys =
 class RegistryTest : public RegistryTestFolder {};
 
 TEST_F(RegistryTest, OpensKeysWithoutRegardToCase) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     HKEY key = nullptr;
     EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, u"software\\EXAMPLE", 0, KEY_READ, &key), 0);
     ASSERT_NE(key, nullptr);
@@ -37,7 +37,7 @@ TEST_F(RegistryTest, OpensKeysWithoutRegardToCase) {
 }
 
 TEST_F(RegistryTest, SaysWhyAKeyDoesNotOpen) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     HKEY key = HKEY_USERS;
     EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, u"Software\\None", 0, KEY_READ, &key), 2);
     EXPECT_EQ(key, nullptr);
@@ -50,7 +50,7 @@ TEST_F(RegistryTest, SaysWhyAKeyDoesNotOpen) {
 }
 
 TEST_F(RegistryTest, AnEmptySubKeyOpensTheKeyItselfAgain) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     HKEY key = nullptr;
     EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, nullptr, 0, KEY_READ, &key), 0);
     EXPECT_EQ(key, HKEY_CURRENT_USER);
@@ -61,7 +61,7 @@ TEST_F(RegistryTest, AnEmptySubKeyOpensTheKeyItselfAgain) {
 }
 
 TEST_F(RegistryTest, ClosingTwiceFailsAndClosingARootDoesNothing) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     HKEY key = nullptr;
     ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, u"Software", 0, KEY_READ, &key), 0);
     EXPECT_FALSE(CloseHandle(key));
@@ -75,7 +75,7 @@ TEST_F(RegistryTest, ClosingTwiceFailsAndClosingARootDoesNothing) {
 }
 
 TEST_F(RegistryTest, EveryFunctionRefusesAClosedKeyWith6) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     HKEY key = nullptr;
     ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, u"Software", 0, KEY_ALL_ACCESS, &key), 0);
     ASSERT_EQ(RegCloseKey(key), 0);
@@ -96,7 +96,7 @@ TEST_F(RegistryTest, EveryFunctionRefusesAClosedKeyWith6) {
 }
 
 TEST_F(RegistryTest, QueriesKindSizeAndData) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     const Key key(u"Software\\Example", KEY_QUERY_VALUE);
     DWORD type = 0;
     DWORD size = 0;
@@ -113,7 +113,7 @@ TEST_F(RegistryTest, QueriesKindSizeAndData) {
 }
 
 TEST_F(RegistryTest, ATooSmallBufferGives234TheSizeAndTheKindAndStaysUntouched) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     const Key key(u"Software\\Example", KEY_QUERY_VALUE);
     std::array<BYTE, 8> buffer{};
     DWORD type = 0;
@@ -126,7 +126,7 @@ TEST_F(RegistryTest, ATooSmallBufferGives234TheSizeAndTheKindAndStaysUntouched) 
 }
 
 TEST_F(RegistryTest, RefusesWrongArgumentsAndMissingValues) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     const Key key(u"Software\\Example", KEY_ALL_ACCESS);
     DWORD reserved = 0;
     BYTE byte = 0;
@@ -156,7 +156,7 @@ TEST_F(RegistryTest, RefusesWrongArgumentsAndMissingValues) {
 }
 
 TEST_F(RegistryTest, ChecksTheRightsOfTheHandle) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     const Key notify(u"Software\\Example", KEY_NOTIFY);
     const Key query(u"Software\\Example", KEY_QUERY_VALUE);
     WCHAR name[10];
@@ -188,7 +188,7 @@ TEST_F(RegistryTest, CreatesKeysAndTellsWhetherTheyWereThere) {
 }
 
 TEST_F(RegistryTest, SetsReplacesAndDeletesValues) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     const Key key(u"Software\\Example", KEY_READ | KEY_WRITE);
     const DWORD number = 99;
     EXPECT_EQ(RegSetValueExW(key, u"NUMBER", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), 4), 0);
@@ -202,7 +202,7 @@ TEST_F(RegistryTest, SetsReplacesAndDeletesValues) {
     EXPECT_EQ(RegDeleteValueW(key, nullptr), 0);
     EXPECT_EQ(quillmark::test::ValueNames(key), (std::vector<std::u16string>{u"Text"}));
     // The other file is as it was.
-    EXPECT_EQ(Read("a.reg"), kTwoKeys);
+    EXPECT_EQ(Read("a.reg"), TwoKeys);
 }
 
 TEST_F(RegistryTest, KeepsEveryKindOfValueByteForByte) {
@@ -247,7 +247,7 @@ TEST_F(RegistryTest, KeepsEveryKindOfValueByteForByte) {
 }
 
 TEST_F(RegistryTest, EnumeratesValuesWithTheirData) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     const Key key(u"Software\\Example", KEY_READ);
     WCHAR name[16];
     DWORD length = 16;
@@ -276,7 +276,7 @@ TEST_F(RegistryTest, EnumeratesValuesWithTheirData) {
 }
 
 TEST_F(RegistryTest, EnumeratesSubKeys) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     const Key key(u"Software", KEY_READ);
     WCHAR name[16];
     DWORD length = 16;
@@ -301,7 +301,7 @@ TEST_F(RegistryTest, EnumeratesSubKeys) {
 }
 
 TEST_F(RegistryTest, DeletesKeysButNotThoseWithSubKeysNorRoots) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     EXPECT_EQ(RegDeleteKeyExW(HKEY_CURRENT_USER, u"Software\\Other", 0, 0), 5);
     EXPECT_EQ(RegDeleteKeyExW(HKEY_CURRENT_USER, u"", 0, 0), 5);
     EXPECT_EQ(RegDeleteKeyExW(HKEY_CURRENT_USER, u"None", 0, 0), 2);
@@ -314,7 +314,7 @@ TEST_F(RegistryTest, DeletesKeysButNotThoseWithSubKeysNorRoots) {
 }
 
 TEST_F(RegistryTest, AHandleOfADeletedKeyGives1018AlsoWhenTheKeyIsMadeAnew) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     const Key old(u"Software\\Example", KEY_ALL_ACCESS);
     ASSERT_EQ(RegDeleteKeyExW(HKEY_CURRENT_USER, u"SOFTWARE\\example", 0, 0), 0);
     EXPECT_EQ(RegQueryValueExW(old, u"Text", nullptr, nullptr, nullptr, nullptr), 1018);
@@ -327,7 +327,7 @@ TEST_F(RegistryTest, AHandleOfADeletedKeyGives1018AlsoWhenTheKeyIsMadeAnew) {
 }
 
 TEST_F(RegistryTest, AKeyThatLeftTheFilesIsDeleted) {
-    Write("a.reg", kTwoKeys);
+    Write("a.reg", TwoKeys);
     const Key key(u"Software\\Example", KEY_READ);
     Write("a.reg", "");
     EXPECT_EQ(RegQueryValueExW(key, u"Text", nullptr, nullptr, nullptr, nullptr), 1018);

@@ -28,7 +28,7 @@ struct Sample {
     WideText wide;
 };
 
-const Sample kSamples[] = {
+const Sample Samples[] = {
     {"a", QM_W("a")},
     {"\x7F", QM_W("\u007F")},
     {"\xC2\x80", QM_W("\u0080")},
@@ -46,7 +46,7 @@ const Sample kSamples[] = {
 };
 
 TEST(TextTest, ConvertsWellFormedTextBothWaysInBothCodePages) {
-    for (const Sample& sample : kSamples) {
+    for (const Sample& sample : Samples) {
         for (const UINT codePage : {UINT{65001}, UINT{0}}) {
             EXPECT_EQ(ToWide(sample.narrow, 0, codePage), sample.wide);
             EXPECT_EQ(ToWide(sample.narrow, MB_ERR_INVALID_CHARS, codePage), sample.wide);
@@ -56,7 +56,7 @@ TEST(TextTest, ConvertsWellFormedTextBothWaysInBothCodePages) {
     }
 }
 
-const Sample kMalformed[] = {
+const Sample Malformed[] = {
     {"\x80", QM_W("\uFFFD")},
     {"\xBF\xBF", QM_W("\uFFFD\uFFFD")},
     {"\xC0\x80", QM_W("\uFFFD\uFFFD")},
@@ -84,13 +84,13 @@ const Sample kMalformed[] = {
 };
 
 TEST(TextTest, ReplacesEachMaximalPartOfMalformedUtf8) {
-    for (const Sample& sample : kMalformed) {
+    for (const Sample& sample : Malformed) {
         EXPECT_EQ(ToWide(sample.narrow), sample.wide) << testing::PrintToString(sample.narrow);
     }
 }
 
 TEST(TextTest, RefusesMalformedUtf8WhenAskedTo) {
-    for (const Sample& sample : kMalformed) {
+    for (const Sample& sample : Malformed) {
         SetLastError(0);
         EXPECT_EQ(ToWide(sample.narrow, MB_ERR_INVALID_CHARS), QM_W(""));
         EXPECT_EQ(GetLastError(), 1113u);

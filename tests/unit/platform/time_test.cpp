@@ -20,7 +20,7 @@ struct Pair {
 };
 
 // Year, month, day of week, day, hour, minute, second, millisecond.
-const Pair kPairs[] = {
+const Pair Pairs[] = {
     {{1601, 1, 1, 1, 0, 0, 0, 0}, 0},
     {{1900, 2, 3, 28, 23, 59, 59, 999}, 94405823999990000},
     {{1970, 1, 4, 1, 0, 0, 0, 0}, 116444736000000000},
@@ -30,7 +30,7 @@ const Pair kPairs[] = {
 };
 
 TEST(TimeTest, ConvertsDatesToTicksAndIgnoresTheDayOfWeek) {
-    for (const Pair& pair : kPairs) {
+    for (const Pair& pair : Pairs) {
         SYSTEMTIME time = pair.time;
         time.wDayOfWeek = 99;
         FILETIME result = FileTime(1);
@@ -40,7 +40,7 @@ TEST(TimeTest, ConvertsDatesToTicksAndIgnoresTheDayOfWeek) {
 }
 
 TEST(TimeTest, ConvertsTicksToDatesWithTheDayOfWeek) {
-    for (const Pair& pair : kPairs) {
+    for (const Pair& pair : Pairs) {
         const FILETIME ticks = FileTime(pair.ticks);
         SYSTEMTIME result{};
         EXPECT_TRUE(FileTimeToSystemTime(&ticks, &result)) << pair.ticks;

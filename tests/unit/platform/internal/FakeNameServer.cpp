@@ -41,41 +41,41 @@ bool ReceiveAll(int descriptor, Bytes& bytes) {
 
 }  // namespace
 
-FakeNameServer::FakeNameServer(Script script) : script_(std::move(script)), stop_(eventfd(0, EFD_CLOEXEC)) {
+FakeNameServer::FakeNameServer(Script script) : m_script(std::move(script)), m_stop(eventfd(0, EFD_CLOEXEC)) {
     // A port that is free for datagrams may be taken for connections; then another one is tried.
-    while (listener_ < 0) {
-        if (datagrams_ >= 0) {
-            close(datagrams_);
+    while (m_listener < 0) {
+        if (m_datagrams >= 0) {
+            close(m_datagrams);
         }
-        address_ = Loopback(0);
-        datagrams_ = Bound(SOCK_DGRAM, address_);
-        listener_ = Bound(SOCK_STREAM, address_);
+        m_address = Loopback(0);
+        m_datagrams = Bound(SOCK_DGRAM, m_address);
+        m_listener = Bound(SOCK_STREAM, m_address);
     }
-    if (listen(listener_, 8) != 0) {
+    if (listen(m_listener, 8) != 0) {
         throw std::runtime_error("the fake name server cannot listen");
     }
-    thread_ = std::thread([this] { Run(); });
+    m_thread = std::thread([this] { Run(); });
 }
 
 FakeNameServer::~FakeNameServer() {
-    eventfd_write(stop_, 1);
-    thread_.join();
-    for (const int connection : connections_) {
+    eventfd_write(m_stop, 1);
+    m_thread.join();
+    for (const int connection : m_connections) {
         close(connection);
     }
-    close(datagrams_);
-    close(listener_);
-    close(stop_);
+    close(m_datagrams);
+    close(m_listener);
+    close(m_stop);
 }
 
 std::vector<Bytes> FakeNameServer::Questions() const {
-    const std::lock_guard guard(lock_);
-    return questions_;
+    const std::lock_guard guard(m_lock);
+    return m_questions;
 }
 
 void FakeNameServer::Run() {
     for (;;) {
-        pollfd waited[] = {{stop_, POLLIN, 0}, {datagrams_, POLLIN, 0}, {listener_, POLLIN, 0}};
+        pollfd waited[] = {{m_stop, POLLIN, 0}, {m_datagrams, POLLIN, 0}, {m_listener, POLLIN, 0}};
         poll(waited, 3, -1);
         if (waited[0].revents != 0) {
             return;
@@ -91,10 +91,10 @@ void FakeNameServer::Run() {
 
 std::vector<Bytes> FakeNameServer::Record(const Bytes& question, bool overTcp) {
     {
-        const std::lock_guard guard(lock_);
-        questions_.push_back(question);
+        const std::lock_guard guard(m_lock);
+        m_questions.push_back(question);
     }
-    return script_(question, overTcp);
+    return m_script(question, overTcp);
 }
 
 void FakeNameServer::AnswerDatagram() {
@@ -102,16 +102,16 @@ void FakeNameServer::AnswerDatagram() {
     sockaddr_storage from{};
     socklen_t length = sizeof(from);
     auto* address = reinterpret_cast<sockaddr*>(&from);
-    const ssize_t received = recvfrom(datagrams_, question.data(), question.size(), 0, address, &length);
+    const ssize_t received = recvfrom(m_datagrams, question.data(), question.size(), 0, address, &length);
     question.resize(static_cast<std::size_t>(received));
     for (const Bytes& reply : Record(question, false)) {
-        sendto(datagrams_, reply.data(), reply.size(), 0, address, length);
+        sendto(m_datagrams, reply.data(), reply.size(), 0, address, length);
     }
 }
 
 void FakeNameServer::AnswerConnection() {
-    const int connection = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-    connections_.push_back(connection);
+    const int connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
+    m_connections.push_back(connection);
     Bytes length(2);
     if (!ReceiveAll(connection, length)) {
         return;

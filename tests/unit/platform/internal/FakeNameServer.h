@@ -24,7 +24,7 @@ public:
     FakeNameServer(const FakeNameServer&) = delete;
     FakeNameServer& operator=(const FakeNameServer&) = delete;
 
-    [[nodiscard]] platform::NameServer Address() const { return address_; }
+    [[nodiscard]] platform::NameServer Address() const { return m_address; }
     [[nodiscard]] std::vector<Bytes> Questions() const;
 
 private:
@@ -33,16 +33,16 @@ private:
     void AnswerConnection();
     std::vector<Bytes> Record(const Bytes& question, bool overTcp);
 
-    Script script_;
-    platform::NameServer address_;
-    int datagrams_ = -1;
-    int listener_ = -1;
-    int stop_ = -1;
+    Script m_script;
+    platform::NameServer m_address;
+    int m_datagrams = -1;
+    int m_listener = -1;
+    int m_stop = -1;
     // Connections stay open until the end, so that a silent script is a server that stalls.
-    std::vector<int> connections_;
-    mutable std::mutex lock_;
-    std::vector<Bytes> questions_;
-    std::thread thread_;
+    std::vector<int> m_connections;
+    mutable std::mutex m_lock;
+    std::vector<Bytes> m_questions;
+    std::thread m_thread;
 };
 
 // An address of this machine on which nobody listens.

@@ -12,9 +12,9 @@ using quillmark::test::Reply;
 using std::string_literals::operator""s;
 
 // "name, A, IN, 300 s, 4 bytes: 192.0.2.7"; the name points to the question's.
-const std::string kAddress = "\xC0\x0C\x00\x01\x00\x01\x00\x00\x01\x2C\x00\x04\xC0\x00\x02\x07"s;
+const std::string AddressRecord = "\xC0\x0C\x00\x01\x00\x01\x00\x00\x01\x2C\x00\x04\xC0\x00\x02\x07"s;
 // "name, CNAME, IN, 60 s, 7 bytes: real.<name of the question>".
-const std::string kAlias = "\xC0\x0C\x00\x05\x00\x01\x00\x00\x00\x3C\x00\x07\x04real\xC0\x0C"s;
+const std::string Alias = "\xC0\x0C\x00\x05\x00\x01\x00\x00\x00\x3C\x00\x07\x04real\xC0\x0C"s;
 
 Bytes BytesOf(const Question& question) {
     return {question.Bytes().begin(), question.Bytes().end()};
@@ -33,7 +33,7 @@ TEST(DnsMessageTest, AsksForTheNameWithRecursion) {
 
 TEST(DnsMessageTest, ReadsAddressesAndAliases) {
     const Question question("files.example", DNS_TYPE_A, 1);
-    const Bytes reply = Reply(BytesOf(question), 0x8180, 2, kAlias + kAddress);
+    const Bytes reply = Reply(BytesOf(question), 0x8180, 2, Alias + AddressRecord);
     ASSERT_TRUE(question.IsAnsweredBy(reply));
     const Answer answer = question.Parse(reply);
     EXPECT_EQ(answer.status, 0);
@@ -62,12 +62,12 @@ TEST(DnsMessageTest, NamesTheServersResultCodes) {
 
 TEST(DnsMessageTest, AnAliasWithoutAnAddressIsNoRecord) {
     const Question question("files.example", DNS_TYPE_A, 1);
-    EXPECT_EQ(question.Parse(Reply(BytesOf(question), 0x8180, 1, kAlias)).status, 9501);
+    EXPECT_EQ(question.Parse(Reply(BytesOf(question), 0x8180, 1, Alias)).status, 9501);
 }
 
 TEST(DnsMessageTest, IsAnsweredOnlyByAReplyToTheSameQuestion) {
     const Question question("files.example", DNS_TYPE_A, 0x0102);
-    const Bytes right = Reply(BytesOf(question), 0x8180, 1, kAddress);
+    const Bytes right = Reply(BytesOf(question), 0x8180, 1, AddressRecord);
     EXPECT_TRUE(question.IsAnsweredBy(right));
     Bytes otherCase = right;
     otherCase[13] = 'F';
@@ -99,7 +99,7 @@ TEST(DnsMessageTest, APointerThatRunsInACircleMakesTheReplyUnreadable) {
 // Every cut of a good reply and every byte of it changed: it is read, refused, or no reply to the question at all.
 TEST(DnsMessageTest, NoDamagedReplyIsReadPastItsEnd) {
     const Question question("files.example", DNS_TYPE_A, 1);
-    const Bytes good = Reply(BytesOf(question), 0x8180, 2, kAlias + kAddress);
+    const Bytes good = Reply(BytesOf(question), 0x8180, 2, Alias + AddressRecord);
     const auto read = [&](const Bytes& message) {
         if (question.IsAnsweredBy(message)) {
             const DNS_STATUS status = question.Parse(message).status;

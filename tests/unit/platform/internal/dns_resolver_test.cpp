@@ -22,11 +22,11 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using std::string_literals::operator""s;
 
-const std::string kAddressSection = "\xC0\x0C\x00\x01\x00\x01\x00\x00\x01\x2C\x00\x04\xC0\x00\x02\x07"s;
-const std::string kAddress = "\xC0\x00\x02\x07"s;
+const std::string AddressSection = "\xC0\x0C\x00\x01\x00\x01\x00\x00\x01\x2C\x00\x04\xC0\x00\x02\x07"s;
+const std::string AddressRecord = "\xC0\x00\x02\x07"s;
 
 std::vector<Bytes> GoodReply(const Bytes& question, bool) {
-    return {Reply(question, 0x8180, 1, kAddressSection)};
+    return {Reply(question, 0x8180, 1, AddressSection)};
 }
 
 FakeNameServer::Script Refusing(std::uint16_t flags) {
@@ -62,16 +62,16 @@ public:
     explicit TemporaryFile(const std::string& content) {
         std::string path = (std::filesystem::temp_directory_path() / "quillmark-dns-XXXXXX").string();
         close(mkstemp(path.data()));
-        path_ = path;
-        std::ofstream(path_) << content;
+        m_path = path;
+        std::ofstream(m_path) << content;
     }
-    ~TemporaryFile() { std::filesystem::remove(path_); }
+    ~TemporaryFile() { std::filesystem::remove(m_path); }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
-    [[nodiscard]] const std::string& Path() const { return path_; }
+    [[nodiscard]] const std::string& Path() const { return m_path; }
 
 private:
-    std::string path_;
+    std::string m_path;
 };
 
 TEST(DnsResolverTest, BringsTheServersAnswer) {
@@ -79,7 +79,7 @@ TEST(DnsResolverTest, BringsTheServersAnswer) {
     const Answer answer = Ask({server.Address()}, "files.example");
     EXPECT_EQ(answer.status, 0);
     ASSERT_EQ(answer.records.size(), 1u);
-    EXPECT_EQ(answer.records[0].data, kAddress);
+    EXPECT_EQ(answer.records[0].data, AddressRecord);
     ASSERT_EQ(server.Questions().size(), 1u);
     EXPECT_EQ(NameIn(server.Questions()[0]), "files.example");
 }
@@ -140,7 +140,7 @@ TEST(DnsResolverTest, ReportsThatNoServerCanBeReached) {
 
 TEST(DnsResolverTest, IgnoresMessagesThatAnswerSomethingElse) {
     FakeNameServer server([](const Bytes& question, bool) {
-        const Bytes good = Reply(question, 0x8180, 1, kAddressSection);
+        const Bytes good = Reply(question, 0x8180, 1, AddressSection);
         Bytes otherId = Reply(question, 0x8183, 0, "");
         otherId[0] ^= 0xFF;
         Bytes otherName = Reply(question, 0x8183, 0, "");
@@ -164,7 +164,7 @@ TEST(DnsResolverTest, FetchesACutAnswerOverTcp) {
     });
     const Answer answer = Ask({server.Address()}, "files.example");
     EXPECT_EQ(answer.status, 0);
-    EXPECT_EQ(answer.records.at(0).data, kAddress);
+    EXPECT_EQ(answer.records.at(0).data, AddressRecord);
     ASSERT_EQ(server.Questions().size(), 2u);
     EXPECT_EQ(server.Questions()[0], server.Questions()[1]);
 }
@@ -217,8 +217,8 @@ TEST(DnsResolverTest, AnswersFromTheHostsFileUnlessToldNotTo) {
     EXPECT_EQ(resolver.Query("six", DNS_TYPE_AAAA, 8).records.at(0).data,
               "\x20\x01\x0D\xB8\0\0\0\0\0\0\0\0\0\0\0\x05"s);
     EXPECT_TRUE(server.Questions().empty());
-    EXPECT_EQ(resolver.Query("commented", DNS_TYPE_A, 8).records.at(0).data, kAddress);
-    EXPECT_EQ(resolver.Query("files", DNS_TYPE_A, DNS_QUERY_NO_HOSTS_FILE).records.at(0).data, kAddress);
+    EXPECT_EQ(resolver.Query("commented", DNS_TYPE_A, 8).records.at(0).data, AddressRecord);
+    EXPECT_EQ(resolver.Query("files", DNS_TYPE_A, DNS_QUERY_NO_HOSTS_FILE).records.at(0).data, AddressRecord);
     EXPECT_EQ(server.Questions().size(), 2u);
 }
 

@@ -103,13 +103,13 @@ TEST(HandleTableTest, CountsOpenHandles) {
 }
 
 TEST(HandleTableTest, GivesEachOfManyThreadsItsOwnNumbers) {
-    constexpr int kThreads = 8;
-    constexpr int kHandles = 1000;
-    std::vector<std::vector<HANDLE>> made(kThreads);
+    constexpr int ThreadCount = 8;
+    constexpr int HandleCount = 1000;
+    std::vector<std::vector<HANDLE>> made(ThreadCount);
     std::vector<std::thread> threads;
     for (auto& mine : made) {
         threads.emplace_back([&mine] {
-            for (int i = 0; i < kHandles; ++i) {
+            for (int i = 0; i < HandleCount; ++i) {
                 mine.push_back(InsertHandle(std::make_shared<Thing>()));
             }
         });
@@ -124,7 +124,7 @@ TEST(HandleTableTest, GivesEachOfManyThreadsItsOwnNumbers) {
             EXPECT_NE(RemoveHandle(handle), nullptr);
         }
     }
-    EXPECT_EQ(all.size(), static_cast<std::size_t>(kThreads) * kHandles);
+    EXPECT_EQ(all.size(), static_cast<std::size_t>(ThreadCount) * HandleCount);
 }
 
 }  // namespace
