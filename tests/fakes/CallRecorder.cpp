@@ -19,7 +19,7 @@ void CallRecorder::FailCall(int nth, DWORD error) {
 
 void CallRecorder::OnCall(std::function<void(const std::string& call)> hook) {
     const std::scoped_lock guard(m_lock);
-    m_hook = std::make_shared<std::function<void(const std::string&)>>(std::move(hook));
+    m_hook = hook ? std::make_shared<std::function<void(const std::string&)>>(std::move(hook)) : nullptr;
 }
 
 std::vector<std::string> CallRecorder::Calls() const {

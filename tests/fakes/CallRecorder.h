@@ -27,6 +27,7 @@ public:
     void Fail(const std::string& function, DWORD error, int nth = 1);
     // The nth call of any function from now on fails with the code.
     void FailCall(int nth, DWORD error);
+    // An empty one for none.
     void OnCall(std::function<void(const std::string& call)> hook);
 
     [[nodiscard]] std::vector<std::string> Calls() const;
