@@ -113,7 +113,8 @@ public:
     // What changed on the server since this session last asked. A reply that is not JSON counts as no changes.
     virtual StatusPair GetChanges(NotificationList& actions, HANDLE cancelEvent) = 0;
 
-    // The user's mapped folders; reply receives the raw reply. 13: none, or a server of API 1.0.
+    // The user's mapped folders; reply receives the raw reply, also when the server refuses. 13: none, or a server of
+    // API 1.0; mappings is then as it was.
     virtual StatusPair GetRemoteFolderMap(MappingList& mappings, ResponseBuffer& reply, HANDLE cancelEvent) = 0;
 
     // The record of one item.
@@ -123,7 +124,8 @@ public:
     // is replaced by the record as the server now has it.
     virtual StatusPair SetPathAttributes(const WideString& serverPath, Attributes& attributes, HANDLE cancelEvent) = 0;
 
-    // Reads mapped folders from a reply that GetRemoteFolderMap gave. flag: 0. count: how many were appended.
+    // Reads mapped folders from a reply that GetRemoteFolderMap gave. flag: 0. count: how many were appended. 13: the
+    // reply is unreadable, wholly or from some folder on; those before it are there.
     [[nodiscard]] virtual DWORD GetMappingsFromResponse(const ResponseBuffer& reply, MappingList& mappings, DWORD flag,
                                                         DWORD& count) = 0;
 
@@ -140,7 +142,8 @@ public:
     virtual StatusPair RenamePath(const WideString& source, const WideString& target, DWORD overwrite,
                                   Attributes& attributes, HANDLE cancelEvent) = 0;
 
-    // Tells the server that the remote wipe it ordered was carried out. Its failures are bare HTTP statuses.
+    // Tells the server that the remote wipe it ordered was carried out. What the server refuses is the bare HTTP
+    // status. A server of API 1.0 takes no acknowledgement: success without a request.
     virtual StatusPair AcknowledgeRemoteWipe(const WideString& user, const WideString& deviceIdentifier,
                                              HANDLE cancelEvent) = 0;
 
@@ -157,13 +160,18 @@ public:
                                            const Attributes& attributes, HANDLE cancelEvent, const Progress& progress,
                                            std::uint64_t progressContext) = 0;
 
-    // Sends a delta file that the server applies to its copy. deltaType 1 needs API 1.6 (87 otherwise).
+    // Sends a delta file that the server applies to its copy. deltaType 1 asks for the overwrite-or-append
+    // optimisation and needs API 1.6 (87 otherwise). attributes (not null): what to send, and the server's record
+    // afterwards. A revision mismatch whose reply describes the item is a success here: the record tells by its
+    // revision.
     [[nodiscard]] virtual DWORD UploadDelta(const WideString& deltaPath, const WideString& serverPath,
                                             const Attributes& attributes, DWORD deltaType, HANDLE cancelEvent,
                                             const Progress& progress) = 0;
 
     // Sends one chunk of a resumable upload. offset and length are in bytes; length is cut to the file's end.
-    // firstChunk starts the upload. After 21202 offset holds what the server has, to go on from there.
+    // firstChunk starts the upload. attributes (not null, with the size of the whole file) holds what to send, and
+    // becomes the server's record with the chunk that reaches the end, and on 21077. After 21202 offset holds what the
+    // server has, to go on from there, unless that could not be had. 87: no size, or a chunk outside the file.
     [[nodiscard]] virtual DWORD ResumableUpload(const WideString& localPath, const WideString& serverPath,
                                                 const Attributes& attributes, const GUID& uploadId,
                                                 std::int64_t& offset, std::int64_t& length, bool firstChunk,
@@ -171,11 +179,12 @@ public:
                                                 std::uint64_t progressContext) = 0;
     [[nodiscard]] virtual DWORD CancelUpload(const WideString& serverPath, const GUID& uploadId,
                                              HANDLE cancelEvent) = 0;
-    // Finishes a resumable upload under a (possibly new) path.
+    // Finishes a resumable upload under a (possibly new) path; attributes (not null) receives the item's record.
     [[nodiscard]] virtual DWORD CompleteUpload(const WideString& serverPath, const WideString& newPath,
                                                const GUID& uploadId, const Attributes& attributes,
                                                HANDLE cancelEvent) = 0;
-    // How many bytes the server holds of an upload, and whether it is locked.
+    // How many bytes the server holds of an upload, and whether it is locked (left as it was when the server does not
+    // tell). 13: it does not tell how many.
     [[nodiscard]] virtual DWORD GetResumableUploadMetadata(const WideString& serverPath, const GUID& uploadId,
                                                            std::int64_t& offset, bool& locked, HANDLE cancelEvent) = 0;
 
@@ -188,7 +197,8 @@ public:
                                              const WideString& deltaBase, HANDLE cancelEvent, const Progress& progress,
                                              std::uint64_t progressContext) = 0;
 
-    // Writes bytes start to end (exclusive) of an item to the same offset of a local file.
+    // Writes bytes start to end (exclusive) of an item to the same offset of a local file, which must exist unless
+    // start is 0. A refusal is 20000 plus the HTTP status, whatever its body says. 87: end lies before start.
     [[nodiscard]] virtual DWORD DownloadData(const WideString& serverPath, const WideString& localPath,
                                              const Attributes& expected, const Attributes& attributes,
                                              std::uint64_t start, std::int64_t end, HANDLE cancelEvent,
@@ -209,14 +219,16 @@ public:
     virtual StatusPair RequestLock(const WideString& serverPath, DWORD duration, HANDLE cancelEvent) = 0;
     virtual StatusPair ReleaseLock(const WideString& serverPath, HANDLE cancelEvent) = 0;
 
-    // Asynchronous delta jobs need API 1.7 (87 otherwise) and attributes whose four times are set (87 otherwise).
+    // Asynchronous delta jobs need API 1.7 (87 otherwise) and attributes whose four times are set (87 otherwise). A
+    // start that succeeds without an identifier in the reply leaves job as it was.
     [[nodiscard]] virtual DWORD AsyncDeltaStart(const WideString& deltaPath, const WideString& serverPath,
                                                 const Attributes& attributes, GUID& job, DWORD deltaType,
                                                 const Progress& progress, HANDLE cancelEvent) = 0;
-    // Fills in the states of the jobs.
+    // Fills in the states of the jobs; one that the reply does not name keeps its state.
     [[nodiscard]] virtual DWORD AsyncDeltaStatus(AsyncDeltaJobList& jobs, HANDLE cancelEvent) = 0;
     [[nodiscard]] virtual DWORD AsyncDeltaCommit(const GUID& job, const Attributes& attributes,
                                                  std::uint64_t expectedSize, HANDLE cancelEvent) = 0;
+    // 87 for the identifier of zeros.
     [[nodiscard]] virtual DWORD AsyncDeltaCancel(const GUID& job, HANDLE cancelEvent) = 0;
 
     // Deletes the object.

@@ -12,7 +12,8 @@
 
 namespace quillmark {
 
-// What a mapped folder's storage can do.
+// What a mapped folder's storage can do, as the server says. When it says nothing: everything without a limit for
+// storage of the type "smb", nothing for any other.
 struct MappingCapabilities {
     bool deltaUpload = false;
     bool locking = false;

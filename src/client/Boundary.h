@@ -76,15 +76,4 @@ auto RunOperation(const char* function, Body&& body,
     }
 }
 
-// The whole of an operation that this build does not offer.
-inline StatusPair NotOffered(const char* function,
-                             std::source_location where = std::source_location::current()) noexcept {
-    return RunOperation(
-        function,
-        [](const Logger&) {
-            return StatusPair{ERROR_CALL_NOT_IMPLEMENTED, 0};
-        },
-        where);
-}
-
 }  // namespace quillmark

@@ -136,7 +136,7 @@ public:
                                      std::uint64_t progressContext) override;
 
     StatusPair PublishSyncStats(const char* statistics, HANDLE cancelEvent) override;
-    StatusPair GenerateLink(const std::shared_ptr<const ShareRequest>& request, HANDLE cancelEvent) override;
+    StatusPair GenerateLink(const std::shared_ptr<const ShareRequest>& share, HANDLE cancelEvent) override;
     StatusPair TestLock(const WideString& serverPath, DWORD& lockState, HANDLE cancelEvent) override;
     StatusPair RequestLock(const WideString& serverPath, DWORD duration, HANDLE cancelEvent) override;
     StatusPair ReleaseLock(const WideString& serverPath, HANDLE cancelEvent) override;
@@ -162,14 +162,8 @@ public:
     // ---- The request pipeline --------------------------------------------------------------------------------------
 
     // The base of the paths of the folder tree and of transfers: the API path, or on a server of API 1.0 "/api/" and
-    // the session's token.
+    // the session's token. An operation formats its URL from it and the path that EncodePath (Steps.h) gives.
     [[nodiscard]] WideString GetApiPath(const Session& session) const;
-
-    // The URL of a server path below one of the API's resources ("/folders"): the API path, the resource, the path in
-    // percent-encoding, the query as it is. ERROR_NO_UNICODE_TRANSLATION for a path that is not well-formed UTF-16 and
-    // so has no UTF-8: it would reach the server as another name.
-    [[nodiscard]] DWORD ApiUrl(const Session& session, WideView resource, const WideString& serverPath,
-                               const std::string& query, WideString& url) const;
 
     // "?revision=r1" for the separator "?" and the revision "r1"; nothing for an empty revision.
     void AddRevision(std::string& query, const char* separator, const std::string& revision) const;
@@ -189,14 +183,14 @@ public:
 
     // The same for an operation that streamed a body with the token given: ERROR_RETRY when the server refused the
     // token and the session has another one by now.
-    [[nodiscard]] DWORD ErrorFromStatusWithRetry(const Session& session, DWORD httpStatus, const WideString& sentToken,
-                                                 const ResponseBuffer& reply) const;
+    StatusPair ErrorFromStatusWithRetry(const Session& session, DWORD httpStatus, const WideString& sentToken,
+                                        const ResponseBuffer& reply) const;
 
     // ERROR_RETRY for a 401 to a token that is no longer the session's; the given code otherwise.
     [[nodiscard]] DWORD CheckForChangedSessionToken(const Session& session, DWORD httpStatus,
                                                     const WideString& sentToken, DWORD error) const;
 
-    // Gives the session the normal time-outs back after discovery.
+    // Gives the session the normal time-outs back after requests that ran with others; nothing without a session.
     void ResetTimeouts(const Session& session) const;
 
     // The revision of the one item that the reply describes; 13 when the reply is missing or unreadable.
@@ -237,10 +231,34 @@ private:
                                                std::uint64_t progressContext);
     // Reads the body of a reply that refused a download, and judges it.
     [[nodiscard]] DWORD ReadRefusal(const Logger& log, IWinHttpRequest& request, DWORD sendError) const;
-    // Puts the record that belongs to downloaded contents into attributes.
-    [[nodiscard]] DWORD TakeDownloadAttributes(const Logger& log, const WideString& serverPath,
-                                               const Attributes& expected, const Attributes& attributes,
-                                               HANDLE cancelEvent);
+    // The form of DownloadFile that sends the local base along.
+    // NOLINTNEXTLINE(bugprone-reserved-identifier): the name under which the log knows it
+    [[nodiscard]] DWORD _Internal_DownloadDelta(const WideString& serverPath, const WideString& localPath,
+                                                const Attributes& expected, const Attributes& attributes,
+                                                const WideString& deltaBase, HANDLE cancelEvent,
+                                                const Progress& progress, std::uint64_t progressContext);
+    // Puts the record that belongs to downloaded contents into attributes. A failure is for the caller to log.
+    [[nodiscard]] DWORD TakeDownloadAttributes(const WideString& serverPath, const Attributes& expected,
+                                               const Attributes& attributes, HANDLE cancelEvent);
+
+    // The URL of a resumable upload, the same for every request about it.
+    [[nodiscard]] DWORD UploadUrl(const Session& session, const WideString& serverPath, const GUID& uploadId,
+                                  WideString& url) const;
+    // What a refused chunk comes to: corrects the offset, or takes the server's record, where the refusal calls for it.
+    [[nodiscard]] DWORD JudgeRefusedChunk(const Logger& log, const WideString& serverPath, const GUID& uploadId,
+                                          StatusPair refusal, const ResponseBuffer& reply,
+                                          IServerAttributes& attributes, std::int64_t& offset, HANDLE cancelEvent);
+
+    // One registration request and what came of it.
+    struct RegistrationExchange {
+        Connection connection;
+        Request request;
+        ResponseBuffer reply;
+        DWORD httpStatus = 0;
+    };
+    [[nodiscard]] DWORD SendRegistration(const Logger& log, const WideString& path, const WideString& user,
+                                         const WideString& deviceIdentifier, HANDLE cancelEvent,
+                                         RegistrationExchange& exchange);
 
     std::shared_ptr<IWinHttpFactory> m_factory;
     std::list<Session> m_sessions;  // oldest first

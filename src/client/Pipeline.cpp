@@ -3,8 +3,6 @@
 
 #include "client/NativeHttp.h"
 #include "client/Steps.h"
-#include "common/UrlEncode.h"
-#include "common/WellFormed.h"
 
 namespace quillmark {
 namespace {
@@ -21,18 +19,6 @@ WideString CNativeHttp::GetApiPath(const Session& session) const {
         return m_apiPath;
     }
     return WideString(QM_W("/api/")) + TokenOf(session);
-}
-
-DWORD CNativeHttp::ApiUrl(const Session& session, WideView resource, const WideString& serverPath,
-                          const std::string& query, WideString& url) const {
-    if (!IsWellFormed(serverPath)) {
-        return ERROR_NO_UNICODE_TRANSLATION;
-    }
-    url = GetApiPath(session);
-    url += resource;
-    url += WidenUtf8(UrlEncode(serverPath, false));
-    url += WidenUtf8(query);
-    return ERROR_SUCCESS;
 }
 
 void CNativeHttp::AddRevision(std::string& query, const char* separator, const std::string& revision) const {
@@ -101,6 +87,9 @@ StatusPair CNativeHttp::GetResponse(IWinHttpRequest& request, ResponseBuffer& re
 
 void CNativeHttp::ResetTimeouts(const Session& session) const {
     const LogScope scope("CNativeHttp::ResetTimeouts", LogSource::NativeHttp);
+    if (session == nullptr) {
+        return;
+    }
     // In the order of the session's own parameters; both orders of the first two values come to the same.
     if (!session->SetTimeouts(NormalConnectTimeout, NormalResolveTimeout, NormalSendTimeout, NormalReceiveTimeout)) {
         scope.Error("WinHttpSetTimeouts failed, error code: %d", ::GetLastError());

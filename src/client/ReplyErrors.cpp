@@ -34,11 +34,13 @@ StatusPair CNativeHttp::ErrorFromStatus(DWORD httpStatus, const ResponseBuffer& 
     return result;
 }
 
-DWORD CNativeHttp::ErrorFromStatusWithRetry(const Session& session, DWORD httpStatus, const WideString& sentToken,
-                                            const ResponseBuffer& reply) const {
-    const DWORD error = ErrorFromStatus(httpStatus, reply).error;
-    return error == SERVER_ERROR_SESSION_TOKEN ? CheckForChangedSessionToken(session, httpStatus, sentToken, error)
-                                               : error;
+StatusPair CNativeHttp::ErrorFromStatusWithRetry(const Session& session, DWORD httpStatus, const WideString& sentToken,
+                                                 const ResponseBuffer& reply) const {
+    StatusPair result = ErrorFromStatus(httpStatus, reply);
+    if (result.error == SERVER_ERROR_SESSION_TOKEN) {
+        result.error = CheckForChangedSessionToken(session, httpStatus, sentToken, result.error);
+    }
+    return result;
 }
 
 DWORD CNativeHttp::CheckForChangedSessionToken(const Session& session, DWORD httpStatus, const WideString& sentToken,

@@ -22,11 +22,11 @@ StatusPair CNativeHttp::CreateFolder(const WideString& serverPath, Attributes& a
             return {ERROR_NO_UNICODE_TRANSLATION, 0};
         }
         const Session session = GetSession();
-        WideString url;
-        if (const DWORD error = ApiUrl(session, QM_W("/folders"), ParentPath(serverPath), {}, url);
-            error != ERROR_SUCCESS) {
+        std::string parent;
+        if (const DWORD error = EncodePath(ParentPath(serverPath), parent); error != ERROR_SUCCESS) {
             return {error, 0};
         }
+        const WideString url = GetApiPath(session) + FormatWide(QM_W("/folders%S"), parent);
         Connection connection;
         Request request;
         if (const DWORD error = CreateRequest(session, url, QM_W("POST"), request, connection, {});

@@ -8,10 +8,11 @@ StatusPair CNativeHttp::GetPathAttributes(const WideString& serverPath, Attribut
     return RunOperation("CNativeHttp::GetPathAttributes", [&](const Logger& log) -> StatusPair {
         log.Information("Path attributes request for path: %S", serverPath);
         const Session session = GetSession();
-        WideString url;
-        if (const DWORD error = ApiUrl(session, QM_W("/folders"), serverPath, {}, url); error != ERROR_SUCCESS) {
+        std::string path;
+        if (const DWORD error = EncodePath(serverPath, path); error != ERROR_SUCCESS) {
             return {error, 0};
         }
+        const WideString url = FormatWide(QM_W("%s/folders%S"), GetApiPath(session), path);
         Connection connection;
         Request request;
         if (const DWORD error = CreateRequest(session, url, QM_W("GET"), request, connection, {});

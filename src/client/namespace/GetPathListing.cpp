@@ -20,11 +20,11 @@ StatusPair CNativeHttp::GetPathListing(const WideString& serverPath, ItemList& c
         }
         log.Information("Request for path listing of folder: %S", serverPath);
         const Session session = GetSession();
-        WideString url;
-        if (const DWORD error = ApiUrl(session, QM_W("/folders"), serverPath, "?type=all", url);
-            error != ERROR_SUCCESS) {
+        std::string path;
+        if (const DWORD error = EncodePath(serverPath, path); error != ERROR_SUCCESS) {
             return {error, 0};
         }
+        const WideString url = FormatWide(QM_W("%s/folders%S?type=all"), GetApiPath(session), path);
         Connection connection;
         Request request;
         if (const DWORD error = CreateRequest(session, url, QM_W("GET"), request, connection, {});

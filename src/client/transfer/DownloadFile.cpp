@@ -6,11 +6,10 @@
 //   refused for the revision the item has changed since the caller looked: the present contents are downloaded without
 //                            naming a revision (HandleRevisionMismatch)
 //   refused otherwise        the server's code; the local file is not touched
-#include <algorithm>
-
 #include "client/Boundary.h"
 #include "client/NativeHttp.h"
 #include "client/Steps.h"
+#include "common/CaseFold.h"
 
 namespace quillmark {
 namespace {
@@ -23,15 +22,6 @@ constexpr DWORD LastStatusCode = 27775;
 // server is asked for the record.
 constexpr ApiVersion RecordsWithDownloads{1, 2};
 
-// Revisions are compared without regard to the case of ASCII letters.
-bool SameRevision(const std::string& left, const std::string& right) {
-    const auto lower = [](char letter) {
-        return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    };
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [&](char one, char other) { return lower(one) == lower(other); });
-}
-
 }  // namespace
 
 DWORD CNativeHttp::DownloadFile(const WideString& serverPath, const WideString& localPath, const Attributes& expected,
@@ -42,8 +32,8 @@ DWORD CNativeHttp::DownloadFile(const WideString& serverPath, const WideString& 
             return ERROR_INVALID_PARAMETER;
         }
         if (!deltaBase.empty()) {
-            // Downloads against a delta base are not offered by this build.
-            return ERROR_CALL_NOT_IMPLEMENTED;
+            return _Internal_DownloadDelta(serverPath, localPath, expected, attributes, deltaBase, cancelEvent,
+                                           progress, progressContext);
         }
         return _Internal_DownloadFile(serverPath, localPath, expected, attributes, cancelEvent, progress,
                                       progressContext);
@@ -59,15 +49,16 @@ DWORD CNativeHttp::_Internal_DownloadFile(const WideString& serverPath, const Wi
 
     const Session session = GetSession();
     const WideString sentToken = TokenOf(session);
-    std::string query;
-    if (expected != nullptr) {
-        AddRevision(query, "?", expected->GetRevision());
-    }
-    WideString url;
-    error = ApiUrl(session, QM_W("/folders"), serverPath, query, url);
+    std::string path;
+    error = EncodePath(serverPath, path);
     if (error != ERROR_SUCCESS) {
         return error;
     }
+    std::string revision;
+    if (expected != nullptr) {
+        AddRevision(revision, "?", expected->GetRevision());
+    }
+    const WideString url = FormatWide(QM_W("%s/folders%S%S"), GetApiPath(session), path, revision);
     Connection connection;
     Request request;
     error = CreateRequest(session, url, QM_W("GET"), request, connection, {});
@@ -102,7 +93,14 @@ DWORD CNativeHttp::_Internal_DownloadFile(const WideString& serverPath, const Wi
     }
     log.Information("Successfully downloaded file: %S", localPath);
     request->Close();  // lets the next request have its connection
-    error = TakeDownloadAttributes(log, serverPath, expected, attributes, cancelEvent);
+    error = LogFailure(log, "Download failed with [%u]",
+                       TakeDownloadAttributes(serverPath, expected, attributes, cancelEvent));
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    log.Information("Server attributes which came with download are S[LW[%S] LA[%S] C[%S] A[%d]] Rev:[%s]",
+                    attributes->GetLastWriteTime().ToText(), attributes->GetLastAccessTime().ToText(),
+                    attributes->GetCreationTime().ToText(), attributes->GetFileAttributes(), attributes->GetRevision());
     return error;
 }
 
@@ -118,23 +116,18 @@ DWORD CNativeHttp::ReadRefusal(const Logger& log, IWinHttpRequest& request, DWOR
     return error;
 }
 
-DWORD CNativeHttp::TakeDownloadAttributes(const Logger& log, const WideString& serverPath, const Attributes& expected,
+DWORD CNativeHttp::TakeDownloadAttributes(const WideString& serverPath, const Attributes& expected,
                                           const Attributes& attributes, HANDLE cancelEvent) {
     if (m_apiVersion >= RecordsWithDownloads && expected != nullptr && expected->HasTimes()) {
         CopyAttributes(*expected, *attributes);
-    } else {
-        Attributes present;
-        const DWORD error = GetPathAttributes(serverPath, present, cancelEvent).error;
-        if (error != ERROR_SUCCESS) {
-            log.Error("Download failed with [%u]", error);
-            return error;
-        }
+        return ERROR_SUCCESS;
+    }
+    Attributes present;
+    const DWORD error = GetPathAttributes(serverPath, present, cancelEvent).error;
+    if (error == ERROR_SUCCESS) {
         CopyAttributes(*present, *attributes);
     }
-    log.Information("Server attributes which came with download are S[LW[%S] LA[%S] C[%S] A[%d]] Rev:[%s]",
-                    attributes->GetLastWriteTime().ToText(), attributes->GetLastAccessTime().ToText(),
-                    attributes->GetCreationTime().ToText(), attributes->GetFileAttributes(), attributes->GetRevision());
-    return ERROR_SUCCESS;
+    return error;
 }
 
 DWORD CNativeHttp::HandleRevisionMismatch(const WideString& serverPath, const WideString& localPath,
@@ -150,11 +143,10 @@ DWORD CNativeHttp::HandleRevisionMismatch(const WideString& serverPath, const Wi
         log.Error("Failed to download file, error code: %lu", error);
         return error;
     }
-    if (!SameRevision(attributes->GetRevision(), asked->GetRevision())) {
+    if (!EqualsIgnoreCase(WidenUtf8(attributes->GetRevision()), WidenUtf8(asked->GetRevision()))) {
         log.Information(
-            "File was modified after we downloaded it. Returning old cached attributes so that file will be seen as "
-            "out "
-            "of sync on next check.");
+            "File was modified after we downloaded it. "
+            "Returning old cached attributes so that file will be seen as out of sync on next check.");
         CopyAttributes(*asked, *attributes);
     }
     return error;

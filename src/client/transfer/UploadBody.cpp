@@ -1,36 +1,30 @@
 #include "client/transfer/UploadBody.h"
 
+#include "client/Steps.h"
+
 namespace quillmark {
 
 DWORD UploadBody::FilePart(std::uint64_t* sizeOut) {
     const DWORD error =
-        m_request.SendMultipartFile("file", m_source.localPath, m_source.serverPath, m_source.cancelEvent, sizeOut,
-                                    m_source.progress, m_source.progressContext);
-    if (error != ERROR_SUCCESS) {
-        m_log.Error("SendMultipartFile failed, error code: %u", error);
-    }
-    return error;
+        m_source.range.has_value()
+            ? m_request.SendMultipartFile("file", m_source.localPath, m_source.serverPath, m_source.range->offset,
+                                          m_source.range->length, m_source.cancelEvent, sizeOut, m_source.progress,
+                                          m_source.progressContext)
+            : m_request.SendMultipartFile("file", m_source.localPath, m_source.serverPath, m_source.cancelEvent,
+                                          sizeOut, m_source.progress, m_source.progressContext);
+    return LogFailure(m_log, "SendMultipartFile failed, error code: %u", error);
 }
 
 DWORD UploadBody::SendPending() {
-    const DWORD error = m_request.SendPostData();
-    if (error != ERROR_SUCCESS) {
-        m_log.Error("SendPostData failed, error code: %u", error);
-    }
-    return error;
+    return LogFailure(m_log, "SendPostData failed, error code: %u", m_request.SendPostData());
 }
 
 DWORD UploadBody::Measure() {
     return FilePart(&m_partLength);
 }
 
-DWORD UploadBody::Start() {
-    const DWORD error =
-        m_request.StartRequest(m_request.GetPostDataLength() + m_partLength + m_request.GetMultipartEndLength());
-    if (error != ERROR_SUCCESS) {
-        m_log.Error("StartRequest failed, error code: %u", error);
-    }
-    return error;
+DWORD UploadBody::Start(std::uint64_t totalLength) {
+    return LogFailure(m_log, "StartRequest failed, error code: %u", m_request.StartRequest(totalLength));
 }
 
 DWORD UploadBody::SendFields() {
@@ -47,15 +41,11 @@ DWORD UploadBody::SendEnd() {
 }
 
 DWORD UploadBody::Receive(ResponseBuffer& reply) {
-    const DWORD error = m_request.ReceiveResponse(reply);
-    if (error != ERROR_SUCCESS) {
-        m_log.Error("ReceiveResponse failed, error code: %u", error);
-    }
-    return error;
+    return LogFailure(m_log, "ReceiveResponse failed, error code: %u", m_request.ReceiveResponse(reply));
 }
 
 DWORD UploadBody::Exchange(ResponseBuffer& reply) {
-    DWORD error = Start();
+    DWORD error = Start(TotalLength());
     if (error == ERROR_SUCCESS) {
         error = SendFields();
     }
@@ -76,6 +66,11 @@ void AddRevisionField(const Logger& log, IWinHttpRequest& request, const std::st
         log.Information("Revision: %s", revision);
         request.AddMultipartFormField("revision", revision);
     }
+}
+
+DWORD SendClosingLine(const Logger& log, IWinHttpRequest& request) {
+    request.EndMultipart();
+    return LogFailure(log, "httpRequest->SendPostData, error code: %u", request.SendPostData());
 }
 
 }  // namespace quillmark

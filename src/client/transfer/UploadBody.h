@@ -17,11 +17,18 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "common/Log.h"
 #include "quillmark/Transport.h"
 
 namespace quillmark {
+
+// Bytes of a file.
+struct FileRange {
+    std::uint64_t offset;
+    std::uint64_t length;
+};
 
 // The file behind a part, how it is to be sent, and who is told.
 struct UploadSource {
@@ -30,6 +37,7 @@ struct UploadSource {
     HANDLE cancelEvent;
     const std::shared_ptr<IProgressSink>& progress;
     std::uint64_t progressContext;
+    std::optional<FileRange> range = std::nullopt;  // none: the whole file
 };
 
 class UploadBody {
@@ -38,11 +46,19 @@ public:
         : m_log(log), m_request(request), m_source(source) {}
 
     [[nodiscard]] DWORD Measure();
-    [[nodiscard]] DWORD Start();
+    // totalLength: what the request is to announce.
+    [[nodiscard]] DWORD Start(std::uint64_t totalLength);
     [[nodiscard]] DWORD SendFields();
     [[nodiscard]] DWORD SendFile();
     [[nodiscard]] DWORD SendEnd();
     [[nodiscard]] DWORD Receive(ResponseBuffer& reply);
+
+    // After Measure: the length of the body with the fields that the request holds so far, and without any.
+    [[nodiscard]] std::uint64_t TotalLength() { return m_request.GetPostDataLength() + LengthWithoutFields(); }
+    [[nodiscard]] std::uint64_t LengthWithoutFields() { return m_partLength + m_request.GetMultipartEndLength(); }
+
+    // Where the steps log.
+    [[nodiscard]] const Logger& Log() const noexcept { return m_log; }
 
     // Start to Receive, up to the first step that fails.
     [[nodiscard]] DWORD Exchange(ResponseBuffer& reply);
@@ -59,5 +75,8 @@ private:
 
 // The field that names the revision of the item that the upload is to replace; none for an empty revision.
 void AddRevisionField(const Logger& log, IWinHttpRequest& request, const std::string& revision);
+
+// The closing line of a body, as the requests of a resumable upload send and log it.
+[[nodiscard]] DWORD SendClosingLine(const Logger& log, IWinHttpRequest& request);
 
 }  // namespace quillmark

@@ -28,11 +28,12 @@ DWORD CNativeHttp::UploadFile(const WideString& localPath, const WideString& ser
         log.Information("Upload local path: [%S] for server path: [%S]", localPath, serverPath);
         const Session session = GetSession();
         const WideString sentToken = TokenOf(session);
-        WideString url;
-        DWORD error = ApiUrl(session, QM_W("/folders"), serverPath, {}, url);
+        std::string path;
+        DWORD error = EncodePath(serverPath, path);
         if (error != ERROR_SUCCESS) {
             return error;
         }
+        const WideString url = FormatWide(QM_W("%s/folders%S"), GetApiPath(session), path);
         log.Information("Mod time: [%S]", attributes->GetLastWriteTime().ToText());
 
         Connection connection;
@@ -74,7 +75,7 @@ DWORD CNativeHttp::UploadFile(const WideString& localPath, const WideString& ser
             return TakeStoredItem(log, reply, *attributes);
         }
         log.Error("GetHTTPStatus shows failure, code: %u", httpStatus);
-        error = ErrorFromStatusWithRetry(session, httpStatus, sentToken, reply);
+        error = ErrorFromStatusWithRetry(session, httpStatus, sentToken, reply).error;
         if (error == SERVER_ERROR_REVISION_MISMATCH && reply.size() != 0) {
             // The code stays what it is, whether the caller learns the server's record or not.
             static_cast<void>(TakeRefusedItem(log, reply, *attributes));

@@ -4,15 +4,33 @@
 #include "model/JsonExceptions.h"
 
 namespace quillmark {
+namespace {
 
-DWORD TakeStoredItem(const Logger& log, const ResponseBuffer& reply, IServerAttributes& attributes) {
+bool TakeRootItem(const Logger& log, const ResponseBuffer& reply, IServerAttributes& attributes) {
     const std::shared_ptr<IServerAttributes> item = ExtractOneItem(reply, ItemPlace::Root);
     if (item == nullptr) {
         log.Error("Failed to extract attributes from response");
+        return false;
+    }
+    CopyAttributes(*item, attributes);
+    return true;
+}
+
+}  // namespace
+
+DWORD TakeStoredItem(const Logger& log, const ResponseBuffer& reply, IServerAttributes& attributes) {
+    if (!TakeRootItem(log, reply, attributes)) {
         return ERROR_INVALID_DATA;
     }
     log.Information("Extracted attributes from upload reply");
-    CopyAttributes(*item, attributes);
+    return ERROR_SUCCESS;
+}
+
+DWORD TakeStoredRevision(const Logger& log, const ResponseBuffer& reply, IServerAttributes& attributes) {
+    if (!TakeRootItem(log, reply, attributes)) {
+        return ERROR_INVALID_DATA;
+    }
+    log.Information("Extracted attributes from upload reply, Rev: %s", attributes.GetRevision());
     return ERROR_SUCCESS;
 }
 

@@ -12,6 +12,9 @@ namespace quillmark {
 // exactly one item; attributes is then as it was. Lets exceptions of the JSON library out.
 [[nodiscard]] DWORD TakeStoredItem(const Logger& log, const ResponseBuffer& reply, IServerAttributes& attributes);
 
+// The same, with the new revision in the log, as uploads of deltas write it.
+[[nodiscard]] DWORD TakeStoredRevision(const Logger& log, const ResponseBuffer& reply, IServerAttributes& attributes);
+
 // The reply to an upload that was refused for its revision: attributes becomes the record that the reply carries. False
 // when it carries none, or several, or an unreadable one; attributes is then as it was. An exception of the JSON
 // library is only logged: the upload was refused all the same, and that is what its caller has to learn.

@@ -64,6 +64,38 @@ protected:
         return reply;
     }
 
+    // Discovery as above, on a server that also takes statistics at "/audit/1.0".
+    void DiscoverWithLogging() {
+        factory->Reply(200, R"({"qm":{"sync":{"1.7":{"path":"/qm","tos":7}},
+                                      "audit":{"1.0":{"path":"/audit/1.0","tos":0}}}})");
+        factory->Reply(200, R"({"device_token_auth":true})");
+        DWORD mode = 0;
+        DWORD extra = 0;
+        ASSERT_EQ(client->Init(mode, extra, nullptr), 0u);
+        factory->ClearCalls();
+        log.Clear();
+    }
+
+    // Lets the session's token change behind the client's back when this call is made.
+    void ChangeTokenWhen(const std::string& call) {
+        factory->OnCall([call, session = factory->LastSession()](const std::string& made) {
+            if (made == call) {
+                session->SetSessionToken(QM_W("changed"));
+            }
+        });
+    }
+
+    // What was made of the form or the multipart body, in order: the calls of this function without its name.
+    [[nodiscard]] Lines CallsOf(const std::string& function) const {
+        Lines calls;
+        for (const std::string& call : factory->Calls()) {
+            if (call.starts_with(function + "(")) {
+                calls.push_back(call.substr(function.size()));
+            }
+        }
+        return calls;
+    }
+
     fakes::RecordedLog log;
     std::shared_ptr<fakes::RecordingFactory> factory = std::make_shared<fakes::RecordingFactory>();
     std::unique_ptr<CNativeHttp> client = std::make_unique<CNativeHttp>(QM_W("laptop"), factory);

@@ -125,20 +125,6 @@ TEST_F(Pipeline, ApiPathCarriesTheTokenOnServersOfApi10) {
     EXPECT_EQ(client->GetApiPath(client->GetSession()), QM_W("/api/t0ken"));
 }
 
-TEST_F(Pipeline, ApiUrlEncodesTheServerPathAndNothingElse) {
-    Discover();
-    WideString url;
-    EXPECT_EQ(client->ApiUrl(client->GetSession(), QM_W("/folders"), QM_W("/a b/100%+~\u00E9"), "?type=all", url), 0u);
-    EXPECT_EQ(url, QM_W("/qm/folders/a%20b/100%25%2B~%C3%A9?type=all"));
-}
-
-TEST_F(Pipeline, ApiUrlRefusesAPathThatHasNoUtf8) {
-    Discover();
-    const WideChar lone[] = {QM_W('/'), 0xDC80, 0};
-    WideString url;
-    EXPECT_EQ(client->ApiUrl(client->GetSession(), QM_W("/folders"), lone, "", url), 1113u);
-}
-
 TEST_F(Pipeline, AddRevisionMakesAQuery) {
     std::string query;
     client->AddRevision(query, "?", "r17");
@@ -158,6 +144,12 @@ TEST_F(Pipeline, ResetTimeoutsGivesTheNormalOnesBack) {
     client->ResetTimeouts(client->GetSession());
     EXPECT_EQ(factory->Calls(), (Lines{"SetTimeouts(s1, 60000, 60000, 300000, 300000)"}));
     EXPECT_TRUE(log.Has(110, "NativeHttp", "CNativeHttp::ResetTimeouts", ""));
+}
+
+TEST_F(Pipeline, ResetTimeoutsDoesNothingWithoutASession) {
+    factory->ClearCalls();
+    client->ResetTimeouts(nullptr);
+    EXPECT_EQ(factory->Calls(), Lines{});
 }
 
 TEST_F(Pipeline, ResetTimeoutsLogsAFailure) {

@@ -85,10 +85,16 @@ TEST_F(ReplyErrors, ChangedTokenAfterAnotherStatusKeepsTheError) {
 TEST_F(ReplyErrors, WithRetryLooksAtTheTokenOnlyAfterError6) {
     client->SetSessionToken(QM_W("new"));
     const auto session = client->GetSession();
-    EXPECT_EQ(client->ErrorFromStatusWithRetry(session, 401, QM_W("old"), Reply(R"({"errorId":"6"})")), 1237u);
-    EXPECT_EQ(client->ErrorFromStatusWithRetry(session, 401, QM_W("new"), Reply(R"({"errorId":"6"})")), 20006u);
-    EXPECT_EQ(client->ErrorFromStatusWithRetry(session, 403, QM_W("old"), Reply(R"({"errorId":"6"})")), 20006u);
-    EXPECT_EQ(client->ErrorFromStatusWithRetry(session, 401, QM_W("old"), Reply("{}")), 20401u);
+    EXPECT_EQ(client->ErrorFromStatusWithRetry(session, 401, QM_W("old"), Reply(R"({"errorId":"6"})")).error, 1237u);
+    EXPECT_EQ(client->ErrorFromStatusWithRetry(session, 401, QM_W("new"), Reply(R"({"errorId":"6"})")).error, 20006u);
+    EXPECT_EQ(client->ErrorFromStatusWithRetry(session, 403, QM_W("old"), Reply(R"({"errorId":"6"})")).error, 20006u);
+    EXPECT_EQ(client->ErrorFromStatusWithRetry(session, 401, QM_W("old"), Reply("{}")).error, 20401u);
+}
+
+TEST_F(ReplyErrors, WithRetryKeepsTheSeverity) {
+    EXPECT_EQ(client->ErrorFromStatusWithRetry(client->GetSession(), 409, QM_W(""),
+                                               Reply(R"({"errorId":"1202","severity":"3"})")),
+              (StatusPair{21202, 3}));
 }
 
 TEST_F(ReplyErrors, RevisionIsThatOfTheOneItem) {

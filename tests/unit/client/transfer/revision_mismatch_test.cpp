@@ -74,6 +74,14 @@ TEST_F(RevisionMismatch, TheSameRevisionInAnotherCaseGivesTheNewRecord) {
     EXPECT_FALSE(log.Mentions("File was modified"));
 }
 
+TEST_F(RevisionMismatch, LettersBeyondAsciiHaveNoCaseEither) {
+    expected->SetRevision("\xC3\xBC");
+    ReplyMismatch();
+    ReplyContentsAndRecord("\xC3\x9C");
+    EXPECT_EQ(Run(), 0u);
+    EXPECT_EQ(attributes->GetRevision(), "\xC3\x9C");
+}
+
 TEST_F(RevisionMismatch, ALongerRevisionIsADifferentOne) {
     ReplyMismatch();
     ReplyContentsAndRecord("r1-abcd");

@@ -27,14 +27,6 @@ protected:
         return client->UploadFile(QM_W("/home/ann/a b.txt"), QM_W("/Shared/a b.txt"), attributes, cancelEvent, nullptr,
                                   0);
     }
-    void ChangeTokenWhen(const std::string& call) {
-        factory->OnCall([this, call, session = factory->LastSession()](const std::string& made) {
-            if (made == call) {
-                session->SetSessionToken(QM_W("changed"));
-            }
-        });
-    }
-
     std::shared_ptr<IServerAttributes> attributes = MakeAttributes();
     HANDLE cancelEvent = nullptr;
 };

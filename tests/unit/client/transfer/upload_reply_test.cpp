@@ -23,6 +23,16 @@ TEST_F(UploadReply, AReplyWithoutOneItemStoresNothing) {
     EXPECT_TRUE(log.Has(Error, "NativeHttp", "CNativeHttp::Upload", "Failed to extract attributes from response"));
 }
 
+TEST_F(UploadReply, AStoredRevisionIsInTheLog) {
+    EXPECT_EQ(TakeStoredRevision(logger, Reply(R"({"revision":"r2"})"), *attributes), 0u);
+    EXPECT_EQ(attributes->GetRevision(), "r2");
+    EXPECT_TRUE(
+        log.Has(Information, "NativeHttp", "CNativeHttp::Upload", "Extracted attributes from upload reply, Rev: r2"));
+    EXPECT_EQ(TakeStoredRevision(logger, Reply("[{},{}]"), *attributes), 13u);
+    EXPECT_EQ(attributes->GetRevision(), "r2");
+    EXPECT_TRUE(log.Has(Error, "Failed to extract attributes from response"));
+}
+
 TEST_F(UploadReply, ARefusedItemIsAMemberOfTheReply) {
     EXPECT_TRUE(TakeRefusedItem(logger, Reply(R"({"document_info":{"revision":"r9"}})"), *attributes));
     EXPECT_EQ(attributes->GetRevision(), "r9");
