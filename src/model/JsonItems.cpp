@@ -6,8 +6,8 @@
 #include <memory>
 #include <new>
 #include <string>
-#include <string_view>
 
+#include "common/CaseFold.h"
 #include "common/Log.h"
 #include "model/JsonReader.h"
 #include "quillmark/AttributeTime.h"
@@ -43,19 +43,8 @@ bool IsNumber(const Json::Value& value) {
 }
 
 // "WRITE" in any letter case; anything else means that writing is not allowed.
-bool IsReadOnlyPermission(std::string_view permission) {
-    constexpr std::string_view Writable = "WRITE";
-    if (permission.size() != Writable.size()) {
-        return true;
-    }
-    for (std::size_t i = 0; i < Writable.size(); ++i) {
-        const char letter = permission[i];
-        const char upper = letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
-        if (upper != Writable[i]) {
-            return true;
-        }
-    }
-    return false;
+bool IsReadOnlyPermission(const std::string& permission) {
+    return !EqualsIgnoreCase(WidenUtf8(permission), QM_W("WRITE"));
 }
 
 // Truncates towards zero. What 64 bits cannot hold becomes the nearest value that they can, so that a server's 1e300 is
