@@ -9,7 +9,7 @@
 namespace quillmark::cli {
 namespace {
 
-constexpr int LOG_EVERYTHING = 4;
+constexpr int LogEverything = 4;
 
 std::string DeviceName() {
     const std::string name = Environment("HOSTNAME");
@@ -65,7 +65,7 @@ Client::Client(const GlobalOptions& options) : m_options(options) {
         throw Failure("there is no home folder to keep the login in; name a file with --session", ExitCode::Usage);
     }
     if (!options.logPath.empty()) {
-        m_log = Eventing::OpenLog(options.logPath.c_str(), LOG_EVERYTHING);
+        m_log = Eventing::OpenLog(options.logPath.c_str(), LogEverything);
         Require(m_log == 0 ? GetLastError() : ERROR_SUCCESS, "cannot open the log '" + options.logPath + "'");
     }
     if (!options.caPath.empty()) {

@@ -12,13 +12,13 @@ struct KnownError {
     const char* text;
 };
 
-constexpr DWORD SERVER_UNAUTHORIZED = SERVER_ERROR_BASE + 401;
-constexpr DWORD SERVER_FORBIDDEN = SERVER_ERROR_BASE + 403;
-constexpr DWORD SERVER_NOT_FOUND = SERVER_ERROR_BASE + 404;
-constexpr DWORD SERVER_CONFLICT = SERVER_ERROR_BASE + 409;
+constexpr DWORD ServerUnauthorized = SERVER_ERROR_BASE + 401;
+constexpr DWORD ServerForbidden = SERVER_ERROR_BASE + 403;
+constexpr DWORD ServerNotFound = SERVER_ERROR_BASE + 404;
+constexpr DWORD ServerConflict = SERVER_ERROR_BASE + 409;
 
 // Sorted by error. The server's own numbers are those of docs/protocol.md.
-constexpr KnownError KNOWN_ERRORS[] = {
+constexpr KnownError KnownErrors[] = {
     {ERROR_FILE_NOT_FOUND, ExitCode::LocalFile, "the local file does not exist"},
     {ERROR_PATH_NOT_FOUND, ExitCode::LocalFile, "the local folder does not exist"},
     {ERROR_ACCESS_DENIED, ExitCode::LocalFile, "access to the local file is denied"},
@@ -54,10 +54,10 @@ constexpr KnownError KNOWN_ERRORS[] = {
     {ERROR_INCOMPATIBLE_SERVER, ExitCode::InvalidReply, "the server offers no API that this client speaks"},
     {ERROR_DOWNLOAD_UNDERFLOW, ExitCode::CannotConnect, "the download ended before it was complete"},
     {SERVER_ERROR_SESSION_TOKEN, ExitCode::NotLoggedIn, "the session has ended; log in again with 'quillmark login'"},
-    {SERVER_UNAUTHORIZED, ExitCode::NotLoggedIn, "the server refuses the user name, password or session"},
-    {SERVER_FORBIDDEN, ExitCode::NotLoggedIn, "the server does not permit this"},
-    {SERVER_NOT_FOUND, ExitCode::NotFound, "the server has no such item"},
-    {SERVER_CONFLICT, ExitCode::Conflict, "the item exists already or is in the way"},
+    {ServerUnauthorized, ExitCode::NotLoggedIn, "the server refuses the user name, password or session"},
+    {ServerForbidden, ExitCode::NotLoggedIn, "the server does not permit this"},
+    {ServerNotFound, ExitCode::NotFound, "the server has no such item"},
+    {ServerConflict, ExitCode::Conflict, "the item exists already or is in the way"},
     {SERVER_ERROR_BASE + 1001, ExitCode::InvalidReply, "the server does not understand the request"},
     {SERVER_ERROR_BASE + 1002, ExitCode::NotFound, "the server has no such item"},
     {SERVER_ERROR_BASE + 1003, ExitCode::Conflict, "the item exists already"},
@@ -74,9 +74,9 @@ constexpr KnownError KNOWN_ERRORS[] = {
 };
 
 const KnownError* FindKnown(DWORD error) {
-    const auto* found = std::lower_bound(std::begin(KNOWN_ERRORS), std::end(KNOWN_ERRORS), error,
+    const auto* found = std::lower_bound(std::begin(KnownErrors), std::end(KnownErrors), error,
                                          [](const KnownError& known, DWORD wanted) { return known.error < wanted; });
-    return found != std::end(KNOWN_ERRORS) && found->error == error ? found : nullptr;
+    return found != std::end(KnownErrors) && found->error == error ? found : nullptr;
 }
 
 std::string GeneralText(DWORD error) {

@@ -9,10 +9,10 @@ namespace {
 using namespace quillmark;       // NOLINT: this file is the program
 using namespace quillmark::cli;  // NOLINT
 
-constexpr CommandRegistration COMMANDS[] = {RegisterLogin, RegisterVersion, RegisterLs, RegisterStat,
+constexpr CommandRegistration Commands[] = {RegisterLogin, RegisterVersion, RegisterLs, RegisterStat,
                                             RegisterMkdir, RegisterPut,     RegisterGet};
 
-constexpr const char* EPILOGUE =
+constexpr const char* Epilogue =
     "\nExamples:\n"
     "  quillmark login https://files.example.com --user anna\n"
     "  quillmark ls -l /Shared\n"
@@ -41,7 +41,7 @@ void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& te
     program.set_version_flag("--version", "quillmark " QUILLMARK_VERSION, "Print the version of this program and exit");
     program.require_subcommand(1);
     program.fallthrough();  // these options may also stand after the command
-    program.footer(EPILOGUE);
+    program.footer(Epilogue);
 }
 
 ExitCode Run(const Action& action, const GlobalOptions& options) {
@@ -69,7 +69,7 @@ int main(int count, char** values) {
     GlobalTexts texts;
     Action action;
     AddGlobalOptions(program, options, texts);
-    for (const CommandRegistration registration : COMMANDS) {
+    for (const CommandRegistration registration : Commands) {
         registration(program, options, action);
     }
     const std::vector<WideString> wide = Arguments(count, values);

@@ -11,7 +11,7 @@
 namespace quillmark::cli {
 namespace {
 
-constexpr const char* FIRST_LINE = "quillmark session 1";
+constexpr const char* FirstLine = "quillmark session 1";
 
 // The file's lines: a name, one space, the value.
 std::vector<std::pair<const char*, std::string StoredSession::*>> Lines() {
@@ -33,8 +33,8 @@ void MakeFolderOf(const WideString& path) {
 WideString DefaultSessionPath() {
     WideChar folder[MAX_PATH] = {};
     // The folder need not be there yet: SaveSession makes it.
-    constexpr int WHERE = CSIDL_LOCAL_APPDATA | CSIDL_FLAG_DONT_VERIFY;
-    if (SHGetFolderPathW(nullptr, WHERE, nullptr, SHGFP_TYPE_CURRENT, folder) != S_OK) {
+    constexpr int DataFolder = CSIDL_LOCAL_APPDATA | CSIDL_FLAG_DONT_VERIFY;
+    if (SHGetFolderPathW(nullptr, DataFolder, nullptr, SHGFP_TYPE_CURRENT, folder) != S_OK) {
         return WideString();
     }
     return JoinPath(JoinPath(folder, QM_W("quillmark")), QM_W("session"));
@@ -45,7 +45,7 @@ DWORD LoadSession(const WideString& path, StoredSession& session) {
     if (const DWORD error = ReadLocalFile(path, 64 * 1024, text); error != ERROR_SUCCESS) {
         return error == ERROR_PATH_NOT_FOUND ? ERROR_FILE_NOT_FOUND : error;
     }
-    if (text.compare(0, std::char_traits<char>::length(FIRST_LINE), FIRST_LINE) != 0) {
+    if (text.compare(0, std::char_traits<char>::length(FirstLine), FirstLine) != 0) {
         return ERROR_INVALID_DATA;
     }
     for (const auto& [name, member] : Lines()) {
@@ -60,7 +60,7 @@ DWORD LoadSession(const WideString& path, StoredSession& session) {
 }
 
 DWORD SaveSession(const WideString& path, const StoredSession& session) {
-    std::string text = FIRST_LINE;
+    std::string text = FirstLine;
     for (const auto& [name, member] : Lines()) {
         const std::string& value = session.*member;
         if (value.find_first_of("\r\n") != std::string::npos) {

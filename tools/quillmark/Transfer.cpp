@@ -13,13 +13,13 @@ namespace {
 // What a download is called until it is complete.
 WideString PartialName(const WideString& local) {
     // A name may have 255 bytes, and a code unit takes up to three: what a long name loses makes room for the ending.
-    constexpr std::size_t LONGEST = 75;
+    constexpr std::size_t Longest = 75;
     const WideString leaf = LeafName(local);
-    if (leaf.size() <= LONGEST) {
+    if (leaf.size() <= Longest) {
         return local + QM_W(".quillmark-part");
     }
-    const bool pairSplit = (leaf[LONGEST] & 0xFC00) == 0xDC00;
-    return local.Substring(0, local.size() - leaf.size()) + leaf.Substring(0, LONGEST - (pairSplit ? 1 : 0)) +
+    const bool pairSplit = (leaf[Longest] & 0xFC00) == 0xDC00;
+    return local.Substring(0, local.size() - leaf.size()) + leaf.Substring(0, Longest - (pairSplit ? 1 : 0)) +
            QM_W(".quillmark-part");
 }
 

@@ -14,9 +14,9 @@
 namespace quillmark::testing {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-inline constexpr double LONGEST_CANCELLATION = 5000;  // milliseconds; instrumented code on a busy machine
+inline constexpr double LongestCancellation = 5000;  // milliseconds; instrumented code on a busy machine
 #else
-inline constexpr double LONGEST_CANCELLATION = 250;
+inline constexpr double LongestCancellation = 250;
 #endif
 
 class CancelledOperation {
@@ -47,7 +47,7 @@ public:
         std::printf("MEASURED cancel while %s: %.2f ms\n", phase.c_str(), milliseconds);
         EXPECT_TRUE(m_error == 1223 || m_error == 12017 || m_error == 6) << m_error;
         EXPECT_GE(milliseconds, 0.0) << "it had returned before it was cancelled";
-        EXPECT_LT(milliseconds, LONGEST_CANCELLATION);
+        EXPECT_LT(milliseconds, LongestCancellation);
     }
 
 private:

@@ -19,7 +19,7 @@
 namespace quillmark::testing {
 namespace {
 
-constexpr std::size_t QUESTION_START = 12;  // after the header of a DNS message
+constexpr std::size_t QuestionStart = 12;  // after the header of a DNS message
 
 void Require(bool done, const char* what) {
     if (!done) {
@@ -40,7 +40,7 @@ void RaiseLoopback() {
 // The name of a question, its labels joined by dots, and its kind.
 std::pair<std::string, int> ParseQuestion(const unsigned char* message, std::size_t size) {
     std::string name;
-    std::size_t at = QUESTION_START;
+    std::size_t at = QuestionStart;
     while (at < size && message[at] != 0 && at + message[at] + 1 < size) {
         name += name.empty() ? "" : ".";
         name.append(reinterpret_cast<const char*>(message + at + 1), message[at]);

@@ -7,7 +7,7 @@
 namespace quillmark::testing {
 namespace {
 
-constexpr const char* ITEM =
+constexpr const char* ItemReply =
     R"({"name":"item","directory":false,"revision":"7","creation_time":"2026-01-02T03:04:05.678Z",)"
     R"("modification_time":"2026-01-02T03:04:05.678Z","size":7,"attributes":128,"permissions":"WRITE",)"
     R"("folder_permissions":"WRITE"})";
@@ -47,7 +47,7 @@ std::string GoodReply(const std::string& head) {
     if (head.starts_with("GET /api/1.7/version ")) {
         return JsonReply(R"({"quillmark_version":"1.2.3"})");
     }
-    return JsonReply(head.find("application/octet-stream") != std::string::npos ? "content" : ITEM);
+    return JsonReply(head.find("application/octet-stream") != std::string::npos ? "content" : ItemReply);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 namespace quillmark::testing {
 namespace {
 
-constexpr const char* LOOK = "GET /api/1.7/folders/item";
+constexpr const char* ItemRequest = "GET /api/1.7/folders/item";
 
 DWORD Look(HostClient& client, HANDLE event) {
     std::shared_ptr<IServerAttributes> item;
@@ -26,7 +26,7 @@ protected:
 };
 
 TEST_F(CancelEventTest, SetBeforeTheCallEndsTheOperation) {
-    StalledServer server({.request = LOOK});  // without the event, this would wait for ever
+    StalledServer server({.request = ItemRequest});  // without the event, this would wait for ever
     HostClient client(server.Url());
     ASSERT_EQ(0u, client.Login());
     const TestEvent event;

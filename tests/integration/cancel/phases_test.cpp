@@ -16,7 +16,7 @@
 namespace quillmark::testing {
 namespace {
 
-constexpr const char* FOLDERS = "/api/1.7/folders/item";
+constexpr const char* ItemPath = "/api/1.7/folders/item";
 
 class CancelTest : public ::testing::Test {
 protected:
@@ -85,32 +85,32 @@ TEST_F(CancelTest, EndsALoginThatWaitsForItsReply) {
 }
 
 TEST_F(CancelTest, EndsARequestThatWaitsForTheHead) {
-    StartAndLogin({.request = std::string("GET ") + FOLDERS});
+    StartAndLogin({.request = std::string("GET ") + ItemPath});
     CancelWhile("waiting for the reply's head", [this](HANDLE event) { return Look(event); });
 }
 
 TEST_F(CancelTest, EndsARequestInTheMiddleOfTheHead) {
-    StartAndLogin({.request = std::string("GET ") + FOLDERS, .reply = "HTTP/1.1 200 OK\r\nContent-Le"});
+    StartAndLogin({.request = std::string("GET ") + ItemPath, .reply = "HTTP/1.1 200 OK\r\nContent-Le"});
     CancelWhile("reading the reply's head", [this](HANDLE event) { return Look(event); });
 }
 
 TEST_F(CancelTest, EndsAnUploadWhoseServerDoesNotRead) {
-    StartAndLogin({.request = std::string("POST ") + FOLDERS, .readsRequest = false});
+    StartAndLogin({.request = std::string("POST ") + ItemPath, .readsRequest = false});
     CancelWhile("sending", [this](HANDLE event) { return Upload(64u << 20, event); });
 }
 
 TEST_F(CancelTest, EndsAnUploadThatWaitsForItsReply) {
-    StartAndLogin({.request = std::string("POST ") + FOLDERS});
+    StartAndLogin({.request = std::string("POST ") + ItemPath});
     CancelWhile("an upload waits", [this](HANDLE event) { return Upload(100'000, event); });
 }
 
 TEST_F(CancelTest, EndsAnUploadInTheMiddleOfItsReply) {
-    StartAndLogin({.request = std::string("POST ") + FOLDERS, .reply = BeginningOfReply(500, R"({"name":)")});
+    StartAndLogin({.request = std::string("POST ") + ItemPath, .reply = BeginningOfReply(500, R"({"name":)")});
     CancelWhile("reading an upload's reply", [this](HANDLE event) { return Upload(100'000, event); });
 }
 
 TEST_F(CancelTest, EndsAListingInTheMiddle) {
-    StartAndLogin({.request = std::string("GET ") + FOLDERS,
+    StartAndLogin({.request = std::string("GET ") + ItemPath,
                    .reply = BeginningOfReply(5'000'000, "{\"children\":[" + std::string(100'000, ' '))});
     CancelWhile("reading a listing", [this](HANDLE event) {
         const DWORD error = List(event);
@@ -120,14 +120,14 @@ TEST_F(CancelTest, EndsAListingInTheMiddle) {
 
 TEST_F(CancelTest, EndsADownloadInTheMiddleOfTheFile) {
     StartAndLogin(
-        {.request = std::string("GET ") + FOLDERS, .reply = BeginningOfReply(1u << 30, std::string(3'000'000, 'x'))});
+        {.request = std::string("GET ") + ItemPath, .reply = BeginningOfReply(1u << 30, std::string(3'000'000, 'x'))});
     CancelWhile("reading a download", [this](HANDLE event) { return Download(event); });
     EXPECT_EQ("content", ReadFileAt(m_folder / "down")) << "what the cancelled download wrote is gone";
 }
 
 // How many sockets are trying to connect to the port.
 int Connecting(std::uint16_t port) {
-    constexpr const char* SYN_SENT = "02";
+    constexpr const char* SynSent = "02";
     std::ifstream table("/proc/self/net/tcp");
     char wanted[16];
     std::snprintf(wanted, sizeof(wanted), ":%04X", static_cast<unsigned>(port));
@@ -139,7 +139,7 @@ int Connecting(std::uint16_t port) {
         std::string remote;
         std::string state;
         fields >> number >> local >> remote >> state;
-        count += remote.ends_with(wanted) && state == SYN_SENT ? 1 : 0;
+        count += remote.ends_with(wanted) && state == SynSent ? 1 : 0;
     }
     return count;
 }

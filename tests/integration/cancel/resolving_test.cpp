@@ -10,7 +10,7 @@
 namespace quillmark::testing {
 namespace {
 
-constexpr int IPV6_ADDRESS = 28;  // only connecting asks for these; the library's own probe of the name does not
+constexpr int Ipv6Address = 28;  // only connecting asks for these; the library's own probe of the name does not
 
 TEST(CancelledLookUpTest, EndsWhenTheNameServerNeverAnswers) {
     std::unique_ptr<SilentNameServer> nameServer;
@@ -25,7 +25,7 @@ TEST(CancelledLookUpTest, EndsWhenTheNameServerNeverAnswers) {
         DWORD extra = 0;
         return client->Init(mode, extra, event);
     });
-    ASSERT_EQ("stalled.test", nameServer->AwaitQuestion(IPV6_ADDRESS).value_or("no question came"));
+    ASSERT_EQ("stalled.test", nameServer->AwaitQuestion(Ipv6Address).value_or("no question came"));
     running.CancelWhile("resolving");
 }
 

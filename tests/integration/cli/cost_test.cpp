@@ -12,11 +12,11 @@
 namespace quillmark::testing {
 namespace {
 
-constexpr std::uint64_t MIB = 1u << 20;
-constexpr std::uint64_t GIB = 1u << 30;
-constexpr long HIGHEST_PEAK = 24 * 1024;  // KiB
-constexpr double HIGHEST_RATIO = 1.5;
-constexpr int ROUNDS = 4;
+constexpr std::uint64_t Mib = 1u << 20;
+constexpr std::uint64_t Gib = 1u << 30;
+constexpr long HighestPeak = 24 * 1024;  // KiB
+constexpr double HighestRatio = 1.5;
+constexpr int RoundCount = 4;
 
 class CostTest : public CliTest {
 protected:
@@ -67,7 +67,7 @@ protected:
     void CheckPeak(const std::string& what, const ProcessResult& result) {
         std::printf("MEASURED peak memory, %s: %.1f MiB\n", what.c_str(),
                     static_cast<double>(result.peakKilobytes) / 1024);
-        EXPECT_LE(result.peakKilobytes, HIGHEST_PEAK) << what;
+        EXPECT_LE(result.peakKilobytes, HighestPeak) << what;
     }
     // Up and down, with the peaks of both.
     void MeasureMemory(const std::string& name, const std::string& local) {
@@ -96,23 +96,23 @@ struct Best {
     void Check(const std::string& what) const {
         std::printf("MEASURED CPU seconds, %s: %.2f, curl %.2f, ratio %.2f (each round, ours:curl%s)\n", what.c_str(),
                     own, curl, own / curl, all.c_str());
-        EXPECT_LE(own / curl, HIGHEST_RATIO) << what;
+        EXPECT_LE(own / curl, HighestRatio) << what;
     }
 };
 
 // One after the other in turns, so that what else the machine does meets both alike; the best of each counts.
 void CostTest::MeasureProcessor(const std::string& scheme) {
-    constexpr std::uint64_t SIZE = 512 * MIB;
-    if (!HasRoomFor(5 * SIZE)) {
+    constexpr std::uint64_t ByteCount = 512 * Mib;
+    if (!HasRoomFor(5 * ByteCount)) {
         GTEST_SKIP() << "the disk has no room for 2.5 GiB";
     }
     Start(scheme);
-    const std::string local = NarrowUtf8(WritePatternAt(Local("big"), SIZE));
+    const std::string local = NarrowUtf8(WritePatternAt(Local("big"), ByteCount));
     Best up;
     Best down;
-    for (int round = 0; round < ROUNDS; ++round) {
+    for (int round = 0; round < RoundCount; ++round) {
         const ProcessResult ownUp = Run({"put", "-q", local, "/big"});
-        up.Add(ownUp, CurlUpload(local, SIZE));
+        up.Add(ownUp, CurlUpload(local, ByteCount));
         const ProcessResult ownDown = Run({"get", "-q", "/big", Local("back")});
         down.Add(ownDown, CurlDownload(Local("curl.back")));
     }
@@ -123,30 +123,30 @@ void CostTest::MeasureProcessor(const std::string& scheme) {
 }
 
 TEST_F(CostTest, PeakMemoryWith256MiBIsSmall) {
-    if (!HasRoomFor(GIB)) {
+    if (!HasRoomFor(Gib)) {
         GTEST_SKIP() << "the disk has no room for 1 GiB";
     }
     Start("http");
-    MeasureMemory("256 MiB", NarrowUtf8(WritePatternAt(Local("big"), 256 * MIB)));
+    MeasureMemory("256 MiB", NarrowUtf8(WritePatternAt(Local("big"), 256 * Mib)));
 }
 
 TEST_F(CostTest, PeakMemoryWith256MiBIsSmallOverTls) {
-    if (!HasRoomFor(GIB)) {
+    if (!HasRoomFor(Gib)) {
         GTEST_SKIP() << "the disk has no room for 1 GiB";
     }
     Start("https");
-    MeasureMemory("256 MiB over TLS", NarrowUtf8(WritePatternAt(Local("big"), 256 * MIB)));
+    MeasureMemory("256 MiB over TLS", NarrowUtf8(WritePatternAt(Local("big"), 256 * Mib)));
 }
 
 TEST_F(CostTest, PeakMemoryWith5GiBIsTheSame) {
-    if (!HasRoomFor(11 * GIB)) {
+    if (!HasRoomFor(11 * Gib)) {
         GTEST_SKIP() << "the disk has no room for two copies of 5 GiB";
     }
     Start("http");
     const std::string local = Write("big", "first");
-    std::filesystem::resize_file(local, 5 * GIB);
+    std::filesystem::resize_file(local, 5 * Gib);
     std::fstream file(local, std::ios::binary | std::ios::in | std::ios::out);
-    file.seekp(4 * GIB + 7).write("past 4 GiB", 10);
+    file.seekp(4 * Gib + 7).write("past 4 GiB", 10);
     file.seekp(-4, std::ios::end).write("last", 4);
     file.close();
     MeasureMemory("5 GiB", local);

@@ -14,9 +14,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double LONGEST_END = 10;  // seconds
+constexpr double LongestEnd = 10;  // seconds
 #else
-constexpr double LONGEST_END = 1;
+constexpr double LongestEnd = 1;
 #endif
 
 class InterruptTest : public CliTest {
@@ -34,7 +34,7 @@ protected:
         const Clock::time_point sent = Clock::now();
         process.Signal(signal);
         const int exitCode = process.Wait();
-        EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LONGEST_END);
+        EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LongestEnd);
         return exitCode;
     }
 
@@ -79,7 +79,7 @@ TEST_F(InterruptTest, EndsADownloadAndLeavesNoPartOfTheFile) {
     const Clock::time_point sent = Clock::now();
     process.Signal(SIGINT);
     EXPECT_EQ(7, process.Wait());
-    EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LONGEST_END);
+    EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LongestEnd);
     EXPECT_EQ("0 files, 0 folders, 0 bytes, 1 failed, cancelled\n", Read(Local("err")));
     EXPECT_EQ(std::vector<std::string>{"f"}, NamesIn(Local("folder")));
     EXPECT_EQ("old", Read(target));
@@ -98,7 +98,7 @@ TEST_F(InterruptTest, TheSecondOneLeavesAtOnce) {
         std::this_thread::yield();
     }
     EXPECT_EQ(7, process.Wait());
-    EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LONGEST_END);
+    EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LongestEnd);
 }
 
 }  // namespace

@@ -91,15 +91,15 @@ std::string Running(const std::string& name) {
 }
 
 TEST_F(PackagesTest, LeavesNoServiceRunningAndServicesAllowed) {
-    constexpr const char* POLICY = "/usr/sbin/policy-rc.d";
-    const bool policy = std::filesystem::exists(POLICY);
+    constexpr const char* Policy = "/usr/sbin/policy-rc.d";
+    const bool policy = std::filesystem::exists(Policy);
     const std::string squids = Running("squid");
     const std::string nginxes = Running("nginx");
     const ProcessResult result = Script({"scripts/packages.sh", "test"});
     EXPECT_EQ(0, result.exitCode) << result.errors;
     EXPECT_EQ(squids, Running("squid"));
     EXPECT_EQ(nginxes, Running("nginx"));
-    EXPECT_EQ(policy, std::filesystem::exists(POLICY)) << "services are as much allowed as before";
+    EXPECT_EQ(policy, std::filesystem::exists(Policy)) << "services are as much allowed as before";
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 namespace quillmark::testing {
 namespace {
 
-constexpr std::chrono::seconds START_TIME{60};  // generous: sanitizers on a busy machine
+constexpr std::chrono::seconds StartTime{60};  // generous: sanitizers on a busy machine
 
 std::uint16_t PortIn(const std::string& portFile, const std::string& scheme) {
     std::ifstream file(portFile);
@@ -56,7 +56,7 @@ void Appliance::Start() {
 
 // The server has no way to call us, so its port file is looked for until it is complete or the server has ended.
 void Appliance::WaitForPorts() {
-    const auto end = std::chrono::steady_clock::now() + START_TIME;
+    const auto end = std::chrono::steady_clock::now() + StartTime;
     while (std::chrono::steady_clock::now() < end && m_process.IsRunning()) {
         m_httpPort = PortIn(m_folder / "ports", "http");
         m_httpsPort = PortIn(m_folder / "ports", "https");

@@ -18,13 +18,13 @@ struct LoginOptions {
     std::string passwordFile;
 };
 
-constexpr std::size_t LONGEST_PASSWORD = 4096;
+constexpr std::size_t LongestPassword = 4096;
 
 // The first line of what standard input gives.
 std::string ReadStandardInput() {
     std::string line;
     int unit = 0;
-    while ((unit = std::getchar()) != EOF && unit != '\n' && line.size() < LONGEST_PASSWORD) {
+    while ((unit = std::getchar()) != EOF && unit != '\n' && line.size() < LongestPassword) {
         line.push_back(static_cast<char>(unit));
     }
     return line;
@@ -36,7 +36,7 @@ std::string Password(const LoginOptions& options, const GlobalOptions& global) {
     }
     std::string password = Environment("QUILLMARK_PASSWORD");
     if (!options.passwordFile.empty()) {
-        Require(ReadLocalFile(global.Path(options.passwordFile), LONGEST_PASSWORD, password),
+        Require(ReadLocalFile(global.Path(options.passwordFile), LongestPassword, password),
                 "cannot read the password file '" + options.passwordFile + "'");
         return password.substr(0, password.find_first_of("\r\n"));
     }
