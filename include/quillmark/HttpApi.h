@@ -9,8 +9,8 @@
 // begins. ReleaseClient is called when no operation runs any more.
 //
 // Cancellation. Operations take a cancel event: a manual-reset event, one per running operation, null for an operation
-// that cannot be cancelled. While it is set, the operation ends at once, wherever it blocks, and fails with
-// ERROR_CANCELLED (1223), ERROR_WINHTTP_OPERATION_CANCELLED (12017) or ERROR_INVALID_HANDLE (6), depending on where it
+// that cannot be cancelled. Set while the operation runs, it ends the operation at once, wherever that blocks; set
+// before, it may still lose to a quick reply. A cancelled operation fails with 1223, 12017 or 6, depending on where it
 // was; whether it was cancelled, the caller knows from its own event. A second operation on the same event takes the
 // place of the first: setting the event then cancels the second one only. Of one client object's operations 61 at a
 // time are cancellable.
