@@ -1,7 +1,6 @@
 #include "common/EventMultiTrigger.h"
 
 #include <algorithm>
-#include <span>
 #include <utility>
 
 #include "common/Log.h"
@@ -63,6 +62,7 @@ bool EventMultiTrigger::AddTrigger(HANDLE event, Action action) {
     if (!m_thread.IsHandle()) {
         return false;
     }
+    trigger.number = ++m_lastNumber;
     // What it replaces goes with `trigger`, after the lock: an action's destructor may come back here.
     std::swap(m_triggers[event], trigger);
     ::SetEvent(m_triggerAdded.Get());
@@ -100,6 +100,7 @@ EventMultiTrigger::WaitList EventMultiTrigger::BuildEventList() {
             list.timeout = std::min(list.timeout, wait);
             continue;
         }
+        list.numbers[list.count] = trigger.number;
         list.events[list.count++] = event;
         log.Information("Pushing [0x%x]", HandleNumber(event));
     }
@@ -124,18 +125,18 @@ void EventMultiTrigger::TriggerThread() noexcept {
                 ::Sleep(static_cast<DWORD>(Rest.count()));
             }
         } else if (result < list.count) {
-            RunTrigger(list.events[result]);
+            RunTrigger(list.events[result], list.numbers[result]);
         }
         // Otherwise a trigger's rest is over.
     }
 }
 
-void EventMultiTrigger::RunTrigger(HANDLE event) {
+void EventMultiTrigger::RunTrigger(HANDLE event, std::uint64_t number) {
     constexpr Logger log = MakeLog("EventMultiTrigger::TriggerThread");
     std::shared_ptr<const Action> action;
     {
         const std::scoped_lock guard(m_lock);
-        if (const auto found = m_triggers.find(event); found != m_triggers.end()) {
+        if (const auto found = m_triggers.find(event); found != m_triggers.end() && found->second.number == number) {
             action = found->second.action;
         }
     }
@@ -164,12 +165,12 @@ void EventMultiTrigger::RunAction(HANDLE event, const Action& action) const noex
 
 bool EventMultiTrigger::DropDeadEvents(const WaitList& list) {
     bool dropped = false;
-    for (const HANDLE event : std::span(list.events).subspan(ControlEvents, list.count - ControlEvents)) {
-        const DWORD result = TestEvent(event);
+    for (DWORD index = ControlEvents; index < list.count; ++index) {
+        const DWORD result = TestEvent(list.events[index]);
         dropped = dropped || result == WAIT_FAILED;
         if (result == WAIT_OBJECT_0) {
             // The test may have taken the signal, so it counts.
-            RunTrigger(event);
+            RunTrigger(list.events[index], list.numbers[index]);
         }
     }
     return dropped;

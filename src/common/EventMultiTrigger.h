@@ -49,6 +49,7 @@ private:
 
     struct Trigger {
         std::shared_ptr<const Action> action;
+        std::uint64_t number = 0;     // rises with each trigger that is added
         Clock::time_point rejoins{};  // not waited on before this
         bool dead = false;            // cannot be waited on
     };
@@ -56,13 +57,16 @@ private:
     // The handles of one wait, and how long it may last until a resting trigger rejoins.
     struct WaitList {
         std::array<HANDLE, MAXIMUM_WAIT_OBJECTS> events{};
+        std::array<std::uint64_t, MAXIMUM_WAIT_OBJECTS> numbers{};  // of the triggers that are waited for
         DWORD count = 0;
         DWORD timeout = INFINITE;
     };
 
     void TriggerThread() noexcept;
     [[nodiscard]] WaitList BuildEventList();
-    void RunTrigger(HANDLE event);
+    // Runs the action that was waited for. One that took its place meanwhile is not meant: the event may have been
+    // reset between the two, and one that is still set ends the next wait.
+    void RunTrigger(HANDLE event, std::uint64_t number);
     void RunAction(HANDLE event, const Action& action) const noexcept;
     // After a failed wait: takes the handles that made it fail out of further waits. False when none of them did.
     [[nodiscard]] bool DropDeadEvents(const WaitList& list);
@@ -71,6 +75,7 @@ private:
 
     std::mutex m_lock;
     std::map<HANDLE, Trigger> m_triggers;
+    std::uint64_t m_lastNumber = 0;
     OwnedHandle m_thread;
     OwnedHandle m_quit;
     OwnedHandle m_triggerAdded;

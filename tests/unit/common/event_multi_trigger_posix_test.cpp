@@ -91,6 +91,35 @@ TEST(EventMultiTriggerPosixTest, RunsNothingWhenTheTriggerIsRemovedAtTheMomentIt
     EXPECT_EQ(runs, 0);
 }
 
+// As when a caller resets its event after a cancelled operation and begins the next one with it: the thread has seen
+// the event set, but it comes to look for the trigger when there is another one. Which of the two threads gets the lock
+// first is the system's choice, so it takes some rounds.
+TEST(EventMultiTriggerPosixTest, RunsNothingForATriggerThatCameAfterTheEventWasReset) {
+    const OwnedHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    std::atomic<int> runs = 0;
+    RecordedLog log;
+    EventMultiTrigger trigger;
+    ASSERT_TRUE(trigger.AddTrigger(event.Get(), [&] { ++runs; }));
+    ASSERT_TRUE(log.WaitFor(101, Format("Pushing [0x%x]", HandleNumber(event.Get()))));
+    const DWORD thread = ThreadOfTask(log);
+    ASSERT_NE(thread, 0u);
+    log.OnRecord([&](const LogRecord& record) {
+        if (record.function == "EventMultiTrigger::RemoveTrigger") {
+            ::SetEvent(event.Get());
+            AwaitBlockedIn({SYS_futex}, thread);
+            ::ResetEvent(event.Get());
+        }
+    });
+    for (int round = 0; round < 200; ++round) {
+        AwaitBlockedIn({SYS_poll, SYS_ppoll}, thread);
+        trigger.RemoveTrigger(event.Get());
+        ASSERT_TRUE(trigger.AddTrigger(event.Get(), [&] { ++runs; }));
+    }
+    log.OnRecord({});
+    AwaitBlockedIn({SYS_poll, SYS_ppoll}, thread);
+    EXPECT_EQ(runs, 0);
+}
+
 TEST(EventMultiTriggerPosixTest, RefusesTriggersWhenTheSystemHasNoEventsLeft) {
     const OwnedHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
     const RecordedLog log;
