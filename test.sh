@@ -36,7 +36,7 @@ for preset in "${presets[@]}"; do
     ctest --test-dir "build/$preset" --parallel 2 --repeat until-pass:2 --output-on-failure --output-junit "$PWD/$results/$preset.xml" \
         "${skip[@]}" >"build/test-$preset.log" 2>&1 || failed=1
     # Every failure, also one that the second try made good.
-    grep -hE '^ *[0-9]+/[0-9]+ .*(Failed|Timeout|Exception)' "build/test-$preset.log" || true
+    grep -hE '\*\*\*(Failed|Timeout|Exception)' "build/test-$preset.log" || true
 done
 
 python3 scripts/summary.py "$results"/*.xml || failed=1
