@@ -14,7 +14,11 @@ build=(
     libgtest-dev libgmock-dev                          # configured with everything else
     curl openssl python3                               # the demo's witness and its arithmetic
 )
-tests=(squid nginx-light iproute2 procps binutils clang-format clang-tidy)
+tests=(
+    squid nginx-light
+    krb5-kdc krb5-admin-server krb5-user apache2-bin libapache2-mod-auth-gssapi  # tickets, and who asks for them
+    iproute2 procps binutils clang-format clang-tidy
+)
 
 wanted=("${build[@]}")
 [ "${1:-build}" = test ] && wanted+=("${tests[@]}")
@@ -46,7 +50,7 @@ echo "installing: ${missing[*]}" >&2
 
 # Nor shall what came in just now start by itself at the next boot.
 if command -v systemctl >/dev/null; then
-    for service in squid nginx; do
+    for service in squid nginx krb5-kdc krb5-admin-server; do
         case " ${missing[*]} " in
         *" $service"*) "${as_root[@]}" systemctl disable --quiet "$service" 2>/dev/null || true ;;
         esac
