@@ -38,10 +38,11 @@ Server::Server(const Options& options, Statistics& statistics, Faults& faults,
                std::function<void(std::chrono::milliseconds)> restart)
     : m_options(options),
       m_folderLock(LockFolder(options.dataFolder)),
-      m_store(options.dataFolder + "/appliance.db", options.sync, options.capacity),
+      m_data(options.dataFolder + "/appliance.db", options.sync),
+      m_store(m_data, options.capacity),
       m_contents(options.dataFolder + "/contents", options.sync),
       m_sessions(m_store, options.sessionLifetime),
-      m_services{m_options, m_store, m_contents, m_sessions, statistics, faults, std::move(restart)} {
+      m_services{m_options, m_data, m_store, m_contents, m_sessions, statistics, faults, std::move(restart)} {
     m_contents.Sweep(m_store);
     SetUsers();
     LoadTls();

@@ -44,6 +44,7 @@ private:
 
     Options m_options;
     FileDescriptor m_folderLock;
+    DataFile m_data;
     Store m_store;
     Contents m_contents;
     Sessions m_sessions;

@@ -9,6 +9,7 @@
 namespace appliance {
 
 class Contents;
+class DataFile;
 class Faults;
 class Sessions;
 class Statistics;
@@ -16,6 +17,7 @@ class Store;
 
 struct Services {
     const Options& options;
+    DataFile& data;
     Store& store;
     Contents& contents;
     Sessions& sessions;

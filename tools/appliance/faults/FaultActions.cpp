@@ -18,10 +18,10 @@ void RotateToken(Services& services, std::size_t fault, std::string_view token) 
 }
 
 void MakeRevisionStale(Services& services, const Target& target, std::string_view token) {
-    const auto user = services.sessions.UserOf(token);
+    const auto actor = services.sessions.ActorOf(token);
     const auto path = ParseItemPath(target.itemPath);
-    if (user && path) {
-        services.store.Touch(*user, *path);
+    if (actor && path) {
+        services.store.Touch(actor->user, *path);
     }
 }
 

@@ -61,19 +61,19 @@ std::string_view SessionTokenOf(const Request& request, const Target& target) {
     return target.pathToken.empty() ? request.Cookie("session_token") : target.pathToken;
 }
 
-std::int64_t RequireUser(const Services& services, const Request& request, const Target& target) {
-    const auto user = services.sessions.UserOf(SessionTokenOf(request, target));
+Actor RequireActor(const Services& services, const Request& request, const Target& target) {
+    const auto actor = services.sessions.ActorOf(SessionTokenOf(request, target));
     if (target.kerberos) {
         const auto named = services.store.FindUser(RequireFrontEndName(services, request));
-        if (!named || (user && *user != named->id)) {
+        if (!named || (actor && actor->user != named->id)) {
             throw ApiError(ErrorId::IdentityMissing, "The authenticated user has no account here");
         }
-        return named->id;
+        return actor.value_or(Actor{named->id, ""});
     }
-    if (!user) {
+    if (!actor) {
         throw ApiError(ErrorId::SessionInvalid, "The session is unknown or has expired");
     }
-    return *user;
+    return *actor;
 }
 
 std::string RequireFrontEndName(const Services& services, const Request& request) {

@@ -9,6 +9,7 @@
 #include "Services.h"
 #include "http/HttpMessage.h"
 #include "http/RequestBody.h"
+#include "storage/Actor.h"
 
 namespace appliance {
 
@@ -33,8 +34,8 @@ std::optional<Target> FindTarget(const Options& options, const Request& request)
 // The session token that came with the request; empty when none did.
 std::string_view SessionTokenOf(const Request& request, const Target& target);
 
-// The user for whom the request acts. Throws SessionInvalid, or on the Kerberos branch IdentityMissing.
-std::int64_t RequireUser(const Services& services, const Request& request, const Target& target);
+// For whom, and on which device, the request acts. Throws SessionInvalid, or on the Kerberos branch IdentityMissing.
+Actor RequireActor(const Services& services, const Request& request, const Target& target);
 
 // The name that a trusted front end vouches for; throws IdentityMissing when there is none.
 std::string RequireFrontEndName(const Services& services, const Request& request);

@@ -75,18 +75,18 @@ Reply Download(const Services& services, std::int64_t user, const ItemPath& path
     return reply;
 }
 
-Reply Create(const Services& services, std::int64_t user, const ItemPath& parent, const Fields& fields) {
+Reply Create(const Services& services, const Actor& actor, const ItemPath& parent, const Fields& fields) {
     const std::string* name = FindField(fields, "name");
     if (name == nullptr || !IsItemName(*name)) {
         throw ApiError(ErrorId::Malformed, "The form has no name that could be stored");
     }
-    const Item item = services.store.CreateFolder(user, parent, *name);
+    const Item item = services.store.CreateFolder(actor, parent, *name);
     ItemPath path = parent;
     path.push_back(*name);
     return JsonReply(ItemDocument(item, path));
 }
 
-Reply Update(const Services& services, std::int64_t user, ItemPath path, const Fields& fields) {
+Reply Update(const Services& services, const Actor& actor, ItemPath path, const Fields& fields) {
     ItemValues values = ReadItemValues(fields);
     if (const std::string* name = FindField(fields, "name")) {
         if (!IsItemName(*name)) {
@@ -94,7 +94,7 @@ Reply Update(const Services& services, std::int64_t user, ItemPath path, const F
         }
         values.name = *name;
     }
-    const Item item = services.store.Update(user, path, values);
+    const Item item = services.store.Update(actor, path, values);
     path.back() = item.name;
     return JsonReply(ItemDocument(item, path));
 }
@@ -102,7 +102,7 @@ Reply Update(const Services& services, std::int64_t user, ItemPath path, const F
 }  // namespace
 
 asio::awaitable<Reply> GetItem(Services& services, Exchange& exchange) {
-    const std::int64_t user = RequireUser(services, exchange.request, exchange.target);
+    const std::int64_t user = RequireActor(services, exchange.request, exchange.target).user;
     const ItemPath path = RequireItemPath(exchange.target.itemPath);
     const Fields query = RequireQuery(exchange.request);
     const std::string* type = FindField(query, "type");
@@ -121,19 +121,19 @@ asio::awaitable<Reply> GetItem(Services& services, Exchange& exchange) {
 }
 
 asio::awaitable<Reply> PostItem(Services& services, Exchange& exchange) {
-    const std::int64_t user = RequireUser(services, exchange.request, exchange.target);
+    const Actor actor = RequireActor(services, exchange.request, exchange.target);
     if (exchange.body.IsMultipart()) {
-        Reply reply = co_await UploadFile(services, exchange, user);
+        Reply reply = co_await UploadFile(services, exchange, actor);
         co_return reply;
     }
     const Fields fields = co_await exchange.body.ReadForm();
     const ItemPath path = RequireItemPath(exchange.target.itemPath);
     const std::string* operation = FindField(fields, "operation");
     if (operation != nullptr && *operation == "create") {
-        co_return Create(services, user, path, fields);
+        co_return Create(services, actor, path, fields);
     }
     if (operation != nullptr && *operation == "update") {
-        co_return Update(services, user, path, fields);
+        co_return Update(services, actor, path, fields);
     }
     throw ApiError(ErrorId::Malformed, "The form has no operation that is known here");
 }

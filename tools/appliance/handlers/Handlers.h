@@ -29,7 +29,7 @@ boost::asio::awaitable<Reply> GetItem(Services& services, Exchange& exchange);
 boost::asio::awaitable<Reply> PostItem(Services& services, Exchange& exchange);
 
 // The multipart form of it.
-boost::asio::awaitable<Reply> UploadFile(Services& services, Exchange& exchange, std::int64_t user);
+boost::asio::awaitable<Reply> UploadFile(Services& services, Exchange& exchange, const Actor& actor);
 
 // The tests' own endpoints; `resource` is what follows the control path.
 boost::asio::awaitable<Reply> AnswerControl(Services& services, const Request& request, RequestBody& body,

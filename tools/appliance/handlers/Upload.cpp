@@ -56,10 +56,11 @@ asio::awaitable<void> Receive(MultipartReader& parts, ContentWriter& writer, std
     }
 }
 
-Reply Commit(Services& services, std::int64_t user, const ItemPath& path, const Fields& fields, ContentWriter& writer) {
+Reply Commit(Services& services, const Actor& actor, const ItemPath& path, const Fields& fields,
+             ContentWriter& writer) {
     writer.Finish();
     const NewFile file{ReadItemValues(fields), writer.Size(), writer.Name(), RevisionOf(fields)};
-    const StoredFile stored = services.store.PutFile(user, path, file);
+    const StoredFile stored = services.store.PutFile(actor, path, file);
     writer.Keep();
     if (!stored.replacedContent.empty()) {
         services.contents.Remove(stored.replacedContent);
@@ -67,7 +68,7 @@ Reply Commit(Services& services, std::int64_t user, const ItemPath& path, const 
     return JsonReply(ItemDocument(stored.item, path));
 }
 
-asio::awaitable<Reply> ReceiveAndStore(Services& services, Exchange& exchange, std::int64_t user,
+asio::awaitable<Reply> ReceiveAndStore(Services& services, Exchange& exchange, const Actor& actor,
                                        const ItemPath& path) {
     MultipartReader& parts = exchange.body.Multipart();
     Fields fields;
@@ -91,22 +92,22 @@ asio::awaitable<Reply> ReceiveAndStore(Services& services, Exchange& exchange, s
         CheckOperation(fields);
         static_cast<void>(ReadItemValues(fields));
         const std::uint64_t size = RequireSize(fields);
-        services.store.CheckPut(user, path, size, RevisionOf(fields));
+        services.store.CheckPut(actor, path, size, RevisionOf(fields));
         writer.emplace(services.contents.Folder(), services.options.sync);
         co_await Receive(parts, *writer, size);
     }
     if (!writer) {
         throw ApiError(ErrorId::Malformed, "The upload has no file");
     }
-    co_return Commit(services, user, path, fields, *writer);
+    co_return Commit(services, actor, path, fields, *writer);
 }
 
 }  // namespace
 
-asio::awaitable<Reply> UploadFile(Services& services, Exchange& exchange, std::int64_t user) {
+asio::awaitable<Reply> UploadFile(Services& services, Exchange& exchange, const Actor& actor) {
     const ItemPath path = RequireItemPath(exchange.target.itemPath);
     try {
-        Reply reply = co_await ReceiveAndStore(services, exchange, user, path);
+        Reply reply = co_await ReceiveAndStore(services, exchange, actor, path);
         co_return reply;
     } catch (const RevisionConflict& conflict) {
         co_return MismatchReply(ItemDocument(conflict.Current(), path));

@@ -22,9 +22,11 @@ constexpr std::array Errors{
     ErrorEntry{ErrorId::IdentityMissing, 401, 2},    ErrorEntry{ErrorId::BodyMismatch, 400, 1},
     ErrorEntry{ErrorId::BodyTooLarge, 413, 2},       ErrorEntry{ErrorId::LengthMissing, 411, 2},
     ErrorEntry{ErrorId::HeadTooLarge, 431, 2},       ErrorEntry{ErrorId::BodyTypeUnsupported, 415, 2},
-    ErrorEntry{ErrorId::ItemLocked, 423, 1},         ErrorEntry{ErrorId::EndpointUnknown, 404, 2},
-    ErrorEntry{ErrorId::MethodUnknown, 405, 2},      ErrorEntry{ErrorId::RevisionMismatch, 409, 1},
-    ErrorEntry{ErrorId::Internal, 500, 3},           ErrorEntry{ErrorId::StorageFull, 507, 3},
+    ErrorEntry{ErrorId::ItemLocked, 423, 1},         ErrorEntry{ErrorId::StorageOffline, 503, 3},
+    ErrorEntry{ErrorId::EndpointUnknown, 404, 2},    ErrorEntry{ErrorId::MethodUnknown, 405, 2},
+    ErrorEntry{ErrorId::RevisionMismatch, 409, 1},   ErrorEntry{ErrorId::UploadOutOfStep, 409, 1},
+    ErrorEntry{ErrorId::JobNotReady, 409, 1},        ErrorEntry{ErrorId::Internal, 500, 3},
+    ErrorEntry{ErrorId::StorageFull, 507, 3},
 };
 
 const ErrorEntry& EntryOf(ErrorId id) {

@@ -26,9 +26,12 @@ enum class ErrorId : unsigned {
     HeadTooLarge = 1023,
     BodyTypeUnsupported = 1024,
     ItemLocked = 1030,
+    StorageOffline = 1031,
     EndpointUnknown = 1040,
     MethodUnknown = 1041,
     RevisionMismatch = 1077,
+    UploadOutOfStep = 1202,
+    JobNotReady = 1203,
     Internal = 1500,
     StorageFull = 1507,
 };

@@ -4,8 +4,6 @@
 
 namespace appliance {
 
-namespace {
-
 std::string PathText(const ItemPath& path) {
     std::string text;
     for (const std::string& name : path) {
@@ -13,6 +11,8 @@ std::string PathText(const ItemPath& path) {
     }
     return text.empty() ? "/" : text;
 }
+
+namespace {
 
 nlohmann::json DocumentAt(const Item& item, const std::string& pathText) {
     return {{"name", item.name},

@@ -38,6 +38,9 @@ struct ItemValues {
     std::optional<std::uint32_t> attributes;
 };
 
+// "/a/b"; the root is "/".
+std::string PathText(const ItemPath& path);
+
 // The item as clients read it; `path` is where it stands, its own name last.
 nlohmann::json ItemDocument(const Item& item, const ItemPath& path);
 

@@ -45,6 +45,87 @@ constexpr std::array Steps{
     ) WITHOUT ROWID;
     PRAGMA user_version = 1;
     )sql",
+
+    // 2: what else clients do. Times are ticks; texts of contents and deltas are names of content files.
+    R"sql(
+    CREATE TABLE devices (
+        user INTEGER NOT NULL REFERENCES users (id),
+        device TEXT NOT NULL,
+        name TEXT NOT NULL,
+        platform TEXT NOT NULL,
+        registered INTEGER NOT NULL,
+        wipe TEXT NOT NULL DEFAULT '',
+        PRIMARY KEY (user, device)
+    ) WITHOUT ROWID;
+    CREATE TABLE changes (
+        id INTEGER PRIMARY KEY AUTOINCREMENT,
+        user INTEGER NOT NULL REFERENCES users (id),
+        device TEXT NOT NULL,
+        time INTEGER NOT NULL,
+        verb TEXT NOT NULL,
+        subject TEXT NOT NULL
+    );
+    CREATE INDEX changes_by_user ON changes (user, id);
+    CREATE INDEX changes_by_time ON changes (time);
+    CREATE TABLE change_readers (
+        user INTEGER NOT NULL REFERENCES users (id),
+        device TEXT NOT NULL,
+        handed_over INTEGER NOT NULL,
+        PRIMARY KEY (user, device)
+    ) WITHOUT ROWID;
+    CREATE TABLE locks (
+        item INTEGER PRIMARY KEY REFERENCES items (id) ON DELETE CASCADE,
+        device TEXT NOT NULL,
+        expires INTEGER NOT NULL
+    );
+    CREATE TABLE uploads (
+        user INTEGER NOT NULL REFERENCES users (id),
+        resume_id TEXT NOT NULL,
+        path TEXT NOT NULL,
+        size INTEGER NOT NULL,
+        received INTEGER NOT NULL,
+        content TEXT NOT NULL,
+        creation_time INTEGER,
+        modification_time INTEGER,
+        attributes INTEGER,
+        revision TEXT,
+        expires INTEGER NOT NULL,
+        item INTEGER,
+        PRIMARY KEY (user, resume_id)
+    ) WITHOUT ROWID;
+    CREATE TABLE delta_jobs (
+        id TEXT PRIMARY KEY,
+        user INTEGER NOT NULL REFERENCES users (id),
+        item INTEGER NOT NULL,
+        revision TEXT NOT NULL,
+        base TEXT NOT NULL,
+        delta TEXT NOT NULL,
+        size INTEGER NOT NULL,
+        state TEXT NOT NULL,
+        content TEXT NOT NULL,
+        expires INTEGER NOT NULL
+    ) WITHOUT ROWID;
+    CREATE TABLE shares (
+        token TEXT PRIMARY KEY,
+        user INTEGER NOT NULL REFERENCES users (id),
+        name TEXT NOT NULL,
+        message TEXT NOT NULL,
+        time INTEGER NOT NULL
+    ) WITHOUT ROWID;
+    CREATE TABLE share_items (
+        token TEXT NOT NULL REFERENCES shares (token),
+        item INTEGER NOT NULL REFERENCES items (id) ON DELETE CASCADE,
+        PRIMARY KEY (token, item)
+    ) WITHOUT ROWID;
+    CREATE TABLE audit (
+        id INTEGER PRIMARY KEY,
+        user INTEGER NOT NULL REFERENCES users (id),
+        device TEXT NOT NULL,
+        time INTEGER NOT NULL,
+        data TEXT NOT NULL
+    );
+    PRAGMA user_version = 2;
+    )sql",
 };
 
 std::size_t VersionOf(Database& database) {

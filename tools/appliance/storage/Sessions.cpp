@@ -44,9 +44,9 @@ std::string Sessions::Open(std::int64_t user, const std::string& device) {
     return token;
 }
 
-std::optional<std::int64_t> Sessions::UserOf(std::string_view token) {
+std::optional<Actor> Sessions::ActorOf(std::string_view token) {
     const auto session = Find(token);
-    return session ? std::optional(session->user) : std::nullopt;
+    return session ? std::optional(Actor{session->user, session->device}) : std::nullopt;
 }
 
 std::optional<Sessions::Session> Sessions::Find(std::string_view token) {

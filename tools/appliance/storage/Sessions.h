@@ -20,8 +20,8 @@ public:
 
     // A new session; the result is its token.
     [[nodiscard]] std::string Open(std::int64_t user, const std::string& device);
-    // The user of that session; empty when it is unknown or has expired.
-    [[nodiscard]] std::optional<std::int64_t> UserOf(std::string_view token);
+    // Who acts in that session; empty when it is unknown or has expired.
+    [[nodiscard]] std::optional<Actor> ActorOf(std::string_view token);
     // Ends it. A token that is not known is ignored.
     void Close(std::string_view token);
     // Ends it and opens another one for the same user; empty when the token was not good.

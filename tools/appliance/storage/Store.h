@@ -1,20 +1,17 @@
-// The users, their trees of items, and the sessions, in one SQLite file.
+// The users, their trees of items, and the sessions.
 //
-// Every call is one transaction and may be made from any thread; it blocks for the disk. What a call that returns has
-// changed survives the death of the process at any moment. Paths are looked up name by name, byte for byte. Refusals
+// Every call is one transaction of the data file and may be made from any thread; it blocks for the disk. Refusals
 // throw ApiError, so handlers pass them on as they are.
 #pragma once
 
 #include <cstdint>
 #include <functional>
-#include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "storage/Database.h"
-#include "storage/Item.h"
+#include "storage/DataFile.h"
+#include "storage/Tree.h"
 
 namespace appliance {
 
@@ -36,33 +33,10 @@ struct Listing {
     std::vector<Item> children;
 };
 
-// A file that has been received whole and waits for its row.
-struct NewFile {
-    ItemValues values;
-    std::uint64_t size = 0;
-    std::string content;                  // name of the content file
-    std::optional<std::string> revision;  // what the client takes for the present one
-};
-
-struct StoredFile {
-    Item item;
-    std::string replacedContent;  // content file that no row names any more; empty when there was none
-};
-
-// Thrown where a revision was given that is not the present one; carries the item as it is.
-class RevisionConflict : public std::runtime_error {
-public:
-    explicit RevisionConflict(Item current) : std::runtime_error("revision mismatch"), m_current(std::move(current)) {}
-    [[nodiscard]] const Item& Current() const { return m_current; }
-
-private:
-    Item m_current;
-};
-
 class Store {
 public:
     // `capacity` bounds the bytes of all contents together; empty is no bound but the disk's.
-    Store(const std::string& file, bool sync, std::optional<std::uint64_t> capacity);
+    Store(DataFile& data, std::optional<std::uint64_t> capacity) : m_data(data), m_capacity(capacity) {}
 
     [[nodiscard]] std::optional<User> FindUser(std::string_view name);
     [[nodiscard]] bool HasUsers();
@@ -74,13 +48,13 @@ public:
     // The same with the items in it, ordered by name; a file has none.
     [[nodiscard]] Listing List(std::int64_t user, const ItemPath& path);
 
-    [[nodiscard]] Item CreateFolder(std::int64_t user, const ItemPath& parent, const std::string& name);
-    [[nodiscard]] Item Update(std::int64_t user, const ItemPath& path, const ItemValues& values);
+    [[nodiscard]] Item CreateFolder(const Actor& actor, const ItemPath& parent, const std::string& name);
+    [[nodiscard]] Item Update(const Actor& actor, const ItemPath& path, const ItemValues& values);
 
     // Throws what PutFile would throw for a file of that size now, so that a hopeless upload is refused early.
-    void CheckPut(std::int64_t user, const ItemPath& path, std::uint64_t size,
+    void CheckPut(const Actor& actor, const ItemPath& path, std::uint64_t size,
                   const std::optional<std::string>& revision);
-    [[nodiscard]] StoredFile PutFile(std::int64_t user, const ItemPath& path, const NewFile& file);
+    [[nodiscard]] StoredFile PutFile(const Actor& actor, const ItemPath& path, const NewFile& file);
 
     // Gives the item another revision, as another client's change would; nothing when there is no such item.
     void Touch(std::int64_t user, const ItemPath& path);
@@ -94,21 +68,8 @@ public:
     void RemoveSessionsExpiredBy(Ticks time);
 
 private:
-    class Reader;
-
-    [[nodiscard]] std::unique_ptr<Database> TakeReader();
-    void GiveReader(std::unique_ptr<Database> database);
-    void CheckRoom(Database& database, std::uint64_t added, std::uint64_t freed) const;
-    [[nodiscard]] std::optional<Item> CheckTarget(Database& database, std::int64_t user, const ItemPath& path,
-                                                  std::uint64_t size, const std::optional<std::string>& revision) const;
-
-    std::string m_file;
-    bool m_sync;
+    DataFile& m_data;
     std::optional<std::uint64_t> m_capacity;
-    std::mutex m_writeLock;
-    Database m_writer;
-    std::mutex m_readersLock;
-    std::vector<std::unique_ptr<Database>> m_readers;
 };
 
 }  // namespace appliance
