@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "Pch.h"
+#include "handlers/FileForm.h"
 #include "handlers/Handlers.h"
 #include "handlers/ItemForm.h"
 #include "http/Errors.h"
@@ -18,9 +19,6 @@ namespace appliance {
 namespace asio = boost::asio;
 
 namespace {
-
-constexpr std::size_t LongestField = 64UL * 1024;
-constexpr std::size_t MostFields = 100;
 
 std::uint64_t RequireSize(const Fields& fields) {
     const std::string* text = FindField(fields, "size");
@@ -43,19 +41,6 @@ void CheckOperation(const Fields& fields) {
     }
 }
 
-// Streams the present part into a content file; more bytes than announced are refused as soon as they come.
-asio::awaitable<void> Receive(MultipartReader& parts, ContentWriter& writer, std::uint64_t size) {
-    co_await parts.Read([&](std::string_view bytes) {
-        if (bytes.size() > size - writer.Size()) {
-            parts.Break("The file is longer than its size");
-        }
-        writer.Write(bytes);
-    });
-    if (writer.Size() != size) {
-        parts.Break("The file is shorter than its size");
-    }
-}
-
 Reply Commit(Services& services, const Actor& actor, const ItemPath& path, const Fields& fields,
              ContentWriter& writer) {
     writer.Finish();
@@ -70,35 +55,16 @@ Reply Commit(Services& services, const Actor& actor, const ItemPath& path, const
 
 asio::awaitable<Reply> ReceiveAndStore(Services& services, Exchange& exchange, const Actor& actor,
                                        const ItemPath& path) {
-    MultipartReader& parts = exchange.body.Multipart();
-    Fields fields;
     std::optional<ContentWriter> writer;
-    for (;;) {
-        const auto part = co_await parts.Next();
-        if (!part) {
-            break;
-        }
-        if (!part->fileName) {
-            std::string text = co_await parts.ReadText(LongestField);
-            if (fields.size() == MostFields) {
-                throw ApiError(ErrorId::BodyTooLarge, "The upload has too many fields");
-            }
-            fields.emplace_back(part->name, std::move(text));
-            continue;
-        }
-        if (part->name != "file" || writer) {
-            throw ApiError(ErrorId::Malformed, "The upload has a file that does not belong there");
-        }
-        CheckOperation(fields);
-        static_cast<void>(ReadItemValues(fields));
-        const std::uint64_t size = RequireSize(fields);
-        services.store.CheckPut(actor, path, size, RevisionOf(fields));
+    const FileStart start = [&](const Fields& ahead) {
+        CheckOperation(ahead);
+        static_cast<void>(ReadItemValues(ahead));
+        const std::uint64_t size = RequireSize(ahead);
+        services.store.CheckPut(actor, path, size, RevisionOf(ahead));
         writer.emplace(services.contents.Folder(), services.options.sync);
-        co_await Receive(parts, *writer, size);
-    }
-    if (!writer) {
-        throw ApiError(ErrorId::Malformed, "The upload has no file");
-    }
+        return IntoContent(*writer, size);
+    };
+    const Fields fields = co_await ReceiveFileForm(exchange.body, start);
     co_return Commit(services, actor, path, fields, *writer);
 }
 
