@@ -53,4 +53,12 @@ ItemPath RequireItemPath(std::string_view encoded) {
     return std::move(*path);
 }
 
+ItemPath RequirePlainItemPath(std::string_view plain) {
+    auto path = ParsePlainItemPath(plain);
+    if (!path) {
+        throw ApiError(ErrorId::Malformed, "The path names nothing that could be stored");
+    }
+    return std::move(*path);
+}
+
 }  // namespace appliance

@@ -12,5 +12,7 @@ ItemValues ReadItemValues(const Fields& fields);
 
 // The path below a resource. Throws ApiError when it cannot name an item.
 ItemPath RequireItemPath(std::string_view encoded);
+// The same for a path that a field or a header holds as plain UTF-8.
+ItemPath RequirePlainItemPath(std::string_view path);
 
 }  // namespace appliance

@@ -118,6 +118,21 @@ std::optional<std::vector<std::string>> ParseItemPath(std::string_view encoded) 
     return names;
 }
 
+std::optional<std::vector<std::string>> ParsePlainItemPath(std::string_view path) {
+    std::vector<std::string> names;
+    while (!path.empty()) {
+        const std::string_view name = TakeUntil(path, '/');
+        if (name.empty()) {
+            continue;
+        }
+        if (!IsItemName(name)) {
+            return std::nullopt;
+        }
+        names.emplace_back(name);
+    }
+    return names;
+}
+
 bool IsItemName(std::string_view name) {
     if (name.empty() || name == "." || name == "..") {
         return false;

@@ -28,6 +28,9 @@ std::optional<Fields> ParseForm(std::string_view text);
 // an escape is malformed or a name could not be stored (see IsItemName).
 std::optional<std::vector<std::string>> ParseItemPath(std::string_view encoded);
 
+// The same for a path that comes as plain UTF-8, in a form field or in a header.
+std::optional<std::vector<std::string>> ParsePlainItemPath(std::string_view path);
+
 // Whether an item may have this name: well-formed UTF-8, not empty, neither "/" nor NUL in it, not "." or "..".
 bool IsItemName(std::string_view name);
 

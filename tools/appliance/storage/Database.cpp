@@ -65,6 +65,14 @@ Statement& Statement::Bind(std::string_view text) {
     return *this;
 }
 
+Statement& Statement::BindOptional(const std::optional<std::int64_t>& value) {
+    if (value) {
+        return Bind(*value);
+    }
+    Check(sqlite3_bind_null(m_statement, ++m_bound));
+    return *this;
+}
+
 bool Statement::Step() {
     const int code = sqlite3_step(m_statement);
     if (code != SQLITE_ROW && code != SQLITE_DONE) {
@@ -76,6 +84,10 @@ bool Statement::Step() {
 void Statement::Run() {
     while (Step()) {
     }
+}
+
+std::optional<std::int64_t> Statement::OptionalInteger(int column) const {
+    return sqlite3_column_type(m_statement, column) == SQLITE_NULL ? std::nullopt : std::optional(Integer(column));
 }
 
 std::string Statement::Text(int column) const {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -58,6 +59,8 @@ public:
 
     Statement& Bind(std::int64_t value);
     Statement& Bind(std::string_view text);
+    // Empty is NULL.
+    Statement& BindOptional(const std::optional<std::int64_t>& value);
 
     // True while there is a row.
     [[nodiscard]] bool Step();
@@ -65,6 +68,7 @@ public:
     void Run();
 
     [[nodiscard]] std::int64_t Integer(int column) const { return sqlite3_column_int64(m_statement, column); }
+    [[nodiscard]] std::optional<std::int64_t> OptionalInteger(int column) const;
     [[nodiscard]] std::string Text(int column) const;
 
 private:
