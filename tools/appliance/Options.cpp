@@ -90,6 +90,7 @@ struct Texts {
     std::int64_t sessionSeconds = 86400;
     std::int64_t idleSeconds = 120;
     std::uint64_t capacity = 0;
+    std::int64_t uploadSeconds = 604800;
     bool noSync = false;
     bool hashPassword = false;
 };
@@ -177,6 +178,13 @@ void AddProtocolOptions(CLI::App& app, Options& options, Texts& texts) {
     app.add_option("--capacity", texts.capacity, "Bytes that all contents together may take; 0 is no bound")
         ->type_name("BYTES")
         ->group("Storage");
+    app.add_option(
+           "--upload-lifetime", texts.uploadSeconds,
+           "Seconds for which a resumable upload is kept after its last chunk, unless the client says until when")
+        ->check(CLI::Range(1, 315360000))
+        ->type_name("SECONDS")
+        ->capture_default_str()
+        ->group("Storage");
     app.add_flag("--no-sync", texts.noSync,
                  "Do not wait for the disk: faster, but a power cut may lose what was acknowledged")
         ->group("Storage");
@@ -222,6 +230,7 @@ void Convert(const Texts& texts, Options& options) {
         options.capacity = texts.capacity;
     }
     options.sessionLifetime = std::chrono::seconds(texts.sessionSeconds);
+    options.uploadLifetime = std::chrono::seconds(texts.uploadSeconds);
     options.idleTime = std::chrono::seconds(texts.idleSeconds);
     options.sync = !texts.noSync;
 }

@@ -53,6 +53,7 @@ struct Options {
 
     bool sync = true;
     std::optional<std::uint64_t> capacity;
+    std::chrono::seconds uploadLifetime{604800};
 
     std::string controlPath;
     bool faults = false;

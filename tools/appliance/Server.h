@@ -19,6 +19,7 @@
 #include "storage/FileDescriptor.h"
 #include "storage/Sessions.h"
 #include "storage/Store.h"
+#include "storage/Uploads.h"
 
 namespace appliance {
 
@@ -47,6 +48,7 @@ private:
     DataFile m_data;
     Store m_store;
     Contents m_contents;
+    Uploads m_uploads;
     Sessions m_sessions;
     Services m_services;
     SslContext m_tls;

@@ -14,12 +14,14 @@ class Faults;
 class Sessions;
 class Statistics;
 class Store;
+class Uploads;
 
 struct Services {
     const Options& options;
     DataFile& data;
     Store& store;
     Contents& contents;
+    Uploads& uploads;
     Sessions& sessions;
     Statistics& statistics;
     Faults& faults;

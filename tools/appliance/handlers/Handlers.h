@@ -31,6 +31,12 @@ boost::asio::awaitable<Reply> PostItem(Services& services, Exchange& exchange);
 // The multipart form of it.
 boost::asio::awaitable<Reply> UploadFile(Services& services, Exchange& exchange, const Actor& actor);
 
+// <api>/resume/upload<path>?resume_id=<GUID>: a chunk or the completion of a resumable upload, how far it has come, and
+// its end.
+boost::asio::awaitable<Reply> PostUpload(Services& services, Exchange& exchange);
+boost::asio::awaitable<Reply> GetUpload(Services& services, Exchange& exchange);
+boost::asio::awaitable<Reply> DeleteUpload(Services& services, Exchange& exchange);
+
 // The tests' own endpoints; `resource` is what follows the control path.
 boost::asio::awaitable<Reply> AnswerControl(Services& services, const Request& request, RequestBody& body,
                                             std::string_view resource);

@@ -24,7 +24,8 @@ struct Route {
 constexpr std::array Routes{
     Route{"GET", "/init", false, AnswerInit},  Route{"GET", "/version", false, AnswerVersion},
     Route{"POST", "/sessions", false, Login},  Route{"GET", "/folders", true, GetItem},
-    Route{"POST", "/folders", true, PostItem},
+    Route{"POST", "/folders", true, PostItem}, Route{"POST", "/resume", true, PostUpload},
+    Route{"GET", "/resume", true, GetUpload},  Route{"DELETE", "/resume", true, DeleteUpload},
 };
 
 constexpr std::string_view EndpointList = "/endpoints";

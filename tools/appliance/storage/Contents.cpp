@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <system_error>
 #include <unordered_set>
@@ -38,15 +40,41 @@ void SyncFolder(const std::string& folder) {
 
 ContentWriter::ContentWriter(std::string folder, bool sync)
     : m_folder(std::move(folder)), m_sync(sync), m_name(ToHex(RandomBytes(NameBytes))) {
-    m_file = FileDescriptor(::open((m_folder + '/' + m_name).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    m_file = FileDescriptor(::open(Path().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     if (!m_file) {
         ThrowFileError("creating a content file");
     }
 }
 
+ContentWriter::ContentWriter(std::string folder, bool sync, std::string name, std::uint64_t size)
+    : m_folder(std::move(folder)),
+      m_sync(sync),
+      m_name(std::move(name)),
+      m_earlier(size),
+      m_size(size),
+      m_handedToDisk(size) {
+    m_file = FileDescriptor(::open(Path().c_str(), O_WRONLY | O_CLOEXEC));
+    if (!m_file) {
+        ThrowFileError("opening a content file");
+    }
+    const off_t end = ::lseek(m_file.Get(), 0, SEEK_END);
+    if (end < 0 || static_cast<std::uint64_t>(end) < size) {
+        throw std::runtime_error("the content " + m_name + " has lost bytes");
+    }
+    const auto position = static_cast<off_t>(size);
+    if (::ftruncate(m_file.Get(), position) != 0 || ::lseek(m_file.Get(), position, SEEK_SET) != position) {
+        ThrowFileError("cutting a content file");
+    }
+}
+
 ContentWriter::~ContentWriter() {
-    if (!m_kept) {
-        ::unlink((m_folder + '/' + m_name).c_str());
+    if (m_kept) {
+        return;
+    }
+    if (!m_earlier) {
+        ::unlink(Path().c_str());
+    } else if (::truncate(Path().c_str(), static_cast<off_t>(*m_earlier)) != 0) {
+        std::fprintf(stderr, "quillmark-appliance: cutting a content file: %s\n", std::strerror(errno));
     }
 }
 
@@ -78,7 +106,9 @@ void ContentWriter::Finish() {
         if (::fsync(m_file.Get()) != 0) {
             ThrowFileError("syncing a content file");
         }
-        SyncFolder(m_folder);
+        if (!m_earlier) {
+            SyncFolder(m_folder);
+        }
     }
     m_file = FileDescriptor();
 }

@@ -7,11 +7,13 @@
 //     store.PutFile(... writer.Name() ...);
 //     writer.Keep();            // only now it stays
 //
-// A writer that is not kept removes its file. What a killed server leaves without a row is removed at the next start.
+// A writer that is not kept removes its file; one that goes on with an earlier content cuts it back to what that was.
+// What a killed server leaves without a row is removed at the next start.
 #pragma once
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -25,6 +27,9 @@ class Store;
 class ContentWriter {
 public:
     ContentWriter(std::string folder, bool sync);
+    // Goes on behind the first `size` bytes of a content that exists. What stands behind them, from a writer that was
+    // killed, is cut off.
+    ContentWriter(std::string folder, bool sync, std::string name, std::uint64_t size);
     ContentWriter(const ContentWriter&) = delete;
     ContentWriter& operator=(const ContentWriter&) = delete;
     ~ContentWriter();
@@ -39,10 +44,12 @@ public:
 
 private:
     void StartWriteBack();
+    [[nodiscard]] std::string Path() const { return m_folder + '/' + m_name; }
 
     std::string m_folder;
     bool m_sync;
     std::string m_name;
+    std::optional<std::uint64_t> m_earlier;  // size of the content that it goes on with
     FileDescriptor m_file;
     std::uint64_t m_size = 0;
     std::uint64_t m_handedToDisk = 0;

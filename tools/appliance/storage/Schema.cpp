@@ -88,10 +88,9 @@ constexpr std::array Steps{
         creation_time INTEGER,
         modification_time INTEGER,
         attributes INTEGER,
-        revision TEXT,
         expires INTEGER NOT NULL,
         item INTEGER,
-        PRIMARY KEY (user, resume_id)
+        PRIMARY KEY (user, resume_id, path)
     ) WITHOUT ROWID;
     CREATE TABLE delta_jobs (
         id TEXT PRIMARY KEY,
