@@ -3,6 +3,7 @@
 #include "Pch.h"
 #include "handlers/Handlers.h"
 #include "handlers/ItemForm.h"
+#include "handlers/OpenedFile.h"
 #include "http/Errors.h"
 #include "storage/Contents.h"
 #include "storage/Store.h"
@@ -13,14 +14,6 @@ namespace asio = boost::asio;
 
 namespace {
 
-Fields RequireQuery(const Request& request) {
-    auto query = ParseForm(request.query);
-    if (!query) {
-        throw ApiError(ErrorId::Malformed, "The query has a malformed percent escape");
-    }
-    return std::move(*query);
-}
-
 std::uint64_t NumberOf(const Fields& query, std::string_view name, std::uint64_t otherwise) {
     const std::string* text = FindField(query, name);
     const auto number = text == nullptr ? std::optional<unsigned long long>(otherwise) : ParseNumber(*text);
@@ -28,31 +21,6 @@ std::uint64_t NumberOf(const Fields& query, std::string_view name, std::uint64_t
         throw ApiError(ErrorId::Malformed, std::string(name) + " is no number");
     }
     return *number;
-}
-
-struct OpenedFile {
-    Item item;
-    FileDescriptor content;
-};
-
-// A file and its content as they belong together. The content may be replaced between the two look-ups; then the row
-// has another one by now.
-OpenedFile OpenFile(const Services& services, std::int64_t user, const ItemPath& path) {
-    std::string missing;
-    for (;;) {
-        Item item = services.store.Get(user, path);
-        if (item.directory) {
-            throw ApiError(ErrorId::WrongKind, "A folder has no content");
-        }
-        if (item.content == missing) {
-            throw std::runtime_error("the content " + missing + " is missing");
-        }
-        FileDescriptor content = services.contents.Open(item.content);
-        if (content) {
-            return {std::move(item), std::move(content)};
-        }
-        missing = item.content;
-    }
 }
 
 bool IsCurrent(const Item& item, const Fields& query) {

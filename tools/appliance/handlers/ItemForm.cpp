@@ -45,6 +45,28 @@ ItemValues ReadItemValues(const Fields& fields) {
     return values;
 }
 
+std::uint64_t RequireSize(const Fields& fields) {
+    const std::string* text = FindField(fields, "size");
+    const auto size = text == nullptr ? std::nullopt : ParseNumber(*text);
+    if (!size) {
+        throw ApiError(ErrorId::Malformed, "The upload does not say the file's size ahead of the file");
+    }
+    return *size;
+}
+
+std::optional<std::string> RevisionOf(const Fields& fields) {
+    const std::string* revision = FindField(fields, "revision");
+    return revision == nullptr || revision->empty() ? std::nullopt : std::optional(*revision);
+}
+
+Fields RequireQuery(const Request& request) {
+    auto query = ParseForm(request.query);
+    if (!query) {
+        throw ApiError(ErrorId::Malformed, "The query has a malformed percent escape");
+    }
+    return std::move(*query);
+}
+
 ItemPath RequireItemPath(std::string_view encoded) {
     auto path = ParseItemPath(encoded);
     if (!path) {

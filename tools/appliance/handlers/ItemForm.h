@@ -1,6 +1,9 @@
 // What clients send about an item, in url-encoded and in multipart fields alike.
 #pragma once
 
+#include <optional>
+
+#include "http/HttpMessage.h"
 #include "http/Uri.h"
 #include "storage/Item.h"
 
@@ -9,6 +12,15 @@ namespace appliance {
 // "creation_time", "modification_time" and "attributes". A field that is missing, or that holds a client's text for an
 // unset value, stays empty. Throws ApiError for one that cannot be read.
 ItemValues ReadItemValues(const Fields& fields);
+
+// "size", that of the file whose content follows. Throws ApiError when it is missing or no number.
+std::uint64_t RequireSize(const Fields& fields);
+
+// "revision"; a client that knows none sends an empty one or leaves the field out.
+std::optional<std::string> RevisionOf(const Fields& fields);
+
+// The fields of a query. Throws ApiError for a malformed escape.
+Fields RequireQuery(const Request& request);
 
 // The path below a resource. Throws ApiError when it cannot name an item.
 ItemPath RequireItemPath(std::string_view encoded);

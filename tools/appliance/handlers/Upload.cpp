@@ -20,20 +20,6 @@ namespace asio = boost::asio;
 
 namespace {
 
-std::uint64_t RequireSize(const Fields& fields) {
-    const std::string* text = FindField(fields, "size");
-    const auto size = text == nullptr ? std::nullopt : ParseNumber(*text);
-    if (!size) {
-        throw ApiError(ErrorId::Malformed, "The upload does not say the file's size ahead of the file");
-    }
-    return *size;
-}
-
-std::optional<std::string> RevisionOf(const Fields& fields) {
-    const std::string* revision = FindField(fields, "revision");
-    return revision == nullptr || revision->empty() ? std::nullopt : std::optional(*revision);
-}
-
 void CheckOperation(const Fields& fields) {
     const std::string* operation = FindField(fields, "operation");
     if (operation == nullptr || *operation != "create") {
