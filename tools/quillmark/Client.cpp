@@ -87,26 +87,36 @@ void Client::UseServer(const std::string& server) {
     DWORD port = 0;
     SplitServer(server, address, port);
     WideString wide = WidenUtf8(address);
+    m_server = server;
     m_api->SetServer(wide);
     m_api->SetPort(port);
 }
 
+void Client::Discover() {
+    DWORD mode = 0;
+    DWORD extra = 0;
+    Require(m_api->Init(mode, extra, CancelEvent()), "cannot reach " + m_server);
+}
+
 void Client::Resume() {
+    m_session = RequireSession(m_options);
+    UseServer(m_session.server);
+    Discover();
+    m_api->SetSessionToken(WidenUtf8(m_session.token));
+}
+
+StoredSession RequireSession(const GlobalOptions& options) {
     StoredSession session;
-    const DWORD error = LoadSession(m_options.sessionPath, session);
+    const DWORD error = LoadSession(options.sessionPath, session);
     if (error == ERROR_FILE_NOT_FOUND) {
         throw Failure("nobody is logged in; use 'quillmark login'", ExitCode::NotLoggedIn);
     }
-    const std::string path = Printable(m_options.sessionPath);
+    const std::string path = Printable(options.sessionPath);
     if (error == ERROR_INVALID_DATA) {
         throw Failure("'" + path + "' is not a session that 'quillmark login' has kept", ExitCode::LocalFile);
     }
     Require(error, "cannot read the session '" + path + "'");
-    UseServer(session.server);
-    DWORD mode = 0;
-    DWORD extra = 0;
-    Require(m_api->Init(mode, extra, CancelEvent()), "cannot reach " + session.server);
-    m_api->SetSessionToken(WidenUtf8(session.token));
+    return session;
 }
 
 void Require(DWORD error, const std::string& what) {

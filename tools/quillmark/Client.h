@@ -40,9 +40,14 @@ public:
     // Names the server: "https://host:port"; the port may be left out (443 and 80).
     void UseServer(const std::string& server);
 
+    // Asks the server, named before, what it offers. Throws Failure.
+    void Discover();
+
     // Takes up the stored login: names its server, discovers it, restores the token. Throws Failure.
     void Resume();
 
+    // The login that Resume took up.
+    [[nodiscard]] const StoredSession& Session() const { return m_session; }
     [[nodiscard]] IQuillmarkHttpAPI& Api() { return *m_api; }
     [[nodiscard]] const GlobalOptions& Options() const { return m_options; }
     [[nodiscard]] HANDLE CancelEvent() const { return m_options.interrupt; }
@@ -50,8 +55,13 @@ public:
 private:
     const GlobalOptions& m_options;
     std::uint64_t m_log = 0;
+    std::string m_server;
+    StoredSession m_session;
     ClientPointer m_api;
 };
+
+// The stored login. Throws Failure when there is none or when it cannot be read.
+[[nodiscard]] StoredSession RequireSession(const GlobalOptions& options);
 
 // Throws Failure when the error is not 0.
 void Require(DWORD error, const std::string& what);
@@ -68,5 +78,19 @@ void RegisterStat(CLI::App& program, const GlobalOptions& options, Action& actio
 void RegisterMkdir(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterPut(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterGet(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterFolders(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterRm(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterMv(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterTouch(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterUploads(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterDeltaJobs(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterChanges(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterLock(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterUnlock(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterLockState(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterShare(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterStats(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterRegister(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterWipeAck(CLI::App& program, const GlobalOptions& options, Action& action);
 
 }  // namespace quillmark::cli

@@ -16,6 +16,8 @@ constexpr DWORD ServerUnauthorized = SERVER_ERROR_BASE + 401;
 constexpr DWORD ServerForbidden = SERVER_ERROR_BASE + 403;
 constexpr DWORD ServerNotFound = SERVER_ERROR_BASE + 404;
 constexpr DWORD ServerConflict = SERVER_ERROR_BASE + 409;
+constexpr DWORD ServerLocked = SERVER_ERROR_BASE + 423;
+constexpr DWORD ServerUnavailable = SERVER_ERROR_BASE + 503;
 
 // Sorted by error. The server's own numbers are those of docs/protocol.md.
 constexpr KnownError KnownErrors[] = {
@@ -33,14 +35,17 @@ constexpr KnownError KnownErrors[] = {
     {ERROR_DISK_FULL, ExitCode::LocalFile, "the local disk is full"},
     {ERROR_CALL_NOT_IMPLEMENTED, ExitCode::Usage, "this build does not offer the operation"},
     {ERROR_INVALID_NAME, ExitCode::LocalFile, "the name cannot be used on this system"},
+    {ERROR_DIR_NOT_EMPTY, ExitCode::Conflict, "it is a folder; -r deletes it with all that it holds"},
     {ERROR_ALREADY_EXISTS, ExitCode::LocalFile, "the local file exists already"},
     {ERROR_FILENAME_EXCED_RANGE, ExitCode::LocalFile, "the local name is too long"},
     {ERROR_FILE_TOO_LARGE, ExitCode::LocalFile, "the local file is too large"},
     {ERROR_DIRECTORY, ExitCode::Conflict, "a file stands where a folder is meant"},
+    {ERROR_FILE_INVALID, ExitCode::LocalFile, "the local file keeps changing while it is sent"},
     {ERROR_NO_UNICODE_TRANSLATION, ExitCode::LocalFile, "the name is not valid text and cannot be sent to a server"},
     {ERROR_IO_DEVICE, ExitCode::LocalFile, "the local disk reports an error"},
     {ERROR_CANCELLED, ExitCode::Cancelled, "cancelled"},
     {ERROR_RETRY, ExitCode::NotLoggedIn, "the login was renewed meanwhile; repeat the command"},
+    {ERROR_SERVER_DISABLED, ExitCode::Usage, "the server takes no statistics"},
     {ERROR_CANT_RESOLVE_FILENAME, ExitCode::LocalFile, "the local name is a link that leads nowhere"},
     {ERROR_WINHTTP_TIMEOUT, ExitCode::CannotConnect, "the server did not answer in time"},
     {ERROR_BAD_SERVER_REPLY, ExitCode::InvalidReply, "this does not look like a server of this product"},
@@ -57,7 +62,9 @@ constexpr KnownError KnownErrors[] = {
     {ServerUnauthorized, ExitCode::NotLoggedIn, "the server refuses the user name, password or session"},
     {ServerForbidden, ExitCode::NotLoggedIn, "the server does not permit this"},
     {ServerNotFound, ExitCode::NotFound, "the server has no such item"},
-    {ServerConflict, ExitCode::Conflict, "the item exists already or is in the way"},
+    {ServerConflict, ExitCode::Conflict, "the item exists already, was changed meanwhile or is in the way"},
+    {ServerLocked, ExitCode::Conflict, "another user or device has locked the item"},
+    {ServerUnavailable, ExitCode::CannotConnect, "the server, or the storage behind it, is not available"},
     {SERVER_ERROR_BASE + 1001, ExitCode::InvalidReply, "the server does not understand the request"},
     {SERVER_ERROR_BASE + 1002, ExitCode::NotFound, "the server has no such item"},
     {SERVER_ERROR_BASE + 1003, ExitCode::Conflict, "the item exists already"},
@@ -67,11 +74,21 @@ constexpr KnownError KnownErrors[] = {
     {SERVER_ERROR_BASE + 1010, ExitCode::NotLoggedIn, "the user name or the password is wrong"},
     {SERVER_ERROR_BASE + 1011, ExitCode::NotLoggedIn, "the server does not accept this device"},
     {SERVER_ERROR_BASE + 1012, ExitCode::NotLoggedIn, "the server does not know who you are"},
-    {SERVER_ERROR_BASE + 1020, ExitCode::LocalFile, "the file changed while it was sent; nothing was stored"},
-    {SERVER_ERROR_BASE + 1030, ExitCode::Conflict, "another user has locked the item"},
+    {SERVER_ERROR_BASE + 1020, ExitCode::LocalFile,
+     "what was sent does not have the size that was announced; nothing was stored"},
+    {SERVER_ERROR_BASE + 1030, ExitCode::Conflict, "another user or device has locked the item"},
+    {SERVER_ERROR_BASE + 1031, ExitCode::CannotConnect, "the storage behind the folder is not reachable"},
+    {SERVER_ERROR_BASE + 1040, ExitCode::InvalidReply, "the server does not offer this"},
+    {SERVER_ERROR_BASE + 1041, ExitCode::InvalidReply, "the server does not offer this"},
     {SERVER_ERROR_REVISION_MISMATCH, ExitCode::Conflict, "the item was changed on the server meanwhile"},
+    {SERVER_ERROR_CHUNK_OUT_OF_STEP, ExitCode::Conflict,
+     "the upload is out of step with what the server has; is another program sending it?"},
+    {SERVER_ERROR_BASE + 1203, ExitCode::Conflict, "the job is not ready yet"},
     {SERVER_ERROR_BASE + 1507, ExitCode::Conflict, "the server has no room left"},
 };
+
+static_assert(std::is_sorted(std::begin(KnownErrors), std::end(KnownErrors),
+                             [](const KnownError& left, const KnownError& right) { return left.error < right.error; }));
 
 const KnownError* FindKnown(DWORD error) {
     const auto* found = std::lower_bound(std::begin(KnownErrors), std::end(KnownErrors), error,

@@ -1,28 +1,10 @@
 #include "LocalFiles.h"
 
+#include "LocalFile.h"
 #include "Paths.h"
 
 namespace quillmark::cli {
 namespace {
-
-class FileHandle {
-public:
-    FileHandle(const WideString& path, DWORD access, DWORD disposition)
-        : m_handle(CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                               disposition, FILE_ATTRIBUTE_NORMAL, nullptr)) {}
-    ~FileHandle() {
-        if (IsOpen()) {
-            CloseHandle(m_handle);
-        }
-    }
-    FileHandle(const FileHandle&) = delete;
-    FileHandle& operator=(const FileHandle&) = delete;
-    [[nodiscard]] bool IsOpen() const { return m_handle != INVALID_HANDLE_VALUE; }
-    [[nodiscard]] HANDLE Get() const { return m_handle; }
-
-private:
-    HANDLE m_handle;
-};
 
 LocalItem ItemFrom(const WIN32_FIND_DATAW& data) {
     return {data.cFileName, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
@@ -78,9 +60,9 @@ DWORD ApplyTimes(const WideString& path, const IServerAttributes& attributes) {
     if (!attributes.HasTimes()) {
         return ERROR_SUCCESS;
     }
-    const FileHandle file(path, GENERIC_WRITE, OPEN_EXISTING);
-    if (!file.IsOpen()) {
-        return GetLastError();
+    LocalFile file;
+    if (const DWORD error = file.Open(path, GENERIC_WRITE, OPEN_EXISTING); error != ERROR_SUCCESS) {
+        return error;
     }
     const FILETIME creation = attributes.GetCreationTime().ToFileTime();
     const FILETIME write = attributes.GetLastWriteTime().ToFileTime();
@@ -100,23 +82,18 @@ bool MakeLocalFolders(const WideString& folder) {
 }
 
 DWORD ReadLocalFile(const WideString& path, std::size_t limit, std::string& content) {
-    const FileHandle file(path, GENERIC_READ, OPEN_EXISTING);
-    if (!file.IsOpen()) {
-        return GetLastError();
+    LocalFile file;
+    if (const DWORD error = file.Open(path, GENERIC_READ, OPEN_EXISTING); error != ERROR_SUCCESS) {
+        return error;
     }
-    content.clear();
-    char buffer[4096];
-    DWORD count = 0;
-    do {
-        if (ReadFile(file.Get(), buffer, sizeof(buffer), &count, nullptr) == FALSE) {
-            return GetLastError();
-        }
-        content.append(buffer, count);
-        if (content.size() > limit) {
-            return ERROR_FILE_TOO_LARGE;
-        }
-    } while (count != 0);
-    return ERROR_SUCCESS;
+    content.resize(limit + 1);
+    std::size_t got = 0;
+    const DWORD error = file.Read(content.data(), content.size(), got);
+    content.resize(got);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    return got > limit ? ERROR_FILE_TOO_LARGE : ERROR_SUCCESS;
 }
 
 }  // namespace quillmark::cli

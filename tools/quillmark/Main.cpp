@@ -9,8 +9,10 @@ namespace {
 using namespace quillmark;       // NOLINT: this file is the program
 using namespace quillmark::cli;  // NOLINT
 
-constexpr CommandRegistration Commands[] = {RegisterLogin, RegisterVersion, RegisterLs, RegisterStat,
-                                            RegisterMkdir, RegisterPut,     RegisterGet};
+constexpr CommandRegistration Commands[] = {
+    RegisterRegister, RegisterLogin, RegisterVersion, RegisterFolders,   RegisterLs,    RegisterStat,  RegisterMkdir,
+    RegisterPut,      RegisterGet,   RegisterUploads, RegisterDeltaJobs, RegisterMv,    RegisterRm,    RegisterTouch,
+    RegisterChanges,  RegisterLock,  RegisterUnlock,  RegisterLockState, RegisterShare, RegisterStats, RegisterWipeAck};
 
 constexpr const char* Epilogue =
     "\nExamples:\n"
@@ -18,6 +20,13 @@ constexpr const char* Epilogue =
     "  quillmark ls -l /Shared\n"
     "  quillmark put report.pdf /Shared/\n"
     "  quillmark get /Shared/Photos photos\n"
+    "  quillmark put --resumable disk.img /Backups/        the same again after an interruption: it goes on\n"
+    "  quillmark put --delta old.db new.db /Shared/data.db sends only what differs\n"
+    "  quillmark get --range 0-64K /Shared/video head      the first 65536 bytes\n"
+    "  quillmark mv --force /Shared/draft /Shared/final\n"
+    "  quillmark changes --follow 10\n"
+    "  quillmark lock --seconds 600 /Shared/plan\n"
+    "  quillmark share /Shared/plan --to ben carla --message 'Please read'\n"
     "\nExit codes: 0 done, 1 some items failed, 2 usage, 3 cannot connect, 4 not logged in or refused, 5 not found,\n"
     "6 conflict, 7 cancelled, 8 local file error, 9 invalid reply.";
 
@@ -64,7 +73,7 @@ ExitCode Run(const Action& action, const GlobalOptions& options) {
 }  // namespace
 
 int main(int count, char** values) {
-    CLI::App program("Talks to a Quillmark server: lists, uploads, downloads.", "quillmark");
+    CLI::App program("Talks to a Quillmark server.", "quillmark");
     GlobalOptions options;
     GlobalTexts texts;
     Action action;

@@ -25,8 +25,13 @@ bool IsOwnName(const WideString& leaf) {
 }
 
 WideString ServerPath(const WideString& text) {
-    WideString path = text.StartsWith(QM_W("/")) ? text : JoinPath(QM_W(""), text);
-    while (path.size() > 1 && path[path.size() - 1] == QM_W('/')) {
+    WideString path = QM_W("/");
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        if (text[index] != QM_W('/') || path[path.size() - 1] != QM_W('/')) {
+            path += text[index];
+        }
+    }
+    if (path.size() > 1 && path[path.size() - 1] == QM_W('/')) {
         path.Resize(path.size() - 1);
     }
     return path;

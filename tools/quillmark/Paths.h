@@ -17,7 +17,8 @@ namespace quillmark::cli {
 // a path means goes into a folder as its contents.
 [[nodiscard]] bool IsOwnName(const WideString& leaf);
 
-// A server path as the operations take it: it begins with '/', and ends in one only when it is the root.
+// A server path as the operations take it: it begins with '/', ends in one only when it is the root, and has no empty
+// names in it.
 [[nodiscard]] WideString ServerPath(const WideString& text);
 
 // For messages and listings: control characters, and what is not text, are shown as '?', so that a name can neither

@@ -29,6 +29,12 @@ namespace quillmark::cli {
 // wait for. False when nothing is there.
 [[nodiscard]] bool IsPlainFile(const WideString& path);
 
+// The path of an item that is there, from the root, without links, "." and "..". Empty when it is not there.
+[[nodiscard]] WideString AbsolutePath(const WideString& path);
+
+// Makes a folder that only its owner can look into; the folder above it is there. 0 also when it is there already.
+[[nodiscard]] DWORD MakePrivateFolder(const WideString& path);
+
 // Writes a file that only its owner can read, whole or not at all. 0 or an error code.
 [[nodiscard]] DWORD WritePrivateFile(const WideString& path, const std::string& content);
 

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <thread>
 
 #include "ErrorText.h"
@@ -133,6 +134,26 @@ bool IsPlainFile(const WideString& path) {
     std::string name;
     struct stat status {};
     return platform::PathToBytes(path, name) && ::stat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+WideString AbsolutePath(const WideString& path) {
+    std::string name;
+    if (!platform::PathToBytes(path, name)) {
+        return WideString();
+    }
+    const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(name.c_str(), nullptr), &std::free);
+    return resolved == nullptr ? WideString() : WideString(platform::PathFromBytes(resolved.get()));
+}
+
+DWORD MakePrivateFolder(const WideString& path) {
+    std::string name;
+    if (!platform::PathToBytes(path, name)) {
+        return ERROR_INVALID_NAME;
+    }
+    if (::mkdir(name.c_str(), 0700) == 0 || errno == EEXIST) {
+        return ERROR_SUCCESS;
+    }
+    return errno == ENOENT ? ERROR_PATH_NOT_FOUND : ERROR_ACCESS_DENIED;
 }
 
 DWORD WritePrivateFile(const WideString& path, const std::string& content) {

@@ -10,7 +10,17 @@
 namespace quillmark::cli {
 namespace {
 
-// What a download is called until it is complete.
+std::string Counted(std::uint64_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+// A name from the server becomes a local name only when it stays inside the folder that it is put in.
+bool IsSafeName(const WideString& name) {
+    return IsOwnName(name) && name.Find(QM_W('/')) == WideString::npos && name.Find(QM_W('\0')) == WideString::npos;
+}
+
+}  // namespace
+
 WideString PartialName(const WideString& local) {
     // A name may have 255 bytes, and a code unit takes up to three: what a long name loses makes room for the ending.
     constexpr std::size_t Longest = 75;
@@ -23,21 +33,12 @@ WideString PartialName(const WideString& local) {
            QM_W(".quillmark-part");
 }
 
-std::string Counted(std::uint64_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
-
-// A name from the server becomes a local name only when it stays inside the folder that it is put in.
-bool IsSafeName(const WideString& name) {
-    return IsOwnName(name) && name.Find(QM_W('/')) == WideString::npos && name.Find(QM_W('\0')) == WideString::npos;
-}
-
-}  // namespace
-
 void Transfer::Put(const WideString& local, const WideString& server) {
     LocalItem item;
     if (const DWORD error = FindLocalItem(local, item); error != ERROR_SUCCESS) {
         Failed(Printable(local), error);
+    } else if (item.folder && !m_revision.empty()) {
+        throw Failure("a folder has no revision to ask for: --revision is for one file", ExitCode::Usage);
     } else if (item.folder) {
         PutFolder(local, server);
     } else if (!IsPlainFile(local)) {
@@ -87,16 +88,27 @@ void Transfer::PutListed(const WideString& local, const WideString& server) {
 }
 
 void Transfer::PutFile(const WideString& local, const WideString& server) {
-    std::shared_ptr<IServerAttributes> attributes;
-    DWORD error = LocalAttributes(local, attributes);
-    if (error == ERROR_SUCCESS) {
-        error = m_client.Api().UploadFile(local, server, attributes, m_client.CancelEvent(), nullptr, 0);
-    }
+    std::shared_ptr<IServerAttributes> stored;
+    const DWORD error = m_resumable ? m_resumable->Send(local, server, stored) : SendWhole(local, server, stored);
     if (error != ERROR_SUCCESS) {
         Failed(Printable(local), error);
+        if (m_resumable && m_resumable->KeptConflict()) {
+            PrintError("the server has all of it: 'quillmark uploads complete " + Printable(server) +
+                       " NEWPATH' stores it under another name");
+        }
         return;
     }
-    Done(server, attributes->HasSize() ? static_cast<std::uint64_t>(attributes->GetSize()) : 0);
+    Done(server, stored->HasSize() ? static_cast<std::uint64_t>(stored->GetSize()) : 0);
+}
+
+DWORD Transfer::SendWhole(const WideString& local, const WideString& server,
+                          std::shared_ptr<IServerAttributes>& stored) {
+    const DWORD error = LocalAttributes(local, stored);
+    if (error != ERROR_SUCCESS) {
+        return error;
+    }
+    stored->SetRevision(m_revision);
+    return m_client.Api().UploadFile(local, server, stored, m_client.CancelEvent(), nullptr, 0);
 }
 
 DWORD Transfer::EnsureServerFolder(const WideString& server) {

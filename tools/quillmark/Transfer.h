@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "Client.h"
+#include "ResumablePut.h"
 
 namespace quillmark::cli {
 
@@ -16,9 +18,17 @@ struct TransferCounts {
     DWORD firstError = ERROR_SUCCESS;
 };
 
+// What a download is called, beside its target, until it is complete.
+[[nodiscard]] WideString PartialName(const WideString& local);
+
 class Transfer {
 public:
     explicit Transfer(Client& client, bool quiet) : m_client(client), m_quiet(quiet) {}
+
+    // Puts files in chunks from here on.
+    void SendResumably(const ResumableOptions& options) { m_resumable.emplace(m_client, options); }
+    // The item that a put replaces shall have this revision; for one file only.
+    void ExpectRevision(const std::string& revision) { m_revision = revision; }
 
     // A file to the server path itself; a folder's contents below it, which is made when it is missing.
     void Put(const WideString& local, const WideString& server);
@@ -35,6 +45,8 @@ private:
     // One item that a local folder lists and that is no folder.
     void PutListed(const WideString& local, const WideString& server);
     void PutFile(const WideString& local, const WideString& server);
+    [[nodiscard]] DWORD SendWhole(const WideString& local, const WideString& server,
+                                  std::shared_ptr<IServerAttributes>& stored);
     void GetFolder(const WideString& server, const WideString& local);
     void GetFile(const WideString& server, const WideString& local, const std::shared_ptr<IServerAttributes>& known);
     [[nodiscard]] DWORD DownloadTo(const WideString& server, const WideString& local,
@@ -48,6 +60,8 @@ private:
 
     Client& m_client;
     bool m_quiet;
+    std::optional<ResumablePut> m_resumable;
+    std::string m_revision;
     TransferCounts m_counts;
 };
 

@@ -1,8 +1,11 @@
-// quillmark get: downloads files and folders.
+// quillmark get: downloads files and folders, whole, by range or as a delta.
 #include <memory>
 
 #include "Client.h"
+#include "DeltaTransfer.h"
+#include "LocalFiles.h"
 #include "Paths.h"
+#include "RangeDownload.h"
 #include "Transfer.h"
 
 namespace quillmark::cli {
@@ -11,8 +14,27 @@ namespace {
 struct GetOptions {
     std::string local;
     std::string remote;
+    std::string range;
+    std::string delta;
+    std::string revision;
     bool quiet = false;
 };
+
+// Where one file goes.
+WideString FileTarget(const WideString& server, const WideString& local) {
+    LocalItem target;
+    const bool into = FindLocalItem(local, target) == ERROR_SUCCESS && target.folder;
+    return into ? JoinPath(local, LeafName(server)) : local;
+}
+
+ByteRange RequireRange(const std::string& text) {
+    const auto range = ParseByteRange(text);
+    if (!range) {
+        throw Failure("'" + text + "' is not a range: FIRST-END are the bytes from FIRST up to, but not including END",
+                      ExitCode::Usage);
+    }
+    return *range;
+}
 
 ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
     const WideString server = ServerPath(global.Path(options.remote));
@@ -20,8 +42,15 @@ ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
     if (options.local.ends_with('/') && IsOwnName(LeafName(server))) {
         local = JoinPath(local, LeafName(server));
     }
+    const ByteRange range = options.range.empty() ? ByteRange() : RequireRange(options.range);
     Client client(global);
     client.Resume();
+    if (!options.range.empty()) {
+        return GetRange(client, server, FileTarget(server, local), range, options.revision, options.quiet);
+    }
+    if (!options.delta.empty()) {
+        return GetDelta(client, server, FileTarget(server, local), global.Path(options.delta), options.quiet);
+    }
     Transfer transfer(client, options.quiet);
     transfer.Get(server, local);
     return transfer.Summarise();
@@ -39,6 +68,19 @@ void RegisterGet(CLI::App& program, const GlobalOptions& global, Action& action)
             "Its local path; with a trailing / the folder to put it in. A file also goes into a folder that is there")
         ->required();
     command->add_flag("-q,--quiet", options->quiet, "Do not name each file");
+    CLI::Option* range =
+        command
+            ->add_option("--range", options->range,
+                         "Get the bytes from FIRST up to, but not including END into the same place of the local file, "
+                         "which keeps its other bytes; FIRST- goes to the end. Sizes: 65536, 64K, 8M")
+            ->type_name("FIRST-END");
+    command->add_option("--revision", options->revision, "With --range: only while the item has this revision")
+        ->type_name("REVISION")
+        ->needs(range);
+    command
+        ->add_option("--delta", options->delta, "Get only what differs from BASE, a local file with earlier contents")
+        ->type_name("BASE")
+        ->excludes(range);
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunGet(*options, global); }; });
 }

@@ -1,0 +1,63 @@
+#include "RangeDownload.h"
+
+#include "LocalFile.h"
+#include "Output.h"
+#include "Paths.h"
+#include "Transfer.h"
+
+namespace quillmark::cli {
+namespace {
+
+using Attributes = std::shared_ptr<IServerAttributes>;
+
+void CheckRange(const IServerAttributes& item, const WideString& server, ByteRange& range) {
+    if (IsFolder(item)) {
+        throw Failure(Printable(server) + " is a folder and has no bytes", ExitCode::Conflict);
+    }
+    if (range.end == ByteRange::ToTheEnd) {
+        range.end = item.GetSize();
+    }
+    if (range.end > item.GetSize() || range.first >= range.end) {
+        throw Failure("the range does not lie in " + Printable(server) + ", which has " + item.GetSizeText() + " bytes",
+                      ExitCode::Usage);
+    }
+}
+
+DWORD Download(Client& client, const WideString& server, const WideString& local, const Attributes& expected,
+               ByteRange range) {
+    return client.Api().DownloadData(server, local, expected, MakeAttributes(), static_cast<std::uint64_t>(range.first),
+                                     range.end, client.CancelEvent(), nullptr, 0);
+}
+
+// The library begins a file anew when the range begins at 0: its bytes go through a file beside the target then.
+DWORD DownloadBeginning(Client& client, const WideString& server, const WideString& local, const Attributes& expected,
+                        ByteRange range) {
+    const TemporaryFile partial(PartialName(local));
+    const DWORD error = Download(client, server, partial.Path(), expected, range);
+    return error == ERROR_SUCCESS ? CopyBeginning(partial.Path(), local, range.end) : error;
+}
+
+}  // namespace
+
+ExitCode GetRange(Client& client, const WideString& server, const WideString& local, ByteRange range,
+                  const std::string& revision, bool quiet) {
+    Attributes item;
+    Require(client.Api().GetPathAttributes(server, item, client.CancelEvent()), "cannot look at " + Printable(server));
+    if (!revision.empty() && item->GetRevision() != revision) {
+        throw Failure("cannot get " + Printable(server), SERVER_ERROR_REVISION_MISMATCH);
+    }
+    CheckRange(*item, server, range);
+    {
+        LocalFile target;  // its being there is all that is needed
+        Require(target.Open(local, GENERIC_WRITE, OPEN_ALWAYS), "cannot write '" + Printable(local) + "'");
+    }
+    Require(range.first == 0 ? DownloadBeginning(client, server, local, item, range)
+                             : Download(client, server, local, item, range),
+            "cannot get " + Printable(server) + " to '" + Printable(local) + "'");
+    if (!quiet) {
+        Print(Printable(local));
+    }
+    return ExitCode::Success;
+}
+
+}  // namespace quillmark::cli

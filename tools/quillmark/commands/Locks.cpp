@@ -1,0 +1,84 @@
+// quillmark lock, unlock, lock-state: locks on items of the server against other devices.
+#include <memory>
+
+#include "Client.h"
+#include "EachPath.h"
+#include "Output.h"
+#include "Paths.h"
+
+namespace quillmark::cli {
+namespace {
+
+struct LockOptions {
+    std::vector<std::string> paths;
+    DWORD seconds = 300;
+};
+
+const char* StateWord(DWORD state) {
+    constexpr DWORD Locked = 1;
+    constexpr DWORD ReadOnly = 2;
+    switch (state) {
+        case Locked:
+            return "locked";
+        case ReadOnly:
+            return "read-only";
+        default:
+            return "unlocked";
+    }
+}
+
+}  // namespace
+
+void RegisterLock(CLI::App& program, const GlobalOptions& global, Action& action) {
+    const auto options = std::make_shared<LockOptions>();
+    CLI::App* command = program.add_subcommand("lock", "Keep other devices from changing items, or do so for longer");
+    command->add_option("path", options->paths, "The items on the server")->required();
+    command->add_option("--seconds", options->seconds, "For how long")
+        ->capture_default_str()
+        ->check(CLI::Range(1u, 0x7FFFFFFFu))
+        ->type_name("N");
+    command->callback([options, &global, &action] {
+        action = [options, &global] {
+            Client client(global);
+            client.Resume();
+            return ForEachServerPath(client, options->paths, "lock", [&](const WideString& server) {
+                return client.Api().RequestLock(server, options->seconds, client.CancelEvent()).error;
+            });
+        };
+    });
+}
+
+void RegisterUnlock(CLI::App& program, const GlobalOptions& global, Action& action) {
+    const auto options = std::make_shared<LockOptions>();
+    CLI::App* command = program.add_subcommand("unlock", "Give up locks of this device");
+    command->add_option("path", options->paths, "The items on the server")->required();
+    command->callback([options, &global, &action] {
+        action = [options, &global] {
+            Client client(global);
+            client.Resume();
+            return ForEachServerPath(client, options->paths, "unlock", [&](const WideString& server) {
+                return client.Api().ReleaseLock(server, client.CancelEvent()).error;
+            });
+        };
+    });
+}
+
+void RegisterLockState(CLI::App& program, const GlobalOptions& global, Action& action) {
+    const auto path = std::make_shared<std::string>();
+    CLI::App* command = program.add_subcommand("lock-state", "Show whether an item is locked, unlocked or read-only");
+    command->add_option("path", *path, "The item on the server")->required();
+    command->callback([path, &global, &action] {
+        action = [path, &global] {
+            Client client(global);
+            client.Resume();
+            const WideString server = ServerPath(global.Path(*path));
+            DWORD state = 0;
+            Require(client.Api().TestLock(server, state, client.CancelEvent()),
+                    "cannot ask for the lock of " + Printable(server));
+            Print(StateWord(state));
+            return ExitCode::Success;
+        };
+    });
+}
+
+}  // namespace quillmark::cli

@@ -1,0 +1,50 @@
+// quillmark share: has the server send people a link to items.
+#include <memory>
+
+#include "Client.h"
+#include "Paths.h"
+
+namespace quillmark::cli {
+namespace {
+
+struct ShareOptions {
+    std::vector<std::string> paths;
+    std::vector<std::string> targets;
+    std::string name;
+    std::string message;
+};
+
+ExitCode RunShare(const ShareOptions& options, const GlobalOptions& global) {
+    const auto request = std::make_shared<ShareRequest>();
+    for (const std::string& path : options.paths) {
+        request->paths.insert(ServerPath(global.Path(path)));
+    }
+    for (const std::string& target : options.targets) {
+        request->targets.insert(WidenUtf8(target));
+    }
+    request->name =
+        options.name.empty() ? LeafName(ServerPath(global.Path(options.paths.front()))) : WidenUtf8(options.name);
+    request->message = WidenUtf8(options.message);
+    Client client(global);
+    client.Resume();
+    Require(client.Api().GenerateLink(request, client.CancelEvent()), "cannot share");
+    return ExitCode::Success;
+}
+
+}  // namespace
+
+void RegisterShare(CLI::App& program, const GlobalOptions& global, Action& action) {
+    const auto options = std::make_shared<ShareOptions>();
+    CLI::App* command = program.add_subcommand("share", "Share items; the server sends the recipients a link");
+    command->add_option("path", options->paths, "The items on the server")->required();
+    command->add_option("--to", options->targets, "The recipients, as the server knows them")
+        ->required()
+        ->type_name("NAME");
+    command->add_option("--name", options->name, "What the share is called (default: the first item's name)")
+        ->type_name("TEXT");
+    command->add_option("--message", options->message, "A message to the recipients")->type_name("TEXT");
+    command->callback(
+        [options, &global, &action] { action = [options, &global] { return RunShare(*options, global); }; });
+}
+
+}  // namespace quillmark::cli
