@@ -42,11 +42,15 @@ Server::Server(const Options& options, Statistics& statistics, Faults& faults,
       m_store(m_data, options.capacity),
       m_contents(options.dataFolder + "/contents", options.sync),
       m_uploads(m_data, m_contents, options.capacity, options.uploadLifetime),
+      m_deltaJobs(m_data, m_contents, options.capacity, options.uploadLifetime),
+      m_deltaWorker(m_deltaJobs, m_contents, options.sync),
       m_sessions(m_store, options.sessionLifetime),
-      m_services{m_options,  m_data,     m_store, m_contents,        m_uploads,
-                 m_sessions, statistics, faults,  std::move(restart)} {
+      m_services{m_options,     m_data,     m_store,    m_contents, m_uploads, m_deltaJobs,
+                 m_deltaWorker, m_workPool, m_sessions, statistics, faults,    std::move(restart)} {
     m_uploads.RemoveExpired();
+    m_deltaJobs.RemoveExpired();
     m_contents.Sweep(m_store);
+    m_deltaWorker.Start();
     SetUsers();
     LoadTls();
     Listen();

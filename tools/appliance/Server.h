@@ -12,9 +12,11 @@
 #include <vector>
 
 #include "Certificates.h"
+#include "DeltaWorker.h"
 #include "Listener.h"
 #include "Options.h"
 #include "Services.h"
+#include "WorkPool.h"
 #include "storage/Contents.h"
 #include "storage/FileDescriptor.h"
 #include "storage/Sessions.h"
@@ -49,12 +51,16 @@ private:
     Store m_store;
     Contents m_contents;
     Uploads m_uploads;
+    DeltaJobs m_deltaJobs;
+    DeltaWorker m_deltaWorker;
     Sessions m_sessions;
     Services m_services;
     SslContext m_tls;
     std::atomic<std::size_t> m_open{0};
     // Below everything that connections use: what is left of them goes first.
     boost::asio::io_context m_io;
+    // Goes before the streams of the connections that wait for it.
+    WorkPool m_workPool{2};
     std::vector<std::unique_ptr<Listener>> m_plain;
     std::vector<std::unique_ptr<Listener>> m_secure;
     std::vector<std::thread> m_threads;

@@ -10,11 +10,14 @@ namespace appliance {
 
 class Contents;
 class DataFile;
+class DeltaJobs;
+class DeltaWorker;
 class Faults;
 class Sessions;
 class Statistics;
 class Store;
 class Uploads;
+class WorkPool;
 
 struct Services {
     const Options& options;
@@ -22,6 +25,9 @@ struct Services {
     Store& store;
     Contents& contents;
     Uploads& uploads;
+    DeltaJobs& deltaJobs;
+    DeltaWorker& deltaWorker;
+    WorkPool& workPool;
     Sessions& sessions;
     Statistics& statistics;
     Faults& faults;

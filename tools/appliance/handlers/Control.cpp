@@ -1,3 +1,4 @@
+#include "DeltaWorker.h"
 #include "Pch.h"
 #include "Statistics.h"
 #include "faults/Faults.h"
@@ -43,6 +44,28 @@ asio::awaitable<Reply> AnswerFaults(Services& services, const Request& request, 
     co_return JsonReply({{"added", services.faults.Add(rules)}});
 }
 
+// Holds the delta jobs, lets them go, or tells how many stand still.
+asio::awaitable<Reply> AnswerDeltaJobs(Services& services, const Request& request, RequestBody& body) {
+    if (request.method == "GET") {
+        co_return JsonReply({{"held", services.deltaWorker.Held()}});
+    }
+    if (request.method == "DELETE") {
+        services.deltaWorker.Hold(std::nullopt);
+        co_return JsonReply({{"cleared", true}});
+    }
+    if (request.method != "POST") {
+        throw ApiError(ErrorId::MethodUnknown, "This endpoint has no such method");
+    }
+    const Fields fields = co_await body.ReadForm();
+    const std::string* text = FindField(fields, "after");
+    const auto after = text == nullptr ? std::nullopt : ParseNumber(*text);
+    if (!after) {
+        throw ApiError(ErrorId::Malformed, "The form does not say after how many bytes");
+    }
+    services.deltaWorker.Hold(*after);
+    co_return JsonReply({{"after", *after}});
+}
+
 Reply AnswerStatistics(Services& services, const Request& request) {
     if (request.method == "GET") {
         return JsonReply(services.statistics.Report());
@@ -63,6 +86,10 @@ asio::awaitable<Reply> AnswerControl(Services& services, const Request& request,
     }
     if (resource == "/faults" && services.options.faults) {
         Reply reply = co_await AnswerFaults(services, request, body);
+        co_return reply;
+    }
+    if (resource == "/delta-jobs") {
+        Reply reply = co_await AnswerDeltaJobs(services, request, body);
         co_return reply;
     }
     throw ApiError(ErrorId::EndpointUnknown, "There is no such endpoint");

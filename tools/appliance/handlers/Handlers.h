@@ -37,6 +37,15 @@ boost::asio::awaitable<Reply> PostUpload(Services& services, Exchange& exchange)
 boost::asio::awaitable<Reply> GetUpload(Services& services, Exchange& exchange);
 boost::asio::awaitable<Reply> DeleteUpload(Services& services, Exchange& exchange);
 
+// POST <api>/delta<path>: a delta for the item, or one, or its content, for a base of the client's.
+boost::asio::awaitable<Reply> PostDelta(Services& services, Exchange& exchange);
+
+// <api>/asdelta/folders<path>, <api>/asdelta/<GUID>, <api>/asdelta/status: a delta job's start, commit and end, and the
+// states of several.
+boost::asio::awaitable<Reply> PostDeltaJob(Services& services, Exchange& exchange);
+boost::asio::awaitable<Reply> GetDeltaJobs(Services& services, Exchange& exchange);
+boost::asio::awaitable<Reply> DeleteDeltaJob(Services& services, Exchange& exchange);
+
 // The tests' own endpoints; `resource` is what follows the control path.
 boost::asio::awaitable<Reply> AnswerControl(Services& services, const Request& request, RequestBody& body,
                                             std::string_view resource);

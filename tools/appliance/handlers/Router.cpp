@@ -22,10 +22,12 @@ struct Route {
 };
 
 constexpr std::array Routes{
-    Route{"GET", "/init", false, AnswerInit},  Route{"GET", "/version", false, AnswerVersion},
-    Route{"POST", "/sessions", false, Login},  Route{"GET", "/folders", true, GetItem},
-    Route{"POST", "/folders", true, PostItem}, Route{"POST", "/resume", true, PostUpload},
-    Route{"GET", "/resume", true, GetUpload},  Route{"DELETE", "/resume", true, DeleteUpload},
+    Route{"GET", "/init", false, AnswerInit},     Route{"GET", "/version", false, AnswerVersion},
+    Route{"POST", "/sessions", false, Login},     Route{"GET", "/folders", true, GetItem},
+    Route{"POST", "/folders", true, PostItem},    Route{"POST", "/resume", true, PostUpload},
+    Route{"GET", "/resume", true, GetUpload},     Route{"DELETE", "/resume", true, DeleteUpload},
+    Route{"POST", "/delta", true, PostDelta},     Route{"POST", "/asdelta", true, PostDeltaJob},
+    Route{"GET", "/asdelta", true, GetDeltaJobs}, Route{"DELETE", "/asdelta", true, DeleteDeltaJob},
 };
 
 constexpr std::string_view EndpointList = "/endpoints";

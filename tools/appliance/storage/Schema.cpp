@@ -99,6 +99,7 @@ constexpr std::array Steps{
         revision TEXT NOT NULL,
         base TEXT NOT NULL,
         delta TEXT NOT NULL,
+        delta_size INTEGER NOT NULL,
         size INTEGER NOT NULL,
         state TEXT NOT NULL,
         content TEXT NOT NULL,

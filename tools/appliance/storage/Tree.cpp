@@ -131,7 +131,7 @@ void Tree::CheckRoom(std::uint64_t added, std::uint64_t freed) {
     }
     Statement row = m_database.Prepare(
         "SELECT (SELECT coalesce(sum(size), 0) FROM items) + (SELECT coalesce(sum(received), 0) FROM uploads WHERE "
-        "item IS NULL)");
+        "item IS NULL) + (SELECT coalesce(sum(size + delta_size), 0) FROM delta_jobs WHERE state <> 'FAILED')");
     const std::uint64_t used = row.Step() ? static_cast<std::uint64_t>(row.Integer(0)) - freed : 0;
     if (added > *m_capacity || used > *m_capacity - added) {
         throw ApiError(ErrorId::StorageFull, "The storage is full");
