@@ -168,6 +168,9 @@ public:
     // "?revision=r1" for the separator "?" and the revision "r1"; nothing for an empty revision.
     void AddRevision(std::string& query, const char* separator, const std::string& revision) const;
 
+    // The same as a new query, with the revision of the record that the caller knows; nothing without a record.
+    [[nodiscard]] std::string RevisionQuery(const char* separator, const Attributes& known) const;
+
     // Makes a connection to the server and a request on it. The connection must outlive the request: declare it first.
     // ERROR_INVALID_HANDLE when there is no session or the factory makes no object.
     [[nodiscard]] DWORD CreateRequest(const Session& session, const WideString& path, const WideString& verb,
@@ -241,13 +244,20 @@ private:
     [[nodiscard]] DWORD TakeDownloadAttributes(const WideString& serverPath, const Attributes& expected,
                                                const Attributes& attributes, HANDLE cancelEvent);
 
-    // The URL of a resumable upload, the same for every request about it.
-    [[nodiscard]] DWORD UploadUrl(const Session& session, const WideString& serverPath, const GUID& uploadId,
-                                  WideString& url) const;
+    // CreateRequest for a resumable upload, whose URL is the same in every request about it.
+    [[nodiscard]] DWORD CreateUploadRequest(const Session& session, const WideString& serverPath, const GUID& uploadId,
+                                            const WideString& verb, Request& request, Connection& connection);
     // What a refused chunk comes to: corrects the offset, or takes the server's record, where the refusal calls for it.
     [[nodiscard]] DWORD JudgeRefusedChunk(const Logger& log, const WideString& serverPath, const GUID& uploadId,
                                           StatusPair refusal, const ResponseBuffer& reply,
                                           IServerAttributes& attributes, std::int64_t& offset, HANDLE cancelEvent);
+
+    // CreateRequest for one asynchronous delta job.
+    [[nodiscard]] DWORD CreateJobRequest(const Session& session, const GUID& job, const WideString& verb,
+                                         Request& request, Connection& connection);
+    // CreateRequest for the lock of a path, which is encoded already, with the time-outs of locks.
+    [[nodiscard]] DWORD CreateLockRequest(const Session& session, const std::string& path, const WideString& verb,
+                                          Request& request, Connection& connection);
 
     // One registration request and what came of it.
     struct RegistrationExchange {

@@ -30,6 +30,14 @@ void CNativeHttp::AddRevision(std::string& query, const char* separator, const s
     query = Format("%s%s=%s", separator, "revision", revision);
 }
 
+std::string CNativeHttp::RevisionQuery(const char* separator, const Attributes& known) const {
+    std::string query;
+    if (known != nullptr) {
+        AddRevision(query, separator, known->GetRevision());
+    }
+    return query;
+}
+
 DWORD CNativeHttp::CreateRequest(const Session& session, const WideString& path, const WideString& verb,
                                  Request& request, Connection& connection, const Timeouts& timeouts) {
     DWORD error = ERROR_SUCCESS;

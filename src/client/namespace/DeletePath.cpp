@@ -12,10 +12,7 @@ StatusPair CNativeHttp::DeletePath(const WideString& serverPath, const Attribute
         if (const DWORD error = EncodePath(serverPath, path); error != ERROR_SUCCESS) {
             return {error, 0};
         }
-        std::string revision;
-        if (attributes != nullptr) {
-            AddRevision(revision, "?", attributes->GetRevision());
-        }
+        const std::string revision = RevisionQuery("?", attributes);
         const WideString url = FormatWide(QM_W("%s/folders%S%S"), GetApiPath(session), path, revision);
         Connection connection;
         Request request;

@@ -38,6 +38,12 @@ DWORD LockStateOf(const WideString& word) {
 
 }  // namespace
 
+DWORD CNativeHttp::CreateLockRequest(const Session& session, const std::string& path, const WideString& verb,
+                                     Request& request, Connection& connection) {
+    const WideString url = FormatWide(QM_W("%s/locking%S"), GetApiPath(session), path);
+    return CreateRequest(session, url, verb, request, connection, LockTimeouts());
+}
+
 StatusPair CNativeHttp::TestLock(const WideString& serverPath, DWORD& lockState, HANDLE cancelEvent) {
     return RunOperation("CNativeHttp::TestLock", [&](const Logger& log) -> StatusPair {
         const Session session = GetSession();
@@ -45,10 +51,9 @@ StatusPair CNativeHttp::TestLock(const WideString& serverPath, DWORD& lockState,
         if (const DWORD error = EncodePath(serverPath, path); error != ERROR_SUCCESS) {
             return {error, 0};
         }
-        const WideString url = FormatWide(QM_W("%s/locking%S"), GetApiPath(session), path);
         Connection connection;
         Request request;
-        if (const DWORD error = CreateRequest(session, url, QM_W("GET"), request, connection, LockTimeouts());
+        if (const DWORD error = CreateLockRequest(session, path, QM_W("GET"), request, connection);
             error != ERROR_SUCCESS) {
             ResetTimeouts(session);
             return {error, 0};
@@ -80,10 +85,9 @@ StatusPair CNativeHttp::RequestLock(const WideString& serverPath, DWORD duration
         if (const DWORD error = EncodePath(serverPath, path); error != ERROR_SUCCESS) {
             return {error, 0};
         }
-        const WideString url = FormatWide(QM_W("%s/locking%S"), GetApiPath(session), path);
         Connection connection;
         Request request;
-        if (const DWORD error = CreateRequest(session, url, QM_W("POST"), request, connection, LockTimeouts());
+        if (const DWORD error = CreateLockRequest(session, path, QM_W("POST"), request, connection);
             error != ERROR_SUCCESS) {
             ResetTimeouts(session);
             return {error, 0};
@@ -108,11 +112,10 @@ StatusPair CNativeHttp::ReleaseLock(const WideString& serverPath, HANDLE cancelE
         if (const DWORD error = EncodePath(serverPath, path); error != ERROR_SUCCESS) {
             return {error, 0};
         }
-        const WideString url = FormatWide(QM_W("%s/locking%S"), GetApiPath(session), path);
         Connection connection;
         Request request;
         // Without ResetTimeouts on any way out, which is meant.
-        if (const DWORD error = CreateRequest(session, url, QM_W("DELETE"), request, connection, LockTimeouts());
+        if (const DWORD error = CreateLockRequest(session, path, QM_W("DELETE"), request, connection);
             error != ERROR_SUCCESS) {
             return {error, 0};
         }

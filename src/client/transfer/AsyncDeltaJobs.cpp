@@ -35,6 +35,12 @@ DWORD AppendCommitForm(IWinHttpRequest& request, const IServerAttributes& attrib
 
 }  // namespace
 
+DWORD CNativeHttp::CreateJobRequest(const Session& session, const GUID& job, const WideString& verb, Request& request,
+                                    Connection& connection) {
+    const WideString url = FormatWide(QM_W("%s/asdelta/%s"), GetApiPath(session), GuidText(job));
+    return CreateRequest(session, url, verb, request, connection, {});
+}
+
 DWORD CNativeHttp::AsyncDeltaStatus(AsyncDeltaJobList& jobs, HANDLE cancelEvent) {
     return RunOperation("CNativeHttp::AsyncDeltaStatus", [&](const Logger& log) -> DWORD {
         if (m_apiVersion < AsyncDeltasSince) {
@@ -70,10 +76,9 @@ DWORD CNativeHttp::AsyncDeltaCommit(const GUID& job, const Attributes& attribute
             return ERROR_INVALID_PARAMETER;
         }
         const Session session = GetSession();
-        const WideString url = FormatWide(QM_W("%s/asdelta/%s"), GetApiPath(session), GuidText(job));
         Connection connection;
         Request request;
-        DWORD error = CreateRequest(session, url, QM_W("POST"), request, connection, {});
+        DWORD error = CreateJobRequest(session, job, QM_W("POST"), request, connection);
         if (error != ERROR_SUCCESS) {
             return error;
         }
@@ -102,10 +107,9 @@ DWORD CNativeHttp::AsyncDeltaCancel(const GUID& job, HANDLE cancelEvent) {
             return ERROR_INVALID_PARAMETER;
         }
         const Session session = GetSession();
-        const WideString url = FormatWide(QM_W("%s/asdelta/%s"), GetApiPath(session), GuidText(job));
         Connection connection;
         Request request;
-        DWORD error = CreateRequest(session, url, QM_W("DELETE"), request, connection, {});
+        DWORD error = CreateJobRequest(session, job, QM_W("DELETE"), request, connection);
         if (error != ERROR_SUCCESS) {
             return error;
         }

@@ -31,10 +31,7 @@ DWORD CNativeHttp::DownloadData(const WideString& serverPath, const WideString& 
         if (error != ERROR_SUCCESS) {
             return error;
         }
-        std::string revision;
-        if (expected != nullptr) {
-            AddRevision(revision, "&", expected->GetRevision());
-        }
+        const std::string revision = RevisionQuery("&", expected);
         const std::int64_t count = end - static_cast<std::int64_t>(start);
         const WideString url =
             FormatWide(QM_W("%s/folders%S?skip=%I64u&count=%lld%S"), GetApiPath(session), path, start, count, revision);

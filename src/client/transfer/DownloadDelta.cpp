@@ -67,10 +67,7 @@ DWORD CNativeHttp::_Internal_DownloadDelta(const WideString& serverPath, const W
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    std::string revision;
-    if (expected != nullptr) {
-        AddRevision(revision, "?", expected->GetRevision());
-    }
+    const std::string revision = RevisionQuery("?", expected);
     const WideString url = FormatWide(QM_W("%s/delta%S%S"), GetApiPath(session), path, revision);
     Connection connection;
     Request request;

@@ -69,14 +69,9 @@ DWORD CNativeHttp::ResumableUpload(const WideString& localPath, const WideString
 
         const Session session = GetSession();
         const WideString sentToken = TokenOf(session);
-        WideString url;
-        DWORD error = UploadUrl(session, serverPath, uploadId, url);
-        if (error != ERROR_SUCCESS) {
-            return error;
-        }
         Connection connection;
         Request request;
-        error = CreateRequest(session, url, QM_W("POST"), request, connection, {});
+        DWORD error = CreateUploadRequest(session, serverPath, uploadId, QM_W("POST"), request, connection);
         if (error != ERROR_SUCCESS) {
             return error;
         }

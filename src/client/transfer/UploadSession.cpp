@@ -37,29 +37,24 @@ DWORD ExchangeCompletion(const Logger& log, IWinHttpRequest& request, const Wide
 
 }  // namespace
 
-DWORD CNativeHttp::UploadUrl(const Session& session, const WideString& serverPath, const GUID& uploadId,
-                             WideString& url) const {
+DWORD CNativeHttp::CreateUploadRequest(const Session& session, const WideString& serverPath, const GUID& uploadId,
+                                       const WideString& verb, Request& request, Connection& connection) {
     std::string path;
-    const DWORD error = EncodePath(serverPath, path);
-    if (error == ERROR_SUCCESS) {
-        url = FormatWide(QM_W("%s/resume/upload%S%s%S=%s"), GetApiPath(session), path, QM_W("?"), "resume_id",
-                         GuidText(uploadId));
+    if (const DWORD error = EncodePath(serverPath, path); error != ERROR_SUCCESS) {
+        return error;
     }
-    return error;
+    const WideString url = FormatWide(QM_W("%s/resume/upload%S%s%S=%s"), GetApiPath(session), path, QM_W("?"),
+                                      "resume_id", GuidText(uploadId));
+    return CreateRequest(session, url, verb, request, connection, {});
 }
 
 DWORD CNativeHttp::CancelUpload(const WideString& serverPath, const GUID& uploadId, HANDLE cancelEvent) {
     return RunOperation("CNativeHttp::CancelUpload", [&](const Logger& log) -> DWORD {
         log.Information("Cancelling upload to [%S], guid:%S", serverPath, GuidText(uploadId));
         const Session session = GetSession();
-        WideString url;
-        DWORD error = UploadUrl(session, serverPath, uploadId, url);
-        if (error != ERROR_SUCCESS) {
-            return error;
-        }
         Connection connection;
         Request request;
-        error = CreateRequest(session, url, QM_W("DELETE"), request, connection, {});
+        DWORD error = CreateUploadRequest(session, serverPath, uploadId, QM_W("DELETE"), request, connection);
         if (error != ERROR_SUCCESS) {
             return error;
         }
@@ -85,14 +80,9 @@ DWORD CNativeHttp::CompleteUpload(const WideString& serverPath, const WideString
         }
         const Session session = GetSession();
         const WideString sentToken = TokenOf(session);
-        WideString url;
-        DWORD error = UploadUrl(session, serverPath, uploadId, url);
-        if (error != ERROR_SUCCESS) {
-            return error;
-        }
         Connection connection;
         Request request;
-        error = CreateRequest(session, url, QM_W("POST"), request, connection, {});
+        DWORD error = CreateUploadRequest(session, serverPath, uploadId, QM_W("POST"), request, connection);
         if (error != ERROR_SUCCESS) {
             return error;
         }
@@ -121,14 +111,9 @@ DWORD CNativeHttp::GetResumableUploadMetadata(const WideString& serverPath, cons
     return RunOperation("CNativeHttp::GetResumableUploadMetadata", [&](const Logger& log) -> DWORD {
         log.Information("Metadata request for [%S] Guid:[%S]", serverPath, GuidText(uploadId));
         const Session session = GetSession();
-        WideString url;
-        DWORD error = UploadUrl(session, serverPath, uploadId, url);
-        if (error != ERROR_SUCCESS) {
-            return error;
-        }
         Connection connection;
         Request request;
-        error = CreateRequest(session, url, QM_W("GET"), request, connection, {});
+        DWORD error = CreateUploadRequest(session, serverPath, uploadId, QM_W("GET"), request, connection);
         if (error != ERROR_SUCCESS) {
             return error;
         }
