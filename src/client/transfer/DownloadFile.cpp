@@ -54,10 +54,7 @@ DWORD CNativeHttp::_Internal_DownloadFile(const WideString& serverPath, const Wi
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    std::string revision;
-    if (expected != nullptr) {
-        AddRevision(revision, "?", expected->GetRevision());
-    }
+    const std::string revision = RevisionQuery("?", expected);
     const WideString url = FormatWide(QM_W("%s/folders%S%S"), GetApiPath(session), path, revision);
     Connection connection;
     Request request;
@@ -135,19 +132,20 @@ DWORD CNativeHttp::HandleRevisionMismatch(const WideString& serverPath, const Wi
                                           const Progress& progress, std::uint64_t progressContext) {
     DWORD error = ERROR_SUCCESS;
     const LogScope log("CNativeHttp::HandleRevisionMismatch", LogSource::NativeHttp, &error);
-    // The caller may have given one record as both.
-    const Attributes asked = expected->Clone();
-
-    error = _Internal_DownloadFile(serverPath, localPath, nullptr, attributes, cancelEvent, progress, progressContext);
+    // Into a record of its own: until it is known which one is right, the caller's stays, which may be both of its two.
+    const Attributes present = MakeAttributes();
+    error = _Internal_DownloadFile(serverPath, localPath, nullptr, present, cancelEvent, progress, progressContext);
     if (error != ERROR_SUCCESS) {
         log.Error("Failed to download file, error code: %lu", error);
         return error;
     }
-    if (!EqualsIgnoreCase(WidenUtf8(attributes->GetRevision()), WidenUtf8(asked->GetRevision()))) {
+    if (EqualsIgnoreCase(WidenUtf8(present->GetRevision()), WidenUtf8(expected->GetRevision()))) {
+        CopyAttributes(*present, *attributes);
+    } else {
         log.Information(
             "File was modified after we downloaded it. "
             "Returning old cached attributes so that file will be seen as out of sync on next check.");
-        CopyAttributes(*asked, *attributes);
+        CopyAttributes(*expected, *attributes);
     }
     return error;
 }
