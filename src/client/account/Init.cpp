@@ -58,7 +58,10 @@ class TimeoutsRestored {
 public:
     TimeoutsRestored(const CNativeHttp& client, const CNativeHttp::Session& session)
         : m_client(client), m_session(session) {}
-    ~TimeoutsRestored() { m_client.ResetTimeouts(m_session); }
+    ~TimeoutsRestored() {
+        // Whatever the transport throws: this may be running because of an exception.
+        ShieldOperation("CNativeHttp::ResetTimeouts", [this] { m_client.ResetTimeouts(m_session); });
+    }
     TimeoutsRestored(const TimeoutsRestored&) = delete;
     TimeoutsRestored& operator=(const TimeoutsRestored&) = delete;
 
