@@ -109,15 +109,15 @@ public:
         return Call("AddMultipartHeaders", acceptJson ? "true" : "false");
     }
     DWORD SendMultipartFile(const std::string& fieldName, const WideString& localPath, const WideString& fileName,
-                            std::uint64_t offset, std::uint64_t length, HANDLE, std::uint64_t* sizeOut,
+                            std::uint64_t offset, std::uint64_t length, HANDLE cancelEvent, std::uint64_t* sizeOut,
                             const std::shared_ptr<IProgressSink>& progress, std::uint64_t progressContext) override {
         return FilePart(fieldName, localPath, fileName, std::to_string(offset) + ", " + std::to_string(length) + ", ",
-                        sizeOut, progress, progressContext);
+                        cancelEvent, sizeOut, progress, progressContext);
     }
     DWORD SendMultipartFile(const std::string& fieldName, const WideString& localPath, const WideString& fileName,
-                            HANDLE, std::uint64_t* sizeOut, const std::shared_ptr<IProgressSink>& progress,
+                            HANDLE cancelEvent, std::uint64_t* sizeOut, const std::shared_ptr<IProgressSink>& progress,
                             std::uint64_t progressContext) override {
-        return FilePart(fieldName, localPath, fileName, "", sizeOut, progress, progressContext);
+        return FilePart(fieldName, localPath, fileName, "", cancelEvent, sizeOut, progress, progressContext);
     }
     void AddMultipartFormField(const WideString& name, const WideString& value) override {
         static_cast<void>(Call("AddMultipartFormField", "wide " + NarrowUtf8(name) + "=" + NarrowUtf8(value)));
@@ -131,16 +131,17 @@ public:
         return m_state->Lengths().multipartEnd;
     }
 
-    DWORD GetResponse(const WideString& localPath, std::uint64_t offset, HANDLE,
+    DWORD GetResponse(const WideString& localPath, std::uint64_t offset, HANDLE cancelEvent,
                       const std::shared_ptr<IProgressSink>& progress, bool reportProgress,
                       std::uint64_t progressContext) override {
-        return Download("GetResponse", localPath, offset, progress, reportProgress, progressContext);
+        return Download("GetResponse", localPath, offset, cancelEvent, progress, reportProgress, progressContext);
     }
     DWORD GetResponse(ResponseBuffer& response) override { return IntoMemory("GetResponse", response); }
-    DWORD SendRequestGetResponse(const WideString& localPath, std::uint64_t offset, HANDLE,
+    DWORD SendRequestGetResponse(const WideString& localPath, std::uint64_t offset, HANDLE cancelEvent,
                                  const std::shared_ptr<IProgressSink>& progress, bool reportProgress,
                                  std::uint64_t progressContext) override {
-        return Download("SendRequestGetResponse", localPath, offset, progress, reportProgress, progressContext);
+        return Download("SendRequestGetResponse", localPath, offset, cancelEvent, progress, reportProgress,
+                        progressContext);
     }
     DWORD GetHTTPStatus() override {
         static_cast<void>(Call("GetHTTPStatus"));
@@ -164,21 +165,22 @@ private:
     }
 
     DWORD FilePart(const std::string& fieldName, const WideString& localPath, const WideString& fileName,
-                   const std::string& range, std::uint64_t* sizeOut, const std::shared_ptr<IProgressSink>& progress,
-                   std::uint64_t progressContext) {
+                   const std::string& range, HANDLE cancelEvent, std::uint64_t* sizeOut,
+                   const std::shared_ptr<IProgressSink>& progress, std::uint64_t progressContext) {
         if (sizeOut != nullptr) {
             *sizeOut = m_state->Lengths().filePart;
         }
         return Call("SendMultipartFile", fieldName + ", " + Text(localPath) + ", " + Text(fileName) + ", " + range +
                                              (sizeOut != nullptr ? "measure, " : "send, ") +
-                                             Sink(progress, progressContext));
+                                             Sink(progress, progressContext) +
+                                             (cancelEvent != nullptr ? ", event" : ""));
     }
 
-    DWORD Download(const std::string& function, const WideString& localPath, std::uint64_t offset,
+    DWORD Download(const std::string& function, const WideString& localPath, std::uint64_t offset, HANDLE cancelEvent,
                    const std::shared_ptr<IProgressSink>& progress, bool reportProgress, std::uint64_t progressContext) {
         const DWORD error =
             Call(function, Text(localPath) + ", " + std::to_string(offset) + ", " + Sink(progress, progressContext) +
-                               (reportProgress ? ", report" : ", silent"));
+                               (reportProgress ? ", report" : ", silent") + (cancelEvent != nullptr ? ", event" : ""));
         return error == 0 && m_reply.status != 200 && !m_state->LenientDownloads() ? 20000 + m_reply.status : error;
     }
 

@@ -9,7 +9,8 @@
 //
 // Calls read "CreateConnection()", "Connection::Initialise(c1, \"host\", 8443, s1, 0, 0, 0, 0)",
 // "Request::Initialise(r1, \"/path\", \"GET\", c1, null, 0x00800000, false)", "AppendFormData(r1, name=value&)":
-// objects are numbered by kind in the order in which they were made. Reading a session's token is not recorded.
+// objects are numbered by kind in the order in which they were made. Reading a session's token is not recorded. A call
+// that streams a file ends with ", event" when it was given a cancel event.
 //
 // A request without a script answers 200 with the body {}. Lengths are what SetLengths says. Nothing is written to
 // disk; a download whose status is not 200 gives 20000 plus the status, as the real one does.

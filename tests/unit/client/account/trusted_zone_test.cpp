@@ -2,6 +2,19 @@
 #include "quillmark/platform/ZoneWatch.h"
 #include "unit/client/ClientTest.h"
 
+namespace {
+
+// What CoInitializeEx answers instead of being called; S_OK for calling it.
+HRESULT forcedResult = S_OK;
+
+}  // namespace
+
+// The linker sends this program's calls of CoInitializeEx here (--wrap).
+extern "C" HRESULT WINAPI __real_CoInitializeEx(LPVOID reserved, DWORD mode);
+extern "C" HRESULT WINAPI __wrap_CoInitializeEx(LPVOID reserved, DWORD mode) {
+    return forcedResult == S_OK ? __real_CoInitializeEx(reserved, mode) : forcedResult;
+}
+
 namespace quillmark::test {
 namespace {
 
@@ -9,6 +22,7 @@ class TrustedZone : public ClientTest {
 protected:
     void SetUp() override { platform::ClearZoneMappings(); }
     void TearDown() override {
+        forcedResult = S_OK;
         platform::FailZoneManagerCreation(S_OK);
         platform::ClearZoneMappings();
     }
@@ -68,6 +82,24 @@ TEST_F(TrustedZone, UsesComAsItIsOnAThreadInTheMultithreadedApartment) {
     EXPECT_EQ(platform::ZoneMappings().size(), 1u);
     EXPECT_EQ(platform::ComInitialisationsOfThisThread(), 1u);
     ::CoUninitialize();
+}
+
+TEST_F(TrustedZone, DoesNothingOnAThreadThatCannotHaveCom) {
+    forcedResult = E_OUTOFMEMORY;
+    Add(QM_W("https://h"));
+    EXPECT_TRUE(platform::ZoneMappings().empty());
+    EXPECT_EQ(platform::LiveZoneManagers(), 0u);
+    EXPECT_FALSE(log.Mentions("trusted zone"));
+    EXPECT_FALSE(log.Mentions("Exception:"));
+    EXPECT_TRUE(log.Has(Error, "ComInit", "CScopedCOM::CScopedCOM", "Failed to initialize COM with hr=0x8007000e"));
+}
+
+TEST_F(TrustedZone, DiscoveryGoesOnOnAThreadThatCannotHaveCom) {
+    forcedResult = E_OUTOFMEMORY;
+    client->SetAuthMode(AUTH_MODE_INTEGRATED);
+    Discover();
+    EXPECT_TRUE(platform::ZoneMappings().empty());
+    EXPECT_EQ(client->GetApiPath(nullptr), QM_W("/qm/kerberos"));
 }
 
 TEST_F(TrustedZone, AnAddressThatIsMappedAlreadyIsNoFailure) {
