@@ -51,6 +51,9 @@ TEST_F(Sessions, OfThreeNewSessionsEachGetSessionRemovesOneOldOneUntilOneIsLeft)
     EXPECT_EQ(TokenOfCurrent(), "c");
     EXPECT_EQ(TokenOfCurrent(), "c");
     EXPECT_EQ(log.Count(Information, "Garbage collecting old session"), 3u);
+    EXPECT_TRUE(log.Has(Information, "NativeHttp", "CNativeHttp::GetSession", "Garbage collecting old session"));
+    EXPECT_TRUE(log.Has(110, "NativeHttp", "CNativeHttp::GetSession", ""));
+    EXPECT_TRUE(log.Has(111, "NativeHttp", "CNativeHttp::GetSession", ""));
 }
 
 TEST_F(Sessions, ARequestKeepsTheSessionThatTheClientLetGo) {

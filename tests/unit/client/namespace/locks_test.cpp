@@ -71,6 +71,15 @@ TEST_F(Locks, RequestLockSendsTheDurationWithATrailingSeparator) {
                "AppendFormData(r3, timeout=600&)", "GetResponse(r3)", "GetHTTPStatus(r3)", Normal}));
 }
 
+TEST_F(Locks, OnAServerOfApi10TheTokenIsInThePath) {
+    client = std::make_unique<CNativeHttp>(QM_W("laptop"), factory);
+    Discover("1.0");
+    client->SetSessionToken(QM_W("t0ken"));
+    factory->ClearCalls();
+    EXPECT_EQ(client->ReleaseLock(QM_W("/a"), nullptr), (StatusPair{0, 0}));
+    EXPECT_THAT(factory->Calls()[3], ::testing::HasSubstr("\"/api/t0ken/locking/a\""));
+}
+
 TEST_F(Locks, TheDurationIsPrintedSigned) {
     EXPECT_EQ(client->RequestLock(QM_W("/a"), 0xFFFFFFFF, nullptr), (StatusPair{0, 0}));
     EXPECT_THAT(factory->Calls(), ::testing::Contains("AppendFormData(r3, timeout=-1&)"));

@@ -65,6 +65,14 @@ TEST_F(AsyncDeltaStart, Type1AsksForTheOptimisation) {
         ::testing::HasSubstr("\"/qm/asdelta/folders/Shared/a%20b?revision=r1&optimise_overwrite_append=true\""));
 }
 
+TEST_F(AsyncDeltaStart, SizesBeyond32BitsAreAnnounced) {
+    attributes->SetSize(21474836480);
+    factory->SetLengths({100, 5368709120, 30});
+    EXPECT_EQ(Run(), 0u);
+    EXPECT_THAT(factory->Calls(), ::testing::Contains("AddMultipartFormField(r3, size=21474836480)"));
+    EXPECT_THAT(factory->Calls(), ::testing::Contains("StartRequest(r3, 5368709250)"));
+}
+
 TEST_F(AsyncDeltaStart, AnEmptyRevisionIsSentToo) {
     attributes->SetRevision("");
     EXPECT_EQ(Run(), 0u);
@@ -125,6 +133,20 @@ TEST_F(AsyncDeltaStart, AnEventSetBeforeTheClosingLineDoesNotKeepItBack) {
     EXPECT_FALSE(log.Mentions("canceled"));
 }
 
+TEST_F(AsyncDeltaStart, AnEventSetWhenTheReplyIsThereIs1223WithoutTheLine) {
+    Event cancel;
+    cancelEvent = cancel.Handle();
+    factory->OnCall([&](const std::string& call) {
+        if (call == "ReceiveResponse(r3)") {
+            cancel.Set();
+        }
+    });
+    EXPECT_EQ(Run(), 1223u);
+    factory->OnCall({});
+    EXPECT_EQ(factory->Count("GetHTTPStatus"), 0u);
+    EXPECT_FALSE(log.Mentions("canceled"));
+}
+
 TEST_F(AsyncDeltaStart, StartAndFieldsAreNotChecked) {
     factory->Fail("StartRequest", 12030);
     factory->Fail("SendPostData", 12030, 1);
@@ -161,6 +183,7 @@ TEST_F(AsyncDeltaStart, AReplyWithoutAnIdentifierIsASuccessThatLeavesTheJob) {
     factory->Reply(200, R"({"deltaJobId":"job 1"})");
     EXPECT_EQ(Run(), 0u);
     EXPECT_EQ(job, Id);
+    EXPECT_TRUE(log.Has(Information, "Delta file uploaded successfully: /tmp/delta, response ID was: [job 1]"));
 }
 
 TEST_F(AsyncDeltaStart, SuccessWithoutABodyIs12152) {

@@ -65,6 +65,23 @@ TEST_F(DownloadData, WithoutExpectationNamesNoRevisionAndAsksForTheRecord) {
     EXPECT_EQ(attributes->GetRevision(), "r4");
 }
 
+TEST_F(DownloadData, AServerOlderThan12IsAskedForTheRecord) {
+    client = std::make_unique<CNativeHttp>(QM_W("laptop"), factory);
+    Discover("1.1");
+    factory->Reply(200);
+    factory->Reply(200, R"({"revision":"r4"})");
+    EXPECT_EQ(Run(), 0u);
+    EXPECT_EQ(attributes->GetRevision(), "r4");
+}
+
+TEST_F(DownloadData, AnExpectedRecordWithoutAllTimesIsNotTaken) {
+    expected->SetLastAccessTime(CAttributeTime());
+    factory->Reply(200);
+    factory->Reply(200, R"({"revision":"r4"})");
+    EXPECT_EQ(Run(), 0u);
+    EXPECT_EQ(attributes->GetRevision(), "r4");
+}
+
 TEST_F(DownloadData, AnEmptyExpectedRevisionIsNotNamed) {
     expected->SetRevision("");
     EXPECT_EQ(Run(), 0u);

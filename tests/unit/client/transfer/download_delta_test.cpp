@@ -86,6 +86,21 @@ TEST_F(DownloadDelta, TheMarkOfALongPathIsNoPartOfTheBasesName) {
                                                       "\"\\\\server\\base\", send, no sink 0)"));
 }
 
+TEST_F(DownloadDelta, ABaseBeyond32BitsIsAnnounced) {
+    factory->SetLengths({100, 5368709120, 30});
+    EXPECT_EQ(Run(), 0u);
+    EXPECT_THAT(factory->Calls(), ::testing::Contains("StartRequest(r3, 5368709250)"));
+}
+
+TEST_F(DownloadDelta, AServerOlderThan12IsAskedForTheRecord) {
+    client = std::make_unique<CNativeHttp>(QM_W("laptop"), factory);
+    Discover("1.1");
+    factory->Reply(200);
+    factory->Reply(200, R"({"revision":"r4"})");
+    EXPECT_EQ(Run(), 0u);
+    EXPECT_EQ(attributes->GetRevision(), "r4");
+}
+
 TEST_F(DownloadDelta, TheSinkFollowsTheContentsNotTheBase) {
     EXPECT_EQ(client->DownloadFile(QM_W("/a"), QM_W("a"), expected, attributes, QM_W("base"), nullptr,
                                    std::make_shared<Sink>(), 42),

@@ -176,6 +176,7 @@ TEST_F(DownloadFile, ARefusalWhoseBodyCannotBeReadIsTheCodeOfReading) {
     EXPECT_EQ(Run(), 12030u);
     EXPECT_TRUE(
         log.Has(Error, "NativeHttp", "CNativeHttp::_Internal_DownloadFile", "ReadResponse failed, error code: 12030"));
+    EXPECT_FALSE(log.Mentions("SendRequestGetResponse failed"));
     EXPECT_FALSE(log.Mentions("Extracted error"));
 }
 

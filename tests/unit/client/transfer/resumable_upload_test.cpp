@@ -177,6 +177,28 @@ TEST_F(ResumableUpload, TheExpiryIsTheSettingsHoursFromNow) {
     EXPECT_TRUE(log.Has(Information, "NativeHttp", "CNativeHttp::ResumableUpload", "Sending expiry: " + text));
 }
 
+TEST_F(ResumableUpload, ItsMarksGoOutAndAreLoggedInTheirOrder) {
+    settings.Write("\"UploadExpiry\"=dword:ffffffff\n");
+    offset = 0;
+    length = 1000;
+    EXPECT_EQ(Run(true), 0u);
+    EXPECT_EQ(
+        Headers(),
+        (Lines{"(r3, \"qm_file_size\", \"1000\")", "(r3, \"qm_file_creation_time\", \"2015-03-01T10:20:30.123Z\")",
+               "(r3, \"qm_file_modification_time\", \"2016-02-29T23:59:59.999Z\")", "(r3, \"qm_attributes\", \"32\")",
+               "(r3, \"qm_revision\", \"r1\")", "(r3, \"qm_offset\", \"0\")", "(r3, \"qm_block_size\", \"1000\")",
+               "(r3, \"qm_start\", \"true\")", "(r3, \"qm_finish\", \"true\")",
+               "(r3, \"qm_expiry\", \"9999-12-31T23:59:59.999Z\")"}));
+    Lines sending;
+    for (const std::string& text : log.Texts(Information)) {
+        if (text.starts_with("Sending ")) {
+            sending.push_back(text);
+        }
+    }
+    EXPECT_EQ(sending,
+              (Lines{"Sending begin marker", "Sending end marker", "Sending expiry: 9999-12-31T23:59:59.999Z"}));
+}
+
 TEST_F(ResumableUpload, TheExpiryIsReadOncePerProcess) {
     EXPECT_EQ(Run(), 0u);
     settings.Write("\"UploadExpiry\"=dword:0000000c\n");
@@ -303,6 +325,8 @@ TEST_F(ResumableUpload, AChunkOutOfStepCorrectsTheOffset) {
     const Lines calls = factory->Calls();
     ASSERT_EQ(calls.size(), 27u);
     EXPECT_EQ(calls[20], "Close(r3)");
+    EXPECT_TRUE(log.Has(Information, "NativeHttp", "CNativeHttp::GetResumableUploadMetadata",
+                        "Metadata request for [/Shared/a b] Guid:[0F8FAD5B-D9CB-469F-A165-70867728950E]"));
     EXPECT_EQ(calls[24],
               "Request::Initialise(r4, \"/qm/resume/upload/Shared/a%20b?resume_id="
               "0F8FAD5B-D9CB-469F-A165-70867728950E\", \"GET\", c4, null, 0x00000000, false)");

@@ -110,6 +110,20 @@ TEST_F(UploadDelta, TheTimeoutsAreReadOncePerProcess) {
     EXPECT_EQ(factory->Count("SetTimeouts"), 0u);
 }
 
+TEST_F(UploadDelta, SizesBeyond32BitsAreAnnounced) {
+    attributes->SetSize(21474836480);
+    factory->SetLengths({100, 5368709120, 30});
+    EXPECT_EQ(Run(), 0u);
+    EXPECT_THAT(factory->Calls(), ::testing::Contains("AddMultipartFormField(r3, size=21474836480)"));
+    EXPECT_THAT(factory->Calls(), ::testing::Contains("StartRequest(r3, 5368709250)"));
+}
+
+TEST_F(UploadDelta, OnAServerOfApi10TheTokenIsInThePath) {
+    Renew("1.0");
+    EXPECT_EQ(Run(), 0u);
+    EXPECT_THAT(factory->Calls()[3], ::testing::HasSubstr("\"/api/sent/delta/Shared/a%20b.txt\""));
+}
+
 TEST_F(UploadDelta, AnEmptyRevisionSendsNoField) {
     attributes->SetRevision("");
     EXPECT_EQ(Run(), 0u);

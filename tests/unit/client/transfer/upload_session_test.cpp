@@ -98,6 +98,17 @@ TEST_F(UploadSession, ANewPathThatTheTransportRefusesIs87BeforeAnythingIsSent) {
     EXPECT_EQ(factory->Count("StartRequest"), 0u);
 }
 
+TEST_F(UploadSession, OnAServerOfApi10TheTokenIsInThePath) {
+    client = std::make_unique<CNativeHttp>(QM_W("laptop"), factory);
+    Discover("1.0");
+    client->SetSessionToken(QM_W("sent"));
+    factory->ClearCalls();
+    EXPECT_EQ(Cancel(), 0u);
+    EXPECT_THAT(factory->Calls()[3],
+                ::testing::HasSubstr("\"/api/sent/resume/upload/Shared/a%20b?resume_id=0F8FAD5B-D9CB-469F-A165-"
+                                     "70867728950E\""));
+}
+
 TEST_F(UploadSession, ACompletionWithoutABodyIs12152) {
     factory->Reply(200);
     EXPECT_EQ(Complete(), 12152u);
