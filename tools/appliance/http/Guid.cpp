@@ -1,5 +1,7 @@
 #include "http/Guid.h"
 
+#include "storage/Random.h"
+
 namespace appliance {
 
 namespace {
@@ -30,6 +32,21 @@ std::optional<std::string> ParseGuid(std::string_view text) {
             return std::nullopt;
         }
         guid[i] = *expected;
+    }
+    return guid;
+}
+
+std::string NewGuid() {
+    std::string bytes = RandomBytes(16);
+    bytes[6] = static_cast<char>((bytes[6] & 0x0F) | 0x40);  // version: of random bytes
+    bytes[8] = static_cast<char>((bytes[8] & 0x3F) | 0x80);  // the common variant
+    const std::string digits = ToHex(bytes);
+    std::string guid(Shape);
+    auto digit = digits.begin();
+    for (char& place : guid) {
+        if (place != '-') {
+            place = UpperDigit(*digit++).value_or('0');
+        }
     }
     return guid;
 }

@@ -1,8 +1,8 @@
 #include "storage/DeltaJobs.h"
 
 #include "http/Errors.h"
+#include "http/Guid.h"
 #include "storage/Contents.h"
-#include "storage/Random.h"
 
 namespace appliance {
 
@@ -89,7 +89,7 @@ std::string DeltaJobs::Start(const Actor& actor, const ItemPath& path, const New
     RemoveExpired();
     return m_data.Write([&](Database& database) {
         const Item base = RequireBase(database, m_capacity, actor, path, job);
-        std::string id = RandomGuid();
+        std::string id = NewGuid();
         Statement row = database.Prepare(
             "INSERT INTO delta_jobs (id, user, item, revision, base, delta, delta_size, size, state, content, expires)"
             " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, '', ?)");
