@@ -71,9 +71,17 @@ StalledServer::~StalledServer() {
     m_changed.notify_all();
 }
 
-bool StalledServer::AwaitStall() {
+bool StalledServer::AwaitStall(int count) {
     std::unique_lock lock(m_lock);
-    return m_changed.wait_for(lock, std::chrono::minutes(1), [this] { return m_stalled; });
+    return m_changed.wait_for(lock, std::chrono::minutes(1), [&] { return m_stalled >= count; });
+}
+
+void StalledServer::Release() {
+    {
+        const std::lock_guard lock(m_lock);
+        m_released = true;
+    }
+    m_changed.notify_all();
 }
 
 int StalledServer::Matches() {
@@ -83,26 +91,31 @@ int StalledServer::Matches() {
 
 bool StalledServer::Take(const std::string& head) {
     const std::lock_guard lock(m_lock);
-    return head.starts_with(m_stall.request) && ++m_matches == 1;
+    return head.starts_with(m_stall.request) && ++m_matches <= m_stall.count;
 }
 
-void StalledServer::HoldUp(test::Peer& peer, const std::string& head) {
+bool StalledServer::HoldUp(test::Peer& peer, const std::string& head) {
     if (m_stall.readsRequest) {
         ReadBody(peer, head);
     }
     peer.Send(m_stall.reply);
     std::unique_lock lock(m_lock);
-    m_stalled = true;
+    ++m_stalled;
     m_changed.notify_all();
-    m_changed.wait(lock, [this] { return m_ended; });
+    m_changed.wait(lock, [this] { return m_released || m_ended; });
+    const bool released = m_released;
+    lock.unlock();
+    return released && peer.Send(GoodReply(head));
 }
 
 void StalledServer::Serve(test::Peer& peer) {
     for (std::string head = peer.ReadHead(); !head.empty(); head = peer.ReadHead()) {
         head.erase(0, head.find_first_not_of("\r\n"));
         if (Take(head)) {
-            HoldUp(peer, head);
-            return;
+            if (!HoldUp(peer, head)) {
+                return;
+            }
+            continue;
         }
         ReadBody(peer, head);
         if (!peer.Send(GoodReply(head))) {

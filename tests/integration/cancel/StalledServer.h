@@ -1,5 +1,5 @@
-// A server that stops in the middle of one request, on the test's word, and tells when the client has got there. All
-// other requests, and the same request once more, are answered in good order.
+// A server that stops in the middle of one request, or of several, on the test's word, and tells when the client has
+// got there. All other requests, and the same request once more, are answered in good order.
 #pragma once
 
 #include <condition_variable>
@@ -15,6 +15,7 @@ struct Stall {
     std::string request;       // how the request's first line begins: "GET /api/1.7/folders/"
     bool readsRequest = true;  // false: it takes the head and leaves the body in the socket
     std::string reply = "";    // what it still answers
+    int count = 1;             // how many requests that begin like this are held up
 };
 
 class StalledServer {
@@ -26,23 +27,27 @@ public:
 
     [[nodiscard]] std::string Url() const { return "http://127.0.0.1:" + std::to_string(m_server.Port()); }
 
-    // Returns when the client is held up: its request has come, and what is to be answered has been sent. False when it
-    // did not come in a minute.
-    [[nodiscard]] bool AwaitStall();
+    // Returns when the client is held up: so many of its requests have come, and what is to be answered has been sent.
+    // False when they did not come in a minute.
+    [[nodiscard]] bool AwaitStall(int count = 1);
+    // Goes on: the requests that are held up are answered in good order.
+    void Release();
     // How many requests began like the one that is held up.
     [[nodiscard]] int Matches();
 
 private:
     void Serve(test::Peer& peer);
-    // True when this request is the one to be held up.
+    // True when this request is one to be held up.
     bool Take(const std::string& head);
-    void HoldUp(test::Peer& peer, const std::string& head);
+    // False when the connection is over.
+    bool HoldUp(test::Peer& peer, const std::string& head);
 
     const Stall m_stall;
     std::mutex m_lock;
     std::condition_variable m_changed;
     int m_matches = 0;
-    bool m_stalled = false;
+    int m_stalled = 0;
+    bool m_released = false;
     bool m_ended = false;
     test::RawServer m_server;
 };
