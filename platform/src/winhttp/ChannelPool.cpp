@@ -15,7 +15,7 @@ namespace quillmark::platform::winhttp {
 namespace {
 
 // A head and the body of an error.
-constexpr std::size_t MostLastBytes = 1024 * 1024;
+constexpr std::size_t MostLastBytes = 1024UL * 1024;
 
 }  // namespace
 

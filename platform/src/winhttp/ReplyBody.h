@@ -12,7 +12,7 @@ namespace quillmark::platform::winhttp {
 class ReplyBody {
 public:
     // More than this is not held: the server waits then.
-    static constexpr std::size_t Limit = 1024 * 1024;
+    static constexpr std::size_t Limit = 1024UL * 1024;
 
     [[nodiscard]] std::size_t Available() const { return m_bytes.size() - m_read; }
 

@@ -16,6 +16,8 @@ namespace {
 constexpr std::chrono::seconds PatienceWithDebt{1};
 // The wait without any time-out; it goes on afterwards.
 constexpr std::chrono::milliseconds LongestWait{3'600'000};
+// Of the body of a refused ticket's reply.
+constexpr std::size_t LongestRefusal = 1024UL * 1024;
 // How often what has arrived is looked at when an exchange is given back unread.
 constexpr int DrainRounds = 8;
 
@@ -166,6 +168,11 @@ void Transfer::Observe() {
 
 void Transfer::TakeResult(CURLcode result) {
     m_ended = true;
+    if (result == CURLE_TOO_MANY_REDIRECTS) {
+        // The reply to the ticket, read to its end: the connection is as good as after any other.
+        TakeBody(m_provisionalBody);
+        result = CURLE_OK;
+    }
     m_result = result;
     if (result != CURLE_OK && !m_head.IsFinal()) {
         TakeLastBytes(m_channel->LastBytes());
@@ -188,7 +195,13 @@ void Transfer::TakeLastBytes(std::string_view bytes) {
         TakeHeaderLine(bytes.substr(0, length));
         bytes.remove_prefix(length);
     }
-    if (m_head.IsFinal() && m_head.BodyLength()) {
+    if (m_head.IsFinal()) {
+        TakeBody(bytes);
+    }
+}
+
+void Transfer::TakeBody(std::string_view bytes) {
+    if (m_head.BodyLength()) {
         bytes = bytes.substr(0, static_cast<std::size_t>(std::min<std::uint64_t>(*m_head.BodyLength(), bytes.size())));
         m_reply.Append({reinterpret_cast<const BYTE*>(bytes.data()), bytes.size()});
         m_bodyReceived += bytes.size();
@@ -305,11 +318,20 @@ void Transfer::InstallCallbacks() {
     curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, m_channel.get());
     curl_easy_setopt(easy, CURLOPT_PREREQFUNCTION, &Transfer::OnConnected);
     curl_easy_setopt(easy, CURLOPT_PREREQDATA, this);
+    if (SendsTicket()) {
+        curl_easy_setopt(easy, CURLOPT_VERBOSE, 1L);
+        curl_easy_setopt(easy, CURLOPT_DEBUGFUNCTION, &Transfer::OnTrace);
+        curl_easy_setopt(easy, CURLOPT_DEBUGDATA, this);
+    }
 }
 
 bool Transfer::AnswersChallenge() const {
     return (m_head.Status() == 401 && m_plan.server.scheme != 0) ||
            (m_head.Status() == 407 && m_plan.proxy.scheme != 0);
+}
+
+bool Transfer::SendsTicket() const {
+    return m_plan.server.scheme == WINHTTP_AUTH_SCHEME_NEGOTIATE;
 }
 
 std::size_t Transfer::OnHeader(char* data, std::size_t size, std::size_t count, void* self) {
@@ -333,6 +355,10 @@ void Transfer::TakeHeaderLine(std::string_view line) {
         m_provisional = AnswersChallenge();
         if (!m_provisional) {
             SettleUpload();
+        } else if (SendsTicket() && m_head.Status() == 401) {
+            // The ticket went out with the request. A front end that took it and passes on a refusal by the server
+            // behind it sends its own half of the handshake along, for which libcurl would ask once more, and again.
+            curl_easy_setopt(m_channel->Easy(), CURLOPT_MAXREDIRS, 0L);
         }
     }
 }
@@ -351,6 +377,15 @@ std::size_t Transfer::OnReplyBytes(char* data, std::size_t size, std::size_t cou
         transfer.m_reply.Append({reinterpret_cast<const BYTE*>(data), bytes});
     }
     return bytes;
+}
+
+int Transfer::OnTrace(CURL* /*easy*/, curl_infotype kind, char* data, std::size_t size, void* self) {
+    auto& transfer = *static_cast<Transfer*>(self);
+    if (kind == CURLINFO_DATA_IN && transfer.m_provisional) {
+        const std::size_t room = LongestRefusal - transfer.m_provisionalBody.size();
+        transfer.m_provisionalBody.append(data, std::min(size, room));
+    }
+    return 0;
 }
 
 bool Transfer::HasUnreadReply() const {

@@ -87,6 +87,7 @@ private:
     static int OnRewind(void* self, curl_off_t offset, int origin);
     static curl_socket_t OnOpenSocket(void* self, curlsocktype purpose, curl_sockaddr* address);
     static int OnConnected(void* self, char* remoteIp, char* localIp, int remotePort, int localPort);
+    static int OnTrace(CURL* easy, curl_infotype kind, char* data, std::size_t size, void* self);
 
     void InstallCallbacks();
     void TakeHeaderLine(std::string_view line);
@@ -98,6 +99,7 @@ private:
     void Observe();
     void TakeResult(CURLcode result);
     void TakeLastBytes(std::string_view bytes);
+    void TakeBody(std::string_view bytes);
     [[nodiscard]] DWORD CodeWithoutHead(CURLcode result) const;
     void PayWhatIsOwed();
     [[nodiscard]] bool IsSmallDebt() const;
@@ -105,6 +107,7 @@ private:
     [[nodiscard]] std::optional<Clock::time_point> Deadline() const;
     [[nodiscard]] bool IsSending() const;
     [[nodiscard]] bool AnswersChallenge() const;
+    [[nodiscard]] bool SendsTicket() const;
     [[nodiscard]] bool HasUnreadReply() const;
     void DrainWithoutWaiting();
 
@@ -138,6 +141,8 @@ private:
     bool m_discarding = false;
     // The head is final by its status, but libcurl may be about to answer the challenge in it.
     bool m_provisional = false;
+    // The body of a provisional reply, which libcurl reads and keeps from us while it means to ask once more.
+    std::string m_provisionalBody;
     bool m_refusedSocket = false;
     bool m_headTooLarge = false;
 

@@ -12,7 +12,7 @@ namespace {
 
 // Large enough that a download costs few system calls, small enough to stay in the processor's cache on the way to the
 // caller.
-constexpr long ReceiveBuffer = 256 * 1024;
+constexpr long ReceiveBuffer = 256L * 1024;
 
 void AppendLine(List& list, const std::string& line) {
     curl_slist* longer = curl_slist_append(list.get(), line.c_str());

@@ -19,7 +19,7 @@ class UploadBody {
 public:
     // Writes are gathered up to this size before the transfer is driven: one drive per write of 16 KiB costs twice the
     // processor time of larger ones.
-    static constexpr std::size_t Gather = 256 * 1024;
+    static constexpr std::size_t Gather = 256UL * 1024;
 
     // An announced Content-Length may exceed its body by so much and still be meant to be complete.
     static constexpr std::uint64_t MostPaid = 3;
