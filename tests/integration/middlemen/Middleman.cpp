@@ -1,36 +1,17 @@
 #include "integration/middlemen/Middleman.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "integration/support/HostClient.h"
+#include "integration/support/Ports.h"
 
 namespace quillmark::testing {
 namespace {
-
-sockaddr_in Loopback(std::uint16_t port) {
-    sockaddr_in address = {};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    address.sin_port = htons(port);
-    return address;
-}
-
-bool Accepts(std::uint16_t port) {
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const sockaddr_in address = Loopback(port);
-    const bool connected = ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
-    ::close(socket);
-    return connected;
-}
 
 std::string Filled(std::string text, const std::string& mark, const std::string& value) {
     for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at + value.size())) {
@@ -49,16 +30,6 @@ std::vector<std::string> Command(const std::string& program, const std::string& 
 
 }  // namespace
 
-std::uint16_t FreePort() {
-    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = Loopback(0);
-    socklen_t length = sizeof(address);
-    const bool bound = ::bind(socket, reinterpret_cast<const sockaddr*>(&address), length) == 0 &&
-                       ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) == 0;
-    ::close(socket);
-    return bound ? ntohs(address.sin_port) : 0;
-}
-
 Middleman::Middleman(const std::string& program, const std::string& configuration) : m_port(FreePort()) {
     // Both give up root for a user of their own, who writes the logs and the temporary files.
     std::filesystem::permissions(m_folder.Path(), std::filesystem::perms::all);
@@ -67,7 +38,7 @@ Middleman::Middleman(const std::string& program, const std::string& configuratio
     m_process = Process(Command(program, m_folder / "configuration", m_folder.Path().string()), m_folder / "out",
                         m_folder / "err", {{"PATH", "/usr/sbin:/usr/bin:/sbin:/bin"}});
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!Accepts(m_port)) {
+    while (!AcceptsConnections(m_port)) {
         if (!m_process.IsRunning() || std::chrono::steady_clock::now() > end) {
             throw std::runtime_error(program + " did not start: " + ReadFileAt(m_folder / "out") +
                                      ReadFileAt(m_folder / "err"));

@@ -9,10 +9,6 @@
 
 namespace quillmark::testing {
 
-// A port that was free a moment ago. Programs that cannot choose one themselves are given it; when somebody else was
-// faster they do not start, and the test says so.
-[[nodiscard]] std::uint16_t FreePort();
-
 class Middleman {
 public:
     // Starts "program arguments" in a folder of its own after writing the configuration there, with @FOLDER@ and @PORT@

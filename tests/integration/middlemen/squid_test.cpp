@@ -5,6 +5,7 @@
 #include "integration/middlemen/Middleman.h"
 #include "integration/middlemen/RoundTrip.h"
 #include "integration/support/Appliance.h"
+#include "integration/support/Ports.h"
 
 namespace quillmark::testing {
 namespace {
