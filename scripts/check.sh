@@ -12,5 +12,5 @@ scripts/check-layers.sh
 
 scripts/build.sh linux >/dev/null
 git ls-files 'src/*.cpp' 'platform/src/*.cpp' 'eventing/*.cpp' 'tools/quillmark/*.cpp' |
-    xargs -P 2 -n 4 clang-tidy --quiet -p build/linux 2>/dev/null
+    xargs -P 2 -n 4 clang-tidy-16 --quiet -p build/linux 2>/dev/null
 [ "${1:-}" = --lint ] || ./test.sh

@@ -17,7 +17,7 @@ build=(
 tests=(
     squid nginx-light
     krb5-kdc krb5-admin-server krb5-user apache2-bin libapache2-mod-auth-gssapi  # tickets, and who asks for them
-    iproute2 procps binutils clang-format clang-tidy
+    iproute2 procps binutils clang-format clang-tidy-16
 )
 
 wanted=("${build[@]}")

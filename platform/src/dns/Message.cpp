@@ -42,7 +42,10 @@ DNS_STATUS StatusOf(unsigned resultCode) {
 
 // Nothing for a record whose data are not what its type says.
 std::optional<AnswerRecord> ReadRecord(const ns_msg& message, const ns_rr& record) {
-    AnswerRecord result{.name = ns_rr_name(record), .type = ns_rr_type(record), .ttl = ns_rr_ttl(record), .data = {}};
+    AnswerRecord result{.name = ns_rr_name(record),
+                        .type = static_cast<WORD>(ns_rr_type(record)),
+                        .ttl = ns_rr_ttl(record),
+                        .data = {}};
     if (result.type == DNS_TYPE_CNAME) {
         std::array<char, NS_MAXDNAME> name;
         if (ns_name_uncompress(ns_msg_base(message), ns_msg_end(message), ns_rr_rdata(record), name.data(),
@@ -111,7 +114,7 @@ Answer Question::Parse(std::span<const std::uint8_t> reply) const {
     if (resultCode != ns_r_noerror) {
         return {.status = StatusOf(resultCode), .records = {}};
     }
-    const Answer unreadable = {.status = DNS_ERROR_BAD_PACKET, .records = {}};
+    Answer unreadable = {.status = DNS_ERROR_BAD_PACKET, .records = {}};
     ns_msg message;
     if (ns_initparse(reply.data(), static_cast<int>(reply.size()), &message) != 0) {
         return unreadable;

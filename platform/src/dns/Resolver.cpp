@@ -65,7 +65,7 @@ Answer Resolver::QueryServers(const std::string& name, WORD type, bool isComplet
     std::vector<std::string> candidates;
     if (!isComplete && name.find('.') == name.npos) {
         for (const std::string& domain : m_configuration.searchList) {
-            candidates.push_back(name + '.' + domain);
+            candidates.emplace_back(name).append(1, '.').append(domain);
         }
     }
     candidates.push_back(name);

@@ -18,7 +18,7 @@ using namespace quillmark::platform;
 namespace {
 
 // The granularity in which Windows reserves stacks, so the least that a thread has there.
-constexpr SIZE_T LeastStack = 64 * 1024;
+constexpr SIZE_T LeastStack = 64UL * 1024;
 
 class ThreadObject final : public WaitableObject {
 public:

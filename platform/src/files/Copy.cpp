@@ -38,7 +38,7 @@ int WriteAll(int target, const char* bytes, std::size_t size) {
 }
 
 int CopyThroughMemory(int source, int target) {
-    constexpr std::size_t size = 256 * 1024;
+    constexpr std::size_t size = 256UL * 1024;
     const auto buffer = std::make_unique<char[]>(size);
     for (;;) {
         const ssize_t count = ::read(source, buffer.get(), size);

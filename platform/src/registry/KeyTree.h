@@ -21,7 +21,7 @@ using KeyPath = std::vector<std::u16string>;
 inline constexpr std::size_t LongestKeyName = 255;
 inline constexpr std::size_t LongestValueName = 16383;
 inline constexpr std::size_t DeepestKey = 512;
-inline constexpr std::size_t LargestValue = 1024 * 1024;
+inline constexpr std::size_t LargestValue = 1024UL * 1024;
 
 struct RegistryValue {
     std::u16string name;

@@ -27,7 +27,7 @@ namespace {
 constexpr const char* MachineFolder = "/etc/quillmark";
 constexpr std::string_view OwnFile = "quillmark.reg";
 constexpr const char* LockFile = ".quillmark.lock";
-constexpr std::size_t LargestFile = 16 * 1024 * 1024;
+constexpr std::size_t LargestFile = 16UL * 1024 * 1024;
 // Longer than the clock behind file times stands still.
 constexpr std::int64_t SettledAfterNanoseconds = 50'000'000;
 
