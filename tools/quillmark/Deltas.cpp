@@ -37,8 +37,10 @@ DWORD ErrorOf(rs_result result) {
 // Runs a job over the whole of one file.
 class Pump {
 public:
-    Pump(HANDLE cancelEvent, std::size_t bufferSize)
-        : m_cancelEvent(cancelEvent), m_in(bufferSize), m_out(bufferSize) {}
+    // librsync writes what it finds wrong to standard error unless it is told not to.
+    Pump(HANDLE cancelEvent, std::size_t bufferSize) : m_cancelEvent(cancelEvent), m_in(bufferSize), m_out(bufferSize) {
+        rs_trace_set_level(RS_LOG_EMERG);
+    }
 
     // Feeds the job with the file's bytes and hands on what it makes; output may be null for a job that makes nothing.
     DWORD Run(rs_job_t* job, const LocalFile& input, const LocalFile* output) {
@@ -98,7 +100,10 @@ rs_result CopyFromBasis(void* opaque, rs_long_t position, std::size_t* length, v
     if (basis.error == ERROR_SUCCESS) {
         basis.error = basis.file.Read(*buffer, *length, *length);
     }
-    return basis.error == ERROR_SUCCESS ? RS_DONE : RS_IO_ERROR;
+    if (basis.error != ERROR_SUCCESS) {
+        return RS_IO_ERROR;
+    }
+    return *length != 0 ? RS_DONE : RS_INPUT_ENDED;  // librsync would ask for nothing for ever
 }
 
 // Opens what is read and what is written.

@@ -50,7 +50,6 @@ void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& te
     program.set_version_flag("--version", "quillmark " QUILLMARK_VERSION, "Print the version of this program and exit");
     program.require_subcommand(1);
     program.fallthrough();  // these options may also stand after the command
-    program.footer(Epilogue);
 }
 
 ExitCode Run(const Action& action, const GlobalOptions& options) {
@@ -81,6 +80,7 @@ int main(int count, char** values) {
     for (const CommandRegistration registration : Commands) {
         registration(program, options, action);
     }
+    program.footer(Epilogue);  // now, so that the commands' own help does not repeat it
     const std::vector<WideString> wide = Arguments(count, values);
     for (int index = 1; index < count; ++index) {
         options.arguments.emplace_back(values[index], wide[static_cast<std::size_t>(index) - 1]);

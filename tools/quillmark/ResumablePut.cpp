@@ -166,8 +166,7 @@ ResumablePut::Result ResumablePut::Recover(Attempt& attempt, DWORD error, std::i
         return KeepConflict(attempt);
     }
     if (error == UploadUnknown && attempt.begun) {
-        const DWORD removal = m_store.Remove(attempt.record.key);
-        return removal == ERROR_SUCCESS ? Result() : removal;
+        return RecoverUnknown(attempt);
     }
     const bool passing = error == SERVER_ERROR_CHUNK_OUT_OF_STEP || error == UploadBusy || error == ERROR_RETRY;
     if (!passing || ++attempt.setbacks > MostSetbacks) {
@@ -187,6 +186,20 @@ ResumablePut::Result ResumablePut::Recover(Attempt& attempt, DWORD error, std::i
     }
     attempt.offset = received;
     return ERROR_SUCCESS;
+}
+
+// It is the upload that the server does not know any more, or the folder that the item was to be put in.
+ResumablePut::Result ResumablePut::RecoverUnknown(const Attempt& attempt) const {
+    std::int64_t received = 0;
+    bool waited = false;
+    DWORD error = Ask(attempt.record, received, waited);
+    if (error == ERROR_SUCCESS) {
+        return UploadUnknown;
+    }
+    if (error == UploadUnknown) {
+        error = m_store.Remove(attempt.record.key);
+    }
+    return error == ERROR_SUCCESS ? Result() : error;
 }
 
 DWORD ResumablePut::AskAfterSetback(Attempt& attempt, DWORD setback, std::int64_t& received) {
@@ -220,11 +233,24 @@ DWORD ResumablePut::KeepConflict(Attempt& attempt) {
     return error == ERROR_SUCCESS ? SERVER_ERROR_REVISION_MISMATCH : error;
 }
 
+// A completion does not ask for a revision. Where one is wished for, a last chunk without a byte finishes the upload;
+// either way a server that has stored the item already answers with it and stores nothing.
+DWORD ResumablePut::Finish(const Attempt& attempt, const Attributes& item) {
+    const UploadRecord& record = attempt.record;
+    if (record.revision.empty()) {
+        return m_client.Api().CompleteUpload(record.key.remote, record.key.remote, record.id, item,
+                                             m_client.CancelEvent());
+    }
+    std::int64_t offset = record.file.size;
+    std::int64_t length = 0;
+    return m_client.Api().ResumableUpload(record.key.local, record.key.remote, item, record.id, offset, length, false,
+                                          m_client.CancelEvent(), nullptr, 0);
+}
+
 DWORD ResumablePut::Complete(Attempt& attempt, Attributes& stored) {
     const UploadKey& key = attempt.record.key;
-    const Attributes item = MakeAttributes();
-    const DWORD error =
-        m_client.Api().CompleteUpload(key.remote, key.remote, attempt.record.id, item, m_client.CancelEvent());
+    const Attributes item = attempt.attributes->Clone();
+    const DWORD error = Finish(attempt, item);
     if (error == SERVER_ERROR_REVISION_MISMATCH) {
         return KeepConflict(attempt);
     }

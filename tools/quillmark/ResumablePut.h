@@ -68,7 +68,10 @@ private:
     Result SendChunk(Attempt& attempt, Attributes& stored);
     // After a refused chunk: 0 to go on from the attempt's offset.
     Result Recover(Attempt& attempt, DWORD error, std::int64_t corrected);
+    [[nodiscard]] Result RecoverUnknown(const Attempt& attempt) const;
     [[nodiscard]] DWORD AskAfterSetback(Attempt& attempt, DWORD setback, std::int64_t& received);
+    // Has the server store what it has.
+    [[nodiscard]] DWORD Finish(const Attempt& attempt, const Attributes& item);
     [[nodiscard]] DWORD Complete(Attempt& attempt, Attributes& stored);
     // The server refused to store what it has.
     [[nodiscard]] DWORD KeepConflict(Attempt& attempt);
