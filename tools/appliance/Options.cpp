@@ -1,6 +1,7 @@
 #include "Options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <fstream>
 
 #include "http/Uri.h"
@@ -29,6 +30,9 @@ constexpr const char* Examples =
     "    quillmark-appliance --data DIR --users-file users --listen 127.0.0.1:8080 --identity-header X-Remote-User\n"
     "  Under test, with counters and faults below /control:\n"
     "    quillmark-appliance --data DIR --user ann:secret --listen 127.0.0.1:0 --control /control --faults\n"
+    "  With a mapped folder that takes small files only, and one whose storage is away:\n"
+    "    quillmark-appliance --data DIR --user ann:secret --listen 127.0.0.1:0 \\\n"
+    "        --mapping 'Docs;type=smb;limit=1000000' --mapping 'Archive;type=webdav;status=OFFLINE;readonly'\n"
     "  Look at it with curl:\n"
     "    curl -d 'user_id=ann&password=secret&device_id=d' http://127.0.0.1:8080/api/1.7/sessions\n"
     "    curl -b session_token=TOKEN 'http://127.0.0.1:8080/api/1.7/folders/?type=all'\n"
@@ -59,6 +63,21 @@ OfferedApi ParseApi(const std::string& text) {
     return {version, path};
 }
 
+void ParseMappings(const std::vector<std::string>& texts, std::vector<Mapping>& mappings) {
+    for (const std::string& text : texts) {
+        try {
+            mappings.push_back(ParseMapping(text));
+        } catch (const std::invalid_argument& error) {
+            throw CLI::ValidationError(error.what());
+        }
+        const std::string& name = mappings.back().name;
+        if (std::any_of(mappings.begin(), std::prev(mappings.end()),
+                        [&](const Mapping& mapping) { return mapping.name == name; })) {
+            throw CLI::ValidationError("mapping '" + text + "': there is one of that name already");
+        }
+    }
+}
+
 Credentials ParseUser(const std::string& text) {
     const std::size_t colon = text.find(':');
     if (colon == std::string::npos || colon == 0) {
@@ -87,6 +106,7 @@ struct Texts {
     std::vector<std::string> users;
     std::string usersFile;
     std::vector<std::string> apis{"1.7"};
+    std::vector<std::string> mappings;
     std::int64_t sessionSeconds = 86400;
     std::int64_t idleSeconds = 120;
     std::uint64_t capacity = 0;
@@ -193,6 +213,15 @@ void AddProtocolOptions(CLI::App& app, Options& options, Texts& texts) {
         ->type_name("VERSION[=/PATH]")
         ->capture_default_str()
         ->group("Protocol");
+    app.add_option(
+           "--mapping", texts.mappings,
+           "Offer every user this mapped folder. May be given several times; without it each top-level folder is "
+           "offered. Settings: type=WORD (such as smb or webdav), status=ONLINE|OFFLINE|TIMEOUT|INACCESSIBLE|"
+           "BAD_CREDENTIALS (all but ONLINE: what is in it cannot be reached), mode=WORD (such as AUTOMATIC or "
+           "OFFLINE), "
+           "description=TEXT, limit=BYTES (of one file), readonly, no-sharing, no-delta, no-locking, no-resumable")
+        ->type_name("NAME[;SETTING]...")
+        ->group("Protocol");
     app.add_option("--tos", options.tos, "The tos number of the offered endpoints")
         ->type_name("NUMBER")
         ->capture_default_str()
@@ -217,6 +246,7 @@ void Convert(const Texts& texts, Options& options) {
     for (const std::string& text : texts.apis) {
         options.apis.push_back(ParseApi(text));
     }
+    ParseMappings(texts.mappings, options.mappings);
     if (!texts.usersFile.empty()) {
         ReadUsersFile(texts.usersFile, options.users);
     }

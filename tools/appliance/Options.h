@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "storage/Mapping.h"
+
 namespace appliance {
 
 struct ListenAddress {
@@ -54,6 +56,8 @@ struct Options {
     bool sync = true;
     std::optional<std::uint64_t> capacity;
     std::chrono::seconds uploadLifetime{604800};
+
+    std::vector<Mapping> mappings;
 
     std::string controlPath;
     bool faults = false;

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "Pch.h"
+#include "storage/Mappings.h"
 #include "storage/Passwords.h"
 
 namespace appliance {
@@ -44,14 +45,18 @@ Server::Server(const Options& options, Statistics& statistics, Faults& faults,
       m_uploads(m_data, m_contents, options.capacity, options.uploadLifetime),
       m_deltaJobs(m_data, m_contents, options.capacity, options.uploadLifetime),
       m_deltaWorker(m_deltaJobs, m_contents, options.sync),
+      m_changes(m_data),
+      m_outbox(options.dataFolder + "/outbox", options.sync),
       m_sessions(m_store, options.sessionLifetime),
-      m_services{m_options,     m_data,     m_store,    m_contents, m_uploads, m_deltaJobs,
-                 m_deltaWorker, m_workPool, m_sessions, statistics, faults,    std::move(restart)} {
+      m_services{m_options,  m_data,    m_store,  m_contents, m_uploads,  m_deltaJobs, m_deltaWorker,
+                 m_workPool, m_changes, m_outbox, m_sessions, statistics, faults,      std::move(restart)} {
     m_uploads.RemoveExpired();
     m_deltaJobs.RemoveExpired();
     m_contents.Sweep(m_store);
+    m_changes.DropOld();
     m_deltaWorker.Start();
     SetUsers();
+    Mappings(m_data).Offer(m_options.mappings);
     LoadTls();
     Listen();
     StartThreads();

@@ -17,8 +17,10 @@
 #include "Options.h"
 #include "Services.h"
 #include "WorkPool.h"
+#include "storage/ChangeFeed.h"
 #include "storage/Contents.h"
 #include "storage/FileDescriptor.h"
+#include "storage/Outbox.h"
 #include "storage/Sessions.h"
 #include "storage/Store.h"
 #include "storage/Uploads.h"
@@ -53,6 +55,8 @@ private:
     Uploads m_uploads;
     DeltaJobs m_deltaJobs;
     DeltaWorker m_deltaWorker;
+    ChangeFeed m_changes;
+    Outbox m_outbox;
     Sessions m_sessions;
     Services m_services;
     SslContext m_tls;

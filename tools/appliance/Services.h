@@ -8,11 +8,13 @@
 
 namespace appliance {
 
+class ChangeFeed;
 class Contents;
 class DataFile;
 class DeltaJobs;
 class DeltaWorker;
 class Faults;
+class Outbox;
 class Sessions;
 class Statistics;
 class Store;
@@ -28,6 +30,8 @@ struct Services {
     DeltaJobs& deltaJobs;
     DeltaWorker& deltaWorker;
     WorkPool& workPool;
+    ChangeFeed& changes;
+    Outbox& outbox;
     Sessions& sessions;
     Statistics& statistics;
     Faults& faults;

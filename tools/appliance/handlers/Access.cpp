@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::string_view TokenBranch = "/api/";
 constexpr std::string_view KerberosBranch = "/kerberos";
+constexpr std::string_view Notifications = "/notifs";
 
 // Takes a leading path off; only whole segments count.
 bool TakePath(std::string_view& path, std::string_view leading) {
@@ -29,9 +30,20 @@ void SplitResource(std::string_view rest, Target& target) {
     target.itemPath = rest.substr(end);
 }
 
+bool IsFirstVersion(const OfferedApi& api) {
+    return api.version == "1.0" || api.version == "1";
+}
+
 bool OffersTokenPaths(const Options& options) {
-    return std::any_of(options.apis.begin(), options.apis.end(),
-                       [](const OfferedApi& api) { return api.version == "1.0" || api.version == "1"; });
+    return std::any_of(options.apis.begin(), options.apis.end(), IsFirstVersion);
+}
+
+// Notifications are the one endpoint behind whose name clients of version 1.0 put the token.
+void TakeTokenBehind(Target& target) {
+    if (target.resource == Notifications && target.itemPath.size() > 1) {
+        target.pathToken = target.itemPath.substr(1);
+        target.itemPath = {};
+    }
 }
 
 }  // namespace
@@ -43,6 +55,9 @@ std::optional<Target> FindTarget(const Options& options, const Request& request)
             Target target;
             target.kerberos = TakePath(rest, KerberosBranch);
             SplitResource(rest, target);
+            if (IsFirstVersion(api)) {
+                TakeTokenBehind(target);
+            }
             return target;
         }
     }

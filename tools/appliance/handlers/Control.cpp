@@ -92,6 +92,13 @@ asio::awaitable<Reply> AnswerControl(Services& services, const Request& request,
         Reply reply = co_await AnswerDeltaJobs(services, request, body);
         co_return reply;
     }
+    if (resource == "/wipe") {
+        Reply reply = co_await OrderWipe(services, request, body);
+        co_return reply;
+    }
+    if (resource == "/audit") {
+        co_return ReportAudit(services, request);
+    }
     throw ApiError(ErrorId::EndpointUnknown, "There is no such endpoint");
 }
 

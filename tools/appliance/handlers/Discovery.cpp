@@ -10,20 +10,19 @@ using nlohmann::json;
 namespace {
 
 constexpr const char* LoggingVersion = "1.0";
-constexpr const char* LoggingPath = "/audit/1.0";
 
 }  // namespace
 
-Reply AnswerEndpoints(const Services& services) {
+asio::awaitable<Reply> AnswerEndpoints(Services& services, Exchange&) {
     json sync = json::object();
     for (const OfferedApi& api : services.options.apis) {
         sync[api.version] = {{"path", api.path}, {"tos", services.options.tos}};
     }
     json audit = json::object();
     if (services.options.audit) {
-        audit[LoggingVersion] = {{"path", LoggingPath}, {"tos", services.options.tos}};
+        audit[LoggingVersion] = {{"path", std::string(LoggingPath)}, {"tos", services.options.tos}};
     }
-    return JsonReply({{"qm", {{"sync", sync}, {"audit", audit}}}});
+    co_return JsonReply({{"qm", {{"sync", sync}, {"audit", audit}}}});
 }
 
 asio::awaitable<Reply> AnswerInit(Services& services, Exchange&) {

@@ -54,17 +54,36 @@ Reply Create(const Services& services, const Actor& actor, const ItemPath& paren
     return JsonReply(ItemDocument(item, path));
 }
 
-Reply Update(const Services& services, const Actor& actor, ItemPath path, const Fields& fields) {
+Reply Update(const Services& services, const Actor& actor, ItemPath at, const Fields& fields) {
     ItemValues values = ReadItemValues(fields);
-    if (const std::string* name = FindField(fields, "name")) {
+    // Clients that only rename send the new name as "path", those that set attributes the name as it is as "name".
+    const std::string* path = FindField(fields, "path");
+    if (const std::string* name = path != nullptr ? path : FindField(fields, "name")) {
         if (!IsItemName(*name)) {
             throw ApiError(ErrorId::Malformed, "The name could not be stored");
         }
         values.name = *name;
     }
-    const Item item = services.store.Update(actor, path, values);
-    path.back() = item.name;
-    return JsonReply(ItemDocument(item, path));
+    const Item item = services.store.Update(actor, at, values);
+    at.back() = item.name;
+    return JsonReply(ItemDocument(item, at));
+}
+
+bool RequireOverwrite(const Fields& fields) {
+    const std::string* text = FindField(fields, "overwrite");
+    if (text != nullptr && *text != "true" && *text != "false") {
+        throw ApiError(ErrorId::Malformed, "overwrite is neither true nor false");
+    }
+    return text != nullptr && *text == "true";
+}
+
+Reply Move(const Services& services, const Actor& actor, const ItemPath& from, const Fields& fields) {
+    const ItemPath to = RequirePlainItemPath(RequireField(fields, "path"));
+    const MovedItem moved = services.store.Move(actor, from, to, RequireOverwrite(fields));
+    if (!moved.replacedContent.empty()) {
+        services.contents.Remove(moved.replacedContent);
+    }
+    return JsonReply(ItemDocument(moved.item, to));
 }
 
 }  // namespace
@@ -73,6 +92,10 @@ asio::awaitable<Reply> GetItem(Services& services, Exchange& exchange) {
     const std::int64_t user = RequireActor(services, exchange.request, exchange.target).user;
     const ItemPath path = RequireItemPath(exchange.target.itemPath);
     const Fields query = RequireQuery(exchange.request);
+    const std::string* includeAll = FindField(query, "includeAll");
+    if (path.empty() && includeAll != nullptr && *includeAll == "true") {
+        co_return ListMappings(services, user, query);
+    }
     const std::string* type = FindField(query, "type");
     if (type != nullptr && *type == "all") {
         const Listing listing = services.store.List(user, path);
@@ -103,7 +126,24 @@ asio::awaitable<Reply> PostItem(Services& services, Exchange& exchange) {
     if (operation != nullptr && *operation == "update") {
         co_return Update(services, actor, path, fields);
     }
+    if (operation != nullptr && *operation == "move") {
+        co_return Move(services, actor, path, fields);
+    }
     throw ApiError(ErrorId::Malformed, "The form has no operation that is known here");
+}
+
+asio::awaitable<Reply> DeleteItem(Services& services, Exchange& exchange) {
+    const Actor actor = RequireActor(services, exchange.request, exchange.target);
+    const ItemPath path = RequireItemPath(exchange.target.itemPath);
+    const auto revision = RevisionOf(RequireQuery(exchange.request));
+    try {
+        for (const std::string& content : services.store.Delete(actor, path, revision)) {
+            services.contents.Remove(content);
+        }
+    } catch (const RevisionConflict& conflict) {
+        co_return MismatchReply(ItemDocument(conflict.Current(), path));
+    }
+    co_return JsonReply(nlohmann::json::object());
 }
 
 }  // namespace appliance

@@ -12,8 +12,11 @@ namespace appliance {
 
 using Handler = boost::asio::awaitable<Reply> (*)(Services& services, Exchange& exchange);
 
+// The logging path, at the server's root.
+inline constexpr std::string_view LoggingPath = "/audit/1.0";
+
 // GET /endpoints, at the server's root.
-Reply AnswerEndpoints(const Services& services);
+boost::asio::awaitable<Reply> AnswerEndpoints(Services& services, Exchange& exchange);
 
 // GET <api>/init and <api>/version.
 boost::asio::awaitable<Reply> AnswerInit(Services& services, Exchange& exchange);
@@ -22,10 +25,23 @@ boost::asio::awaitable<Reply> AnswerVersion(Services& services, Exchange& exchan
 // POST <api>/sessions: opens a session.
 boost::asio::awaitable<Reply> Login(Services& services, Exchange& exchange);
 
+// POST <api>/registrations and <api>/registrations/resend: a device for a user's account.
+boost::asio::awaitable<Reply> PostRegistration(Services& services, Exchange& exchange);
+
+// POST /api/devices, at the server's root: a wipe has been carried out. And the control path's order of one.
+boost::asio::awaitable<Reply> AcknowledgeWipe(Services& services, Exchange& exchange);
+boost::asio::awaitable<Reply> OrderWipe(Services& services, const Request& request, RequestBody& body);
+
 // GET <api>/folders<path>: an item, a folder's listing, or a file's content.
 boost::asio::awaitable<Reply> GetItem(Services& services, Exchange& exchange);
 
-// POST <api>/folders<path>: form "create" or "update", or a whole file as multipart.
+// The mapped folders, for a query with "includeAll".
+Reply ListMappings(Services& services, std::int64_t user, const Fields& query);
+
+// DELETE <api>/folders<path>: the item, a folder with all that is in it.
+boost::asio::awaitable<Reply> DeleteItem(Services& services, Exchange& exchange);
+
+// POST <api>/folders<path>: form "create", "update" or "move", or a whole file as multipart.
 boost::asio::awaitable<Reply> PostItem(Services& services, Exchange& exchange);
 
 // The multipart form of it.
@@ -45,6 +61,22 @@ boost::asio::awaitable<Reply> PostDelta(Services& services, Exchange& exchange);
 boost::asio::awaitable<Reply> PostDeltaJob(Services& services, Exchange& exchange);
 boost::asio::awaitable<Reply> GetDeltaJobs(Services& services, Exchange& exchange);
 boost::asio::awaitable<Reply> DeleteDeltaJob(Services& services, Exchange& exchange);
+
+// GET <api>/notifs: what the user's other devices have changed.
+boost::asio::awaitable<Reply> GetChanges(Services& services, Exchange& exchange);
+
+// <api>/locking<path>: the state of a lock, taking it, giving it up.
+boost::asio::awaitable<Reply> GetLock(Services& services, Exchange& exchange);
+boost::asio::awaitable<Reply> TakeLock(Services& services, Exchange& exchange);
+boost::asio::awaitable<Reply> ReleaseLock(Services& services, Exchange& exchange);
+
+// POST <api>/share makes a link; GET /share/<token>, at the server's root, is where it leads.
+boost::asio::awaitable<Reply> PostShare(Services& services, Exchange& exchange);
+boost::asio::awaitable<Reply> GetShared(Services& services, Exchange& exchange);
+
+// POST <logging path>: a client's statistics. And the control path's report of them.
+boost::asio::awaitable<Reply> PostAudit(Services& services, Exchange& exchange);
+Reply ReportAudit(Services& services, const Request& request);
 
 // The tests' own endpoints; `resource` is what follows the control path.
 boost::asio::awaitable<Reply> AnswerControl(Services& services, const Request& request, RequestBody& body,

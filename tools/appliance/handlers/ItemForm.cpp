@@ -59,6 +59,14 @@ std::optional<std::string> RevisionOf(const Fields& fields) {
     return revision == nullptr || revision->empty() ? std::nullopt : std::optional(*revision);
 }
 
+const std::string& RequireField(const Fields& fields, std::string_view name) {
+    const std::string* value = FindField(fields, name);
+    if (value == nullptr) {
+        throw ApiError(ErrorId::Malformed, "The form has no " + std::string(name));
+    }
+    return *value;
+}
+
 Fields RequireQuery(const Request& request) {
     auto query = ParseForm(request.query);
     if (!query) {

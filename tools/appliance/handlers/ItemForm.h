@@ -1,4 +1,4 @@
-// What clients send about an item, in url-encoded and in multipart fields alike.
+// What clients send in forms and queries, in url-encoded and in multipart fields alike.
 #pragma once
 
 #include <optional>
@@ -18,6 +18,9 @@ std::uint64_t RequireSize(const Fields& fields);
 
 // "revision"; a client that knows none sends an empty one or leaves the field out.
 std::optional<std::string> RevisionOf(const Fields& fields);
+
+// The field of that name. Throws ApiError when there is none.
+const std::string& RequireField(const Fields& fields, std::string_view name);
 
 // The fields of a query. Throws ApiError for a malformed escape.
 Fields RequireQuery(const Request& request);

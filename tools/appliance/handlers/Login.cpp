@@ -2,7 +2,10 @@
 
 #include "Pch.h"
 #include "handlers/Handlers.h"
+#include "handlers/ItemForm.h"
 #include "http/Errors.h"
+#include "storage/ChangeFeed.h"
+#include "storage/Devices.h"
 #include "storage/Passwords.h"
 #include "storage/Sessions.h"
 #include "storage/Store.h"
@@ -12,14 +15,6 @@ namespace appliance {
 namespace asio = boost::asio;
 
 namespace {
-
-const std::string& RequireField(const Fields& fields, std::string_view name) {
-    const std::string* value = FindField(fields, name);
-    if (value == nullptr) {
-        throw ApiError(ErrorId::Malformed, "The form has no " + std::string(name));
-    }
-    return *value;
-}
 
 User CheckPassword(Services& services, const Fields& fields) {
     const std::string& name = RequireField(fields, "user_id");
@@ -54,6 +49,18 @@ void CheckDevice(const Options& options, const Fields& fields) {
     }
 }
 
+// A session for the device, which is told of changes from now on. The wipe is looked for behind the opening: an order
+// ends the sessions that are there, so whichever of the two comes second sees the other.
+std::string OpenSession(Services& services, const Actor& actor) {
+    services.changes.Begin(actor);
+    std::string token = services.sessions.Open(actor.user, actor.device);
+    if (Devices(services.data).IsToBeWiped(actor)) {
+        services.sessions.Close(token);
+        throw ApiError(ErrorId::DeviceRefused, "The device is to be wiped");
+    }
+    return token;
+}
+
 // The operator's text as JSON when it is JSON, else as a text.
 nlohmann::json PolicyBlock(const std::string& text) {
     auto parsed = nlohmann::json::parse(text, nullptr, false);
@@ -68,7 +75,7 @@ asio::awaitable<Reply> Login(Services& services, Exchange& exchange) {
     const User user =
         exchange.target.kerberos ? CheckIdentity(services, exchange.request) : CheckPassword(services, fields);
     CheckDevice(services.options, fields);
-    nlohmann::json document{{"session_token", services.sessions.Open(user.id, device)}};
+    nlohmann::json document{{"session_token", OpenSession(services, {user.id, device})}};
     if (!services.options.policyBlock.empty()) {
         document["policy_block"] = PolicyBlock(services.options.policyBlock);
     }

@@ -1,7 +1,10 @@
 #include "handlers/Router.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <optional>
+#include <span>
 
 #include "Pch.h"
 #include "handlers/Handlers.h"
@@ -22,19 +25,52 @@ struct Route {
 };
 
 constexpr std::array Routes{
-    Route{"GET", "/init", false, AnswerInit},     Route{"GET", "/version", false, AnswerVersion},
-    Route{"POST", "/sessions", false, Login},     Route{"GET", "/folders", true, GetItem},
-    Route{"POST", "/folders", true, PostItem},    Route{"POST", "/resume", true, PostUpload},
-    Route{"GET", "/resume", true, GetUpload},     Route{"DELETE", "/resume", true, DeleteUpload},
-    Route{"POST", "/delta", true, PostDelta},     Route{"POST", "/asdelta", true, PostDeltaJob},
-    Route{"GET", "/asdelta", true, GetDeltaJobs}, Route{"DELETE", "/asdelta", true, DeleteDeltaJob},
+    Route{"GET", "/init", false, AnswerInit},
+    Route{"GET", "/version", false, AnswerVersion},
+    Route{"POST", "/sessions", false, Login},
+    Route{"GET", "/folders", true, GetItem},
+    Route{"POST", "/folders", true, PostItem},
+    Route{"POST", "/resume", true, PostUpload},
+    Route{"GET", "/resume", true, GetUpload},
+    Route{"DELETE", "/resume", true, DeleteUpload},
+    Route{"POST", "/delta", true, PostDelta},
+    Route{"POST", "/asdelta", true, PostDeltaJob},
+    Route{"GET", "/asdelta", true, GetDeltaJobs},
+    Route{"DELETE", "/asdelta", true, DeleteDeltaJob},
+    Route{"DELETE", "/folders", true, DeleteItem},
+    Route{"GET", "/notifs", false, GetChanges},
+    Route{"GET", "/locking", true, GetLock},
+    Route{"POST", "/locking", true, TakeLock},
+    Route{"DELETE", "/locking", true, ReleaseLock},
+    Route{"POST", "/share", false, PostShare},
+    Route{"POST", "/registrations", true, PostRegistration},
 };
 
-constexpr std::string_view EndpointList = "/endpoints";
+// Not below an API path, whatever is offered.
+constexpr std::array RootRoutes{
+    Route{"GET", "/endpoints", false, AnswerEndpoints},
+    Route{"POST", "/api/devices", false, AcknowledgeWipe},
+    Route{"GET", "/share", true, GetShared},
+    Route{"POST", LoggingPath, false, PostAudit},
+};
 
-const Route& FindRoute(const Request& request, const Target& target) {
+// Empty when no endpoint at the root has that path.
+std::optional<Target> FindRootTarget(std::string_view path) {
+    for (const Route& route : RootRoutes) {
+        const std::string_view rest = path.substr(std::min(route.resource.size(), path.size()));
+        if (path.starts_with(route.resource) && (rest.empty() || (route.takesItemPath && rest.front() == '/'))) {
+            Target target;
+            target.resource = route.resource;
+            target.itemPath = rest;
+            return target;
+        }
+    }
+    return std::nullopt;
+}
+
+const Route& FindRoute(std::span<const Route> routes, const Request& request, const Target& target) {
     bool known = false;
-    for (const Route& route : Routes) {
+    for (const Route& route : routes) {
         if (route.resource != target.resource || (!route.takesItemPath && !target.itemPath.empty())) {
             continue;
         }
@@ -96,17 +132,13 @@ asio::awaitable<Reply> Router::Dispatch(const Request& request, RequestBody& bod
         Reply reply = co_await AnswerControl(m_services, request, body, resource);
         co_return reply;
     }
-    if (request.path == EndpointList) {
-        if (request.method != "GET") {
-            throw ApiError(ErrorId::MethodUnknown, "This endpoint has no such method");
-        }
-        co_return AnswerEndpoints(m_services);
-    }
-    const auto target = FindTarget(m_services.options, request);
+    const auto rootTarget = FindRootTarget(request.path);
+    const auto target = rootTarget ? rootTarget : FindTarget(m_services.options, request);
     if (!target) {
         throw ApiError(ErrorId::EndpointUnknown, "There is no such endpoint");
     }
-    const Route& route = FindRoute(request, *target);
+    const auto routes = rootTarget ? std::span<const Route>(RootRoutes) : std::span<const Route>(Routes);
+    const Route& route = FindRoute(routes, request, *target);
     Exchange exchange{request, body, *target};
     Reply reply = co_await route.handler(m_services, exchange);
     co_return reply;

@@ -20,6 +20,7 @@ enum class ErrorId : unsigned {
     CredentialsRefused = 1010,
     DeviceRefused = 1011,
     IdentityMissing = 1012,
+    DeviceRegistered = 1013,
     BodyMismatch = 1020,
     BodyTooLarge = 1021,
     LengthMissing = 1022,

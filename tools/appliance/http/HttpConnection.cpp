@@ -29,7 +29,7 @@ struct Outcome {
 class HttpConnection {
 public:
     HttpConnection(asio::ip::tcp::socket socket, SSL_CTX* tls, Services& services)
-        : m_services(services), m_router(services) {
+        : m_services(services), m_router(services), m_secure(tls != nullptr) {
         boost::system::error_code ignored;
         m_peerAddress = socket.remote_endpoint(ignored).address().to_string();
         m_transport = std::make_shared<Transport>(std::move(socket), tls, services.options.idleTime);
@@ -53,6 +53,7 @@ private:
 
     Services& m_services;
     Router m_router;
+    bool m_secure;
     std::string m_peerAddress;
     std::shared_ptr<Transport> m_transport;
     std::optional<ReadBuffer> m_buffer;
@@ -95,6 +96,7 @@ asio::awaitable<std::optional<Request>> HttpConnection::ReadHead(std::size_t owe
     }
     if (request) {
         request->peerAddress = m_peerAddress;
+        request->secure = m_secure;
     }
     co_return request;
 }
@@ -155,6 +157,9 @@ asio::awaitable<Outcome> HttpConnection::Answer(const Request& request, RequestB
     // A client takes what follows the head of an answer to HEAD for the next answer.
     const bool keep = drained && request.keepAlive && request.method != "HEAD";
     co_await WriteReply(*m_transport, reply, keep, fault);
+    if (reply.written) {
+        reply.written();
+    }
     const bool liedAboutLength = fault != nullptr && fault->kind == FaultKind::Length;
     co_return Outcome{keep && !liedAboutLength, body.Owed()};
 }

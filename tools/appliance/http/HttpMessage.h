@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,6 +24,7 @@ struct Request {
     bool keepAlive = false;
     bool expectsContinue = false;
     std::string peerAddress;
+    bool secure = false;  // came over TLS
 
     // Value of the first header of that name (any letter case), empty when there is none.
     [[nodiscard]] std::string_view Header(std::string_view name) const;
@@ -45,6 +47,7 @@ struct Reply {
     std::vector<std::pair<std::string, std::string>> headers;
     std::string body;
     std::optional<FileRange> file;  // instead of `body`
+    std::function<void()> written;  // called when all of it has been handed to the connection
 
     [[nodiscard]] std::uint64_t BodyLength() const { return file ? file->length : body.size(); }
 };

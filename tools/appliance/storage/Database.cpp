@@ -46,10 +46,6 @@ Statement Database::Prepare(const char* sql) {
     return Statement(statement.get());
 }
 
-std::int64_t Database::LastRowId() const {
-    return sqlite3_last_insert_rowid(m_connection.get());
-}
-
 Statement::~Statement() {
     sqlite3_reset(m_statement);
     sqlite3_clear_bindings(m_statement);

@@ -35,7 +35,6 @@ public:
     void Execute(const char* sql);
     // The statement of that text, prepared once and kept. Texts are literals.
     [[nodiscard]] Statement Prepare(const char* sql);
-    [[nodiscard]] std::int64_t LastRowId() const;
 
 private:
     struct Closer {

@@ -2,7 +2,16 @@
 
 #include <nlohmann/json.hpp>
 
+#include "http/Errors.h"
+
 namespace appliance {
+
+ItemPath ParentOf(const ItemPath& path) {
+    if (path.empty()) {
+        throw ApiError(ErrorId::Refused, "The root folder cannot be changed");
+    }
+    return ItemPath(path.begin(), path.end() - 1);
+}
 
 std::string PathText(const ItemPath& path) {
     std::string text;
@@ -15,6 +24,7 @@ std::string PathText(const ItemPath& path) {
 namespace {
 
 nlohmann::json DocumentAt(const Item& item, const std::string& pathText) {
+    const char* permissions = item.readOnly ? "READONLY" : "WRITE";
     return {{"name", item.name},
             {"orca_path", pathText},
             {"directory", item.directory},
@@ -23,8 +33,8 @@ nlohmann::json DocumentAt(const Item& item, const std::string& pathText) {
             {"modification_time", FormatTicks(item.modificationTime)},
             {"size", item.size},
             {"attributes", item.attributes},
-            {"permissions", "WRITE"},
-            {"folder_permissions", "WRITE"}};
+            {"permissions", permissions},
+            {"folder_permissions", permissions}};
 }
 
 }  // namespace

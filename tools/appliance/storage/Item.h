@@ -13,6 +13,7 @@ namespace appliance {
 
 using ItemPath = std::vector<std::string>;
 
+constexpr std::uint32_t ReadOnlyAttribute = 0x01;
 constexpr std::uint32_t DirectoryAttribute = 0x10;
 constexpr std::uint32_t NormalAttribute = 0x80;
 
@@ -25,7 +26,8 @@ struct Item {
     Ticks modificationTime = 0;
     std::uint32_t attributes = 0;
     std::uint64_t size = 0;
-    std::string content;  // name of the content file; empty for folders
+    std::string content;    // name of the content file; empty for folders
+    bool readOnly = false;  // in a mapped folder that must not be changed
 
     [[nodiscard]] std::string RevisionText() const { return std::to_string(revision); }
 };
@@ -37,6 +39,9 @@ struct ItemValues {
     std::optional<Ticks> modificationTime;
     std::optional<std::uint32_t> attributes;
 };
+
+// The folder that the path's item is in. Throws Refused for the root, which is in none and stays as it is.
+ItemPath ParentOf(const ItemPath& path);
 
 // "/a/b"; the root is "/".
 std::string PathText(const ItemPath& path);

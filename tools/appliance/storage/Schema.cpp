@@ -113,10 +113,31 @@ constexpr std::array Steps{
         time INTEGER NOT NULL
     ) WITHOUT ROWID;
     CREATE TABLE share_items (
-        token TEXT NOT NULL REFERENCES shares (token),
+        token TEXT NOT NULL REFERENCES shares (token) ON DELETE CASCADE,
         item INTEGER NOT NULL REFERENCES items (id) ON DELETE CASCADE,
         PRIMARY KEY (token, item)
     ) WITHOUT ROWID;
+    CREATE INDEX share_items_by_item ON share_items (item);
+    CREATE TABLE mappings (
+        name TEXT PRIMARY KEY,
+        place INTEGER,
+        description TEXT NOT NULL,
+        type TEXT NOT NULL,
+        status TEXT NOT NULL,
+        mode TEXT NOT NULL,
+        read_only INTEGER NOT NULL,
+        sharing INTEGER NOT NULL,
+        deltas INTEGER NOT NULL,
+        locking INTEGER NOT NULL,
+        resumable INTEGER NOT NULL,
+        size_limit INTEGER,
+        guid TEXT NOT NULL,
+        storage TEXT NOT NULL
+    ) WITHOUT ROWID;
+    CREATE TABLE folder_guids (
+        item INTEGER PRIMARY KEY REFERENCES items (id) ON DELETE CASCADE,
+        guid TEXT NOT NULL
+    );
     CREATE TABLE audit (
         id INTEGER PRIMARY KEY,
         user INTEGER NOT NULL REFERENCES users (id),

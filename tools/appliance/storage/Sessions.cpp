@@ -69,6 +69,14 @@ void Sessions::Close(std::string_view token) {
     m_sessions.erase(hash);
 }
 
+void Sessions::CloseAllOf(const Actor& actor) {
+    m_store.RemoveSessionsOf(actor);
+    const std::unique_lock lock(m_lock);
+    std::erase_if(m_sessions, [&](const auto& entry) {
+        return entry.second.user == actor.user && entry.second.device == actor.device;
+    });
+}
+
 std::optional<std::string> Sessions::Rotate(std::string_view token) {
     const auto session = Find(token);
     if (!session) {

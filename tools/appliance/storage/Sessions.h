@@ -24,6 +24,8 @@ public:
     [[nodiscard]] std::optional<Actor> ActorOf(std::string_view token);
     // Ends it. A token that is not known is ignored.
     void Close(std::string_view token);
+    // Ends all that the device has.
+    void CloseAllOf(const Actor& actor);
     // Ends it and opens another one for the same user; empty when the token was not good.
     [[nodiscard]] std::optional<std::string> Rotate(std::string_view token);
 

@@ -59,6 +59,15 @@ StoredFile Store::PutFile(const Actor& actor, const ItemPath& path, const NewFil
     return m_data.Write([&](Database& database) { return Tree(database, m_capacity).StoreFile(actor, path, file); });
 }
 
+MovedItem Store::Move(const Actor& actor, const ItemPath& from, const ItemPath& to, bool overwrite) {
+    return m_data.Write([&](Database& database) { return Tree(database).Move(actor, from, to, overwrite); });
+}
+
+std::vector<std::string> Store::Delete(const Actor& actor, const ItemPath& path,
+                                       const std::optional<std::string>& revision) {
+    return m_data.Write([&](Database& database) { return Tree(database).Delete(actor, path, revision); });
+}
+
 void Store::Touch(std::int64_t user, const ItemPath& path) {
     m_data.Write([&](Database& database) { Tree(database).Touch(user, path); });
 }
@@ -99,6 +108,14 @@ void Store::RemoveSession(std::string_view tokenHash) {
     m_data.Write([&](Database& database) {
         Statement row = database.Prepare("DELETE FROM sessions WHERE token_hash = ?");
         row.Bind(tokenHash);
+        row.Run();
+    });
+}
+
+void Store::RemoveSessionsOf(const Actor& actor) {
+    m_data.Write([&](Database& database) {
+        Statement row = database.Prepare("DELETE FROM sessions WHERE user = ? AND device = ?");
+        row.Bind(actor.user).Bind(actor.device);
         row.Run();
     });
 }

@@ -56,6 +56,11 @@ public:
                   const std::optional<std::string>& revision);
     [[nodiscard]] StoredFile PutFile(const Actor& actor, const ItemPath& path, const NewFile& file);
 
+    [[nodiscard]] MovedItem Move(const Actor& actor, const ItemPath& from, const ItemPath& to, bool overwrite);
+    // The result are the content files that no row names any more.
+    [[nodiscard]] std::vector<std::string> Delete(const Actor& actor, const ItemPath& path,
+                                                  const std::optional<std::string>& revision);
+
     // Gives the item another revision, as another client's change would; nothing when there is no such item.
     void Touch(std::int64_t user, const ItemPath& path);
 
@@ -65,6 +70,7 @@ public:
     [[nodiscard]] std::vector<SessionRow> LoadSessions();
     void AddSession(const SessionRow& session);
     void RemoveSession(std::string_view tokenHash);
+    void RemoveSessionsOf(const Actor& actor);
     void RemoveSessionsExpiredBy(Ticks time);
 
 private:

@@ -6,6 +6,7 @@
 #include "http/Errors.h"
 #include "storage/Changes.h"
 #include "storage/Locks.h"
+#include "storage/Mappings.h"
 
 namespace appliance {
 
@@ -48,13 +49,6 @@ Item NewItem(std::string name, bool directory) {
     return item;
 }
 
-ItemPath ParentOf(const ItemPath& path) {
-    if (path.empty()) {
-        throw ApiError(ErrorId::Refused, "The root folder cannot be changed");
-    }
-    return ItemPath(path.begin(), path.end() - 1);
-}
-
 std::optional<Item> OptionalRow(Statement& row) {
     return row.Step() ? std::optional(ReadItem(row)) : std::nullopt;
 }
@@ -62,6 +56,7 @@ std::optional<Item> OptionalRow(Statement& row) {
 }  // namespace
 
 std::optional<Item> Tree::Find(std::int64_t user, const ItemPath& path) {
+    const auto mapping = RequireReachable(m_database, path);
     std::optional<Item> item;
     {
         Statement row = m_database.Prepare("SELECT " ITEM_COLUMNS " FROM items WHERE user = ? AND parent IS NULL");
@@ -71,13 +66,20 @@ std::optional<Item> Tree::Find(std::int64_t user, const ItemPath& path) {
     for (auto name = path.begin(); item && name != path.end(); ++name) {
         item = FindChild(*item, *name);
     }
+    if (item) {
+        item->readOnly = mapping && mapping->readOnly;
+    }
     return item;
 }
 
 std::optional<Item> Tree::FindChild(const Item& folder, std::string_view name) {
     Statement row = m_database.Prepare("SELECT " ITEM_COLUMNS " FROM items WHERE parent = ? AND name = ?");
     row.Bind(folder.id).Bind(name);
-    return OptionalRow(row);
+    auto item = OptionalRow(row);
+    if (item) {
+        item->readOnly = folder.readOnly;
+    }
+    return item;
 }
 
 std::optional<Item> Tree::FindById(std::int64_t id) {
@@ -116,11 +118,14 @@ Item Tree::RequireFolder(std::int64_t user, const ItemPath& path) {
 }
 
 std::vector<Item> Tree::Children(const Item& folder) {
+    const bool root = folder.name.empty();
     std::vector<Item> children;
     Statement row = m_database.Prepare("SELECT " ITEM_COLUMNS " FROM items WHERE parent = ? ORDER BY name");
     row.Bind(folder.id);
     while (row.Step()) {
-        children.push_back(ReadItem(row));
+        Item& child = children.emplace_back(ReadItem(row));
+        const auto mapping = root ? FindMapping(m_database, {child.name}) : std::nullopt;
+        child.readOnly = root ? mapping && mapping->readOnly : folder.readOnly;
     }
     return children;
 }
@@ -141,6 +146,7 @@ void Tree::CheckRoom(std::uint64_t added, std::uint64_t freed) {
 std::optional<Item> Tree::CheckTarget(const Actor& actor, const ItemPath& path, std::uint64_t size,
                                       const std::optional<std::string>& revision) {
     const Item folder = RequireFolder(actor.user, ParentOf(path));
+    RequireWritable(m_database, path);
     auto existing = FindChild(folder, path.back());
     if (existing && existing->directory) {
         throw ApiError(ErrorId::WrongKind, "A folder of this name exists already");
@@ -152,6 +158,7 @@ std::optional<Item> Tree::CheckTarget(const Actor& actor, const ItemPath& path, 
     if (revision && *revision != existing->RevisionText()) {
         throw RevisionConflict(std::move(*existing));
     }
+    RequireFileSize(m_database, path, size);
     CheckRoom(size, existing ? existing->size : 0);
     return existing;
 }
@@ -181,6 +188,7 @@ Item Tree::CreateFolder(const Actor& actor, const ItemPath& parent, const std::s
     if (FindChild(folder, name)) {
         throw ApiError(ErrorId::ItemExists, "An item of this name exists already");
     }
+    RequireWritable(m_database, parent);
     RequireUnlocked(m_database, actor, folder);
     Item item = NewItem(name, true);
     item.revision = NextRevision();
@@ -194,9 +202,12 @@ Item Tree::CreateFolder(const Actor& actor, const ItemPath& parent, const std::s
 Item Tree::Update(const Actor& actor, const ItemPath& path, const ItemValues& values) {
     const Item folder = RequireFolder(actor.user, ParentOf(path));
     Item item = Require(actor.user, path);
+    RequireWritable(m_database, path);
     RequireUnlocked(m_database, actor, item);
     ItemPath now = path;
     if (values.name && *values.name != item.name) {
+        RequireNoMapping(m_database, path);
+        RequireAllUnlocked(m_database, actor, item);
         if (FindChild(folder, *values.name)) {
             throw ApiError(ErrorId::ItemExists, "An item of this name exists already");
         }
@@ -242,14 +253,14 @@ std::uint64_t Tree::NextRevision() {
 
 void Tree::Insert(std::int64_t user, const Item& folder, Item& item) {
     Statement row = m_database.Prepare(
-        "INSERT INTO items (user, parent, name, directory, revision, creation_time, modification_time, attributes, "
-        "size,"
-        " content) VALUES (?, nullif(?, 0), ?, ?, ?, ?, ?, ?, ?, ?)");
-    row.Bind(user).Bind(folder.id).Bind(item.name).Bind(std::int64_t{item.directory});
+        "INSERT INTO items (id, user, parent, name, directory, revision, creation_time, modification_time, attributes,"
+        " size, content) VALUES (?, ?, nullif(?, 0), ?, ?, ?, ?, ?, ?, ?, ?)");
+    // A revision is given once, and every id is one of them or, in old data, smaller.
+    item.id = static_cast<std::int64_t>(item.revision);
+    row.Bind(item.id).Bind(user).Bind(folder.id).Bind(item.name).Bind(std::int64_t{item.directory});
     row.Bind(static_cast<std::int64_t>(item.revision)).Bind(item.creationTime).Bind(item.modificationTime);
     row.Bind(std::int64_t{item.attributes}).Bind(static_cast<std::int64_t>(item.size)).Bind(item.content);
     row.Run();
-    item.id = m_database.LastRowId();
 }
 
 void Tree::Save(const Item& item) {

@@ -1,7 +1,9 @@
 // A user's items within one transaction of the data file. Paths are looked up name by name, byte for byte. Refusals
 // throw ApiError, so handlers pass them on as they are.
 //
-// Changing functions refuse what another device has locked and record the change for the user's other devices.
+// Whatever looks a path up refuses one in a mapped folder whose storage cannot be reached. Changing functions refuse
+// what is in a read-only mapped folder and what another device has locked, and record the change for the user's other
+// devices.
 #pragma once
 
 #include <cstdint>
@@ -27,6 +29,11 @@ struct NewFile {
 struct StoredFile {
     Item item;
     std::string replacedContent;  // content file that no row names any more; empty when there was none
+};
+
+struct MovedItem {
+    Item item;
+    std::string replacedContent;  // as in StoredFile
 };
 
 // Thrown where a revision was given that is not the present one; carries the item as it is.
@@ -56,8 +63,8 @@ public:
     // Where an item stands; its own name last.
     [[nodiscard]] ItemPath PathOf(std::int64_t id);
 
-    // Throws what StoreFile would throw for a file of that size: the folder, the kind, the revision, a lock, the room.
-    // The result is the file that would be replaced; empty when the path names nothing yet.
+    // Throws what StoreFile would throw for a file of that size: the folder, the kind, the revision, the mapped folder,
+    // a lock, the room. The result is the file that would be replaced; empty when the path names nothing yet.
     std::optional<Item> CheckTarget(const Actor& actor, const ItemPath& path, std::uint64_t size,
                                     const std::optional<std::string>& revision);
     // Throws StorageFull when so many more bytes do not fit.
@@ -67,6 +74,13 @@ public:
     [[nodiscard]] StoredFile StoreFile(const Actor& actor, const ItemPath& path, const NewFile& file);
     [[nodiscard]] Item CreateFolder(const Actor& actor, const ItemPath& parent, const std::string& name);
     [[nodiscard]] Item Update(const Actor& actor, const ItemPath& path, const ItemValues& values);
+    // Moves the item, a folder with all that is in it. A target that exists is replaced with `overwrite`, a file by a
+    // file only.
+    [[nodiscard]] MovedItem Move(const Actor& actor, const ItemPath& from, const ItemPath& to, bool overwrite);
+    // Deletes the item, a folder with all that is in it, and whatever hangs on them: locks, shares. The result are the
+    // content files that no row names any more.
+    [[nodiscard]] std::vector<std::string> Delete(const Actor& actor, const ItemPath& path,
+                                                  const std::optional<std::string>& revision);
     // Gives the item another revision, as another client's change would; nothing when there is no such item.
     void Touch(std::int64_t user, const ItemPath& path);
     // An empty tree for a user who has none yet.
@@ -74,7 +88,8 @@ public:
 
     // For the operations of other files: rows as they are, without any check.
     [[nodiscard]] std::uint64_t NextRevision();
-    void Insert(std::int64_t user, const Item& folder, Item& item);  // sets the item's id
+    // Sets the item's id, which no item has had before: other rows name items by it, and outlive them.
+    void Insert(std::int64_t user, const Item& folder, Item& item);
     void Save(const Item& item);
 
 private:
