@@ -16,6 +16,7 @@ build=(
 )
 tests=(
     squid nginx-light
+    rdiff                                              # makes and applies deltas that nobody here wrote
     krb5-kdc krb5-admin-server krb5-user apache2-bin libapache2-mod-auth-gssapi  # tickets, and who asks for them
     iproute2 procps binutils clang-format clang-tidy-16
 )
