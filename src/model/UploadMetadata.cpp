@@ -15,7 +15,8 @@ bool ReadOffset(const Logger& log, const Json::Value& received, std::int64_t& of
     }
     const std::string text = received.asString();
     errno = 0;
-    const long long number = std::atoll(text.c_str());
+    // What atoll reads, but defined, and with errno set, for a number that is too long as well.
+    const long long number = std::strtoll(text.c_str(), nullptr, 10);
     if (errno != 0) {
         log.Error("Failed to get offset, errno was %d", static_cast<std::int32_t>(errno));
         return false;
