@@ -198,9 +198,10 @@ void AddProtocolOptions(CLI::App& app, Options& options, Texts& texts) {
     app.add_option("--capacity", texts.capacity, "Bytes that all contents together may take; 0 is no bound")
         ->type_name("BYTES")
         ->group("Storage");
-    app.add_option(
-           "--upload-lifetime", texts.uploadSeconds,
-           "Seconds for which a resumable upload is kept after its last chunk, unless the client says until when")
+    app.add_option("--upload-lifetime", texts.uploadSeconds,
+                   "Seconds for which a resumable upload is kept after its last chunk, unless the client says until "
+                   "when, and a "
+                   "delta job after its start")
         ->check(CLI::Range(1, 315360000))
         ->type_name("SECONDS")
         ->capture_default_str()
