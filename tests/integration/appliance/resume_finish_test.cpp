@@ -139,10 +139,12 @@ TEST_F(ResumableFinish, UnderAnotherPathNeedsAllBytesAndAFreePlace) {
     EXPECT_EQ(Download("/docs/g").body, "hello world");
 }
 
-TEST_F(ResumableFinish, UnderAnotherPathHasAnEmptyBody) {
+TEST_F(ResumableFinish, UnderAnotherPathHasAnEmptyBodyAndNamesThePath) {
     SendFirstHalf();
     ExpectRefusal(Curl({"-H", "qm_finish: true", "-H", "qm_new_path: /g", "-F", "file=x", UploadUrl()}), 400, "1001");
     ExpectRefusal(Curl({"-H", "qm_finish: true", "-H", "qm_new_path: /g", "-d", "x", UploadUrl()}), 415, "1024");
+    ExpectRefusal(Complete(""), 400, "1001");
+    ExpectRefusal(Curl({"-H", "qm_new_path: /g", "-F", "file=x", UploadUrl()}), 400, "1001");
     EXPECT_EQ(Received(), "5");
 }
 
@@ -266,6 +268,8 @@ TEST_F(ResumableFinish, NeedsRoom) {
     ExpectRefusal(Upload("/other", std::string(601, 'y')), 507, "1507");
     ASSERT_EQ(Upload("/other", std::string(500, 'y')).status, 200);
     ExpectRefusal(Send({.fileSize = 800, .offset = 400, .content = std::string(400, 'x')}), 507, "1507");
+    // What would still fit is of no use to a file that as a whole does not.
+    ExpectRefusal(Send({.fileSize = 800, .offset = 400, .content = std::string(50, 'x')}), 507, "1507");
     EXPECT_EQ(Received(), "400");
     EXPECT_EQ(ContentBytes(), 900U);
     ASSERT_EQ(Upload("/other", std::string(200, 'y')).status, 200);

@@ -236,8 +236,8 @@ asio::awaitable<Reply> CompleteUpload(Services& services, Exchange& exchange, co
 asio::awaitable<Reply> PostUpload(Services& services, Exchange& exchange) {
     const UploadTarget target = RequireTarget(services, exchange);
     const Request& request = exchange.request;
-    const bool completion = request.Header("qm_offset").empty() && IsMarked(request, "qm_finish");
-    if (completion) {
+    const bool completion = request.Header("qm_offset").empty() && !request.Header("qm_new_path").empty();
+    if (completion && IsMarked(request, "qm_finish")) {
         Reply reply = co_await CompleteUpload(services, exchange, target);
         co_return reply;
     }
