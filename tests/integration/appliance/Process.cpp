@@ -58,7 +58,9 @@ Process::~Process() {
 }
 
 void Process::Signal(int signal) const {
-    ::kill(m_id, signal);
+    if (!m_over) {
+        ::kill(m_id, signal);
+    }
 }
 
 int Process::Wait() {

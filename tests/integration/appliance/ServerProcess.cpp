@@ -45,6 +45,8 @@ void ServerProcess::Start() {
         std::getline(ready, line);
     }
     WriteFile(m_folder.Path("ready-line"), line);
+    m_http.clear();
+    m_https.clear();
     std::istringstream words(line);
     for (std::string word; words >> word;) {
         if (word.starts_with("http=")) {
@@ -82,6 +84,12 @@ int ServerProcess::Stop() {
 void ServerProcess::KillAndStartAgain() {
     m_process->Signal(SIGKILL);
     m_process->Wait();
+    Start();
+}
+
+void ServerProcess::StartAgainWith(std::vector<std::string> extra) {
+    Stop();
+    m_extra = std::move(extra);
     Start();
 }
 

@@ -30,6 +30,8 @@ public:
     int Stop();
     // Kills it in the middle of whatever it does and starts it again on the same data.
     void KillAndStartAgain();
+    // Stops it and starts it again on the same data with these options instead. Throws when it does not come up.
+    void StartAgainWith(std::vector<std::string> extra);
 
 private:
     void Start();

@@ -39,7 +39,8 @@ TEST_F(ServerCommandLine, ExplainsItselfWithExamples) {
     EXPECT_EQ(result.exitCode, 0);
     for (const std::string text :
          {"--listen ADDR:PORT", "--tls-listen ADDR:PORT", "--user NAME:PASSWORD", "--data FOLDER", "--faults",
-          "--identity-header HEADER", "Examples:", "curl -b session_token=TOKEN"}) {
+          "--identity-header HEADER", "--mapping NAME[;SETTING]...", "limit=BYTES",
+          "Examples:", "curl -b session_token=TOKEN"}) {
         EXPECT_NE(result.output.find(text), std::string::npos) << text;
     }
 }
