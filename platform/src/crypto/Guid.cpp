@@ -66,7 +66,7 @@ std::optional<GUID> Parse(std::u16string_view text) {
             return std::nullopt;
         }
         BYTE& byte = result.bytes[digits++ / 2];
-        byte = static_cast<BYTE>(byte << 4 | *value);
+        byte = static_cast<BYTE>(static_cast<unsigned>(byte) << 4 | *value);
     }
     return GuidOf(result);
 }

@@ -68,7 +68,7 @@ HRESULT FolderPath(int csidl, HANDLE token, DWORD flags, LPWSTR path) {
 }  // namespace
 
 std::string HomeFolder() {
-    if (const char* home = std::getenv("HOME"); IsAbsolute(home)) {
+    if (const char* home = std::getenv("HOME"); home != nullptr && IsAbsolute(home)) {
         return home;
     }
     std::vector<char> buffer(16384);
