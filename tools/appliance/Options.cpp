@@ -200,8 +200,7 @@ void AddProtocolOptions(CLI::App& app, Options& options, Texts& texts) {
         ->group("Storage");
     app.add_option("--upload-lifetime", texts.uploadSeconds,
                    "Seconds for which a resumable upload is kept after its last chunk, unless the client says until "
-                   "when, and a "
-                   "delta job after its start")
+                   "when, and a delta job after its start")
         ->check(CLI::Range(1, 315360000))
         ->type_name("SECONDS")
         ->capture_default_str()
