@@ -55,6 +55,40 @@ std::string CliTest::OutputOf(const Arguments& arguments) const {
     return result.output;
 }
 
+void CliTest::LoginDevice(const std::string& device) {
+    const ProcessResult login =
+        QuillmarkAs(device, {"login", m_server->HttpUrl(), "--user", "anna", "--device", device});
+    ASSERT_EQ(0, login.exitCode) << login.errors;
+}
+
+ProcessResult CliTest::QuillmarkAs(const std::string& device, const Arguments& arguments) const {
+    Arguments command = {ProgramPath("quillmark"), "--session", Local("home/" + device + "/session")};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return Process::Run(command, HomeEnvironment());
+}
+
+std::string CliTest::RevisionOf(const std::string& item) const {
+    const std::string shown = OutputOf({"stat", item});
+    const std::string label = "revision:   ";
+    const std::size_t start = shown.find(label);
+    return start == std::string::npos
+               ? ""
+               : shown.substr(start + label.size(), shown.find('\n', start) - start - label.size());
+}
+
+std::string CliTest::ContentOf(const std::string& item) const {
+    const ProcessResult result = Quillmark({"get", "-q", item, Local("content")});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    return Read(Local("content"));
+}
+
+void CliTest::ExpectFailure(int exitCode, const std::string& text, const Arguments& arguments) const {
+    const ProcessResult result = Quillmark(arguments);
+    EXPECT_EQ(exitCode, result.exitCode) << result.errors;
+    EXPECT_EQ("", result.output);
+    EXPECT_NE(std::string::npos, result.errors.find(text)) << result.errors;
+}
+
 std::string CliTest::Write(const std::string& name, const std::string& content) const {
     const std::filesystem::path path = Local(name);
     std::filesystem::create_directories(path.parent_path());

@@ -21,6 +21,10 @@ protected:
     void StartAndLogin(Arguments options = {"--no-sync"});
     [[nodiscard]] Appliance& Server() { return *m_server; }
 
+    // Logs another device of the user in, with a session of its own, and runs a command as that device.
+    void LoginDevice(const std::string& device);
+    ProcessResult QuillmarkAs(const std::string& device, const Arguments& arguments) const;
+
     // Runs "quillmark --session ... ARGUMENTS" to its end, with QUILLMARK_PASSWORD=secret unless the environment says
     // otherwise.
     ProcessResult Quillmark(const Arguments& arguments, const Process::Environment& environment = {},
@@ -31,6 +35,13 @@ protected:
     std::string OutputOf(const Arguments& arguments) const;
 
     [[nodiscard]] std::string Local(const std::string& name) const { return m_folder / name; }
+    // The revision that the server shows for an item.
+    [[nodiscard]] std::string RevisionOf(const std::string& item) const;
+    // An item's content, by a download.
+    [[nodiscard]] std::string ContentOf(const std::string& item) const;
+    // Expects this exit code, and the text in what it says on standard error.
+    void ExpectFailure(int exitCode, const std::string& text, const Arguments& arguments) const;
+
     // Writes a local file, folders above it included, and gives back its path.
     std::string Write(const std::string& name, const std::string& content) const;
     [[nodiscard]] static std::string Read(const std::string& path);

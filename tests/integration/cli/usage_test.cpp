@@ -9,9 +9,34 @@ class UsageTest : public CliTest {};
 TEST_F(UsageTest, HelpNamesCommandsOptionsExamplesAndExitCodes) {
     const std::string help = OutputOf({"--help"});
     for (const char* text :
-         {"Usage: quillmark [OPTIONS] SUBCOMMAND", "--session FILE", "--log FILE", "--ca FILE", "--version",
-          "  login  ", "  version  ", "  ls  ", "  stat  ", "  mkdir  ", "  put  ", "  get  ",
-          "  quillmark login https://files.example.com --user anna\n", "  quillmark put report.pdf /Shared/\n",
+         {"Usage: quillmark [OPTIONS] SUBCOMMAND",
+          "--session FILE",
+          "--log FILE",
+          "--ca FILE",
+          "--version",
+          "  login  ",
+          "  version  ",
+          "  ls  ",
+          "  stat  ",
+          "  mkdir  ",
+          "  put  ",
+          "  get  ",
+          "  uploads  ",
+          "  delta-jobs  ",
+          "  mv  ",
+          "  rm  ",
+          "  touch  ",
+          "  folders  ",
+          "  changes  ",
+          "  lock  ",
+          "  unlock  ",
+          "  lock-state  ",
+          "  share  ",
+          "  stats  ",
+          "  register  ",
+          "  wipe-ack  ",
+          "  quillmark login https://files.example.com --user anna\n",
+          "  quillmark put report.pdf /Shared/\n",
           "Exit codes: 0 done, 1 some items failed, 2 usage, 3 cannot connect, 4 not logged in or refused, 5 not "
           "found,\n"
           "6 conflict, 7 cancelled, 8 local file error, 9 invalid reply."}) {
@@ -20,7 +45,10 @@ TEST_F(UsageTest, HelpNamesCommandsOptionsExamplesAndExitCodes) {
 }
 
 TEST_F(UsageTest, EveryCommandHasHelpOfItsOwn) {
-    for (const std::string command : {"login", "version", "ls", "stat", "mkdir", "put", "get"}) {
+    for (const std::string command :
+         {"login",   "version",    "ls",         "stat",  "mkdir", "put",      "get",
+          "uploads", "delta-jobs", "mv",         "rm",    "touch", "folders",  "changes",
+          "lock",    "unlock",     "lock-state", "share", "stats", "register", "wipe-ack"}) {
         EXPECT_NE(std::string::npos, OutputOf({command, "--help"}).find("Usage: quillmark " + command)) << command;
     }
 }
@@ -41,7 +69,28 @@ TEST_F(UsageTest, WrongCommandLinesEndWithTwoAndPointToHelp) {
                                           {"stat"},
                                           {"login"},
                                           {"login", "http://localhost"},
-                                          {"ls", "/a", "/b"}};
+                                          {"ls", "/a", "/b"},
+                                          {"put", "--chunk", "8M", "a", "/a"},
+                                          {"put", "--resumable", "--delta", "old", "a", "/a"},
+                                          {"put", "--delta", "old", "--async-delta", "old", "a", "/a"},
+                                          {"put", "--no-commit", "a", "/a"},
+                                          {"get", "--range", "0-1", "--delta", "base", "/a", "a"},
+                                          {"get", "--revision", "1", "/a", "a"},
+                                          {"uploads", "nonsense"},
+                                          {"uploads", "cancel"},
+                                          {"uploads", "complete", "/a"},
+                                          {"delta-jobs"},
+                                          {"delta-jobs", "state"},
+                                          {"delta-jobs", "commit", "job"},
+                                          {"mv", "/a"},
+                                          {"rm"},
+                                          {"touch"},
+                                          {"lock"},
+                                          {"lock", "--seconds", "0", "/a"},
+                                          {"lock-state", "/a", "/b"},
+                                          {"share", "/a"},
+                                          {"stats"},
+                                          {"changes", "--follow", "0"}};
     for (const Arguments& arguments : wrong) {
         const ProcessResult result = Quillmark(arguments);
         EXPECT_EQ(2, result.exitCode) << result.errors;
