@@ -48,6 +48,13 @@ std::string Line(const CMapping& mapping) {
            OrDash(attributes.description);
 }
 
+// The library takes a reply without a mapped folder for a failure; a user who has none may ask all the same.
+bool TellsOfNone(Client& client, const ResponseBuffer& reply) {
+    MappingList none;
+    DWORD count = 0;
+    return reply.size() != 0 && client.Api().GetMappingsFromResponse(reply, none, 0, count) == ERROR_SUCCESS;
+}
+
 }  // namespace
 
 void RegisterFolders(CLI::App& program, const GlobalOptions& global, Action& action) {
@@ -61,8 +68,10 @@ void RegisterFolders(CLI::App& program, const GlobalOptions& global, Action& act
             client.Resume();
             MappingList mappings;
             ResponseBuffer reply;
-            Require(client.Api().GetRemoteFolderMap(mappings, reply, client.CancelEvent()),
-                    "cannot list the mapped folders");
+            const DWORD error = client.Api().GetRemoteFolderMap(mappings, reply, client.CancelEvent()).error;
+            if (error != ERROR_INVALID_DATA || !TellsOfNone(client, reply)) {
+                Require(error, "cannot list the mapped folders");
+            }
             for (const std::shared_ptr<const CMapping>& mapping : mappings) {
                 Print(Line(*mapping));
             }
