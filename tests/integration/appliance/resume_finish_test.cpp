@@ -105,6 +105,33 @@ TEST_F(ResumableFinish, WhereAFolderStandsByNowKeepsTheBytes) {
     EXPECT_EQ(Download("/f/inside").body, "hello world");
 }
 
+TEST_F(ResumableFinish, OfAFileThatAnotherDeviceHasLockedKeepsTheBytes) {
+    ASSERT_EQ(Upload("/f", "old").status, 200);
+    SendFirstHalf();
+    const std::string other = RunCurl({"-d", "user_id=ann&password=secret&device_id=other", Url("/sessions")})
+                                  .Json()["session_token"]
+                                  .get<std::string>();
+    ASSERT_EQ(RunCurl({"-b", "session_token=" + other, "-d", "timeout=600", Url("/locking/f")}).status, 200);
+    ExpectRefusal(SendSecondHalf(), 423, "1030");
+    EXPECT_EQ(Received(), "11");
+    ExpectRefusal(Complete("/f"), 423, "1030");
+    EXPECT_EQ(Download("/f").body, "old");
+    ASSERT_EQ(RunCurl({"-b", "session_token=" + other, "-X", "DELETE", Url("/locking/f")}).status, 200);
+    EXPECT_EQ(Send({.fileSize = 11, .offset = 11}).status, 200);
+    EXPECT_EQ(Download("/f").body, "hello world");
+}
+
+TEST_F(ResumableFinish, IsNotAnsweredWithAnItemThatIsGone) {
+    SendFirstHalf();
+    const auto revision = SendSecondHalf().Json()["revision"].get<std::string>();
+    ASSERT_EQ(Curl({"-X", "DELETE", Url("/folders/f?revision=" + revision)}).status, 200);
+    // An item that is made now may have the place of the old one in the server's tables.
+    MakeFolder("f");
+    ExpectRefusal(SendSecondHalf(), 404, "1002");
+    ExpectRefusal(Complete("/g"), 404, "1002");
+    EXPECT_EQ(StatusOf("/g"), 404);
+}
+
 TEST_F(ResumableFinish, TakesPlainPathsInAnyScript) {
     MakeFolder("папка");
     for (const std::string path : {"/папка/отчёт 文📄.txt", "/100% & a+b%41", "/é \"quoted\"; x=y"}) {
