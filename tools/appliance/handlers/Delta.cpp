@@ -14,7 +14,9 @@
 #include "handlers/OpenedFile.h"
 #include "http/Errors.h"
 #include "storage/Contents.h"
+#include "storage/DataFile.h"
 #include "storage/Deltas.h"
+#include "storage/Mappings.h"
 #include "storage/Signature.h"
 #include "storage/Store.h"
 
@@ -127,6 +129,7 @@ asio::awaitable<Reply> Download(Services& services, Exchange& exchange, const Ac
 asio::awaitable<Reply> PostDelta(Services& services, Exchange& exchange) {
     const Actor actor = RequireActor(services, exchange.request, exchange.target);
     const ItemPath path = RequireItemPath(exchange.target.itemPath);
+    services.data.Read([&](Database& database) { RequireCapability(database, path, Capability::Deltas); });
     try {
         if (exchange.request.Accepts(FileType)) {
             Reply reply = co_await Download(services, exchange, actor, path);

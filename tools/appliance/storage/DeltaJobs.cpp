@@ -3,6 +3,7 @@
 #include "http/Errors.h"
 #include "http/Guid.h"
 #include "storage/Contents.h"
+#include "storage/Mappings.h"
 
 namespace appliance {
 
@@ -18,6 +19,7 @@ Item RequireBase(Database& database, std::optional<std::uint64_t> capacity, cons
     if (!base) {
         throw ApiError(ErrorId::ItemMissing, "There is no such item");
     }
+    RequireCapability(database, path, Capability::Deltas);
     // Until the commit, the old content, the new one and the delta are there at the same time.
     tree.CheckRoom(job.size + job.deltaSize, 0);
     return std::move(*base);

@@ -5,6 +5,7 @@
 
 #include "http/Errors.h"
 #include "storage/Contents.h"
+#include "storage/Mappings.h"
 
 namespace appliance {
 
@@ -102,7 +103,10 @@ void Uploads::Begin(const Actor& actor, const UploadKey& key, const ItemPath& pa
                     const std::optional<std::string>& revision) {
     RemoveExpired();
     static_cast<void>(Remove(key));
-    m_data.Read([&](Database& database) { Tree(database, m_capacity).CheckTarget(actor, path, size, revision); });
+    m_data.Read([&](Database& database) {
+        Tree(database, m_capacity).CheckTarget(actor, path, size, revision);
+        RequireCapability(database, path, Capability::ResumableUploads);
+    });
 }
 
 void Uploads::CheckRoom(const Actor& actor, const ItemPath& path, const Upload& upload) {
