@@ -159,6 +159,7 @@ TEST_F(DeltaUploads, ThatAreNoDeltasStoreNothing) {
         HandMade("\xFF"),
         HandMade(Copy(0, 8)),
         HandMade(Copy(7, 1)),
+        HandMade(Copy(0x7FFF'FFFF'FFFF'FFFF, 1)),
         HandMade(Copy(~std::uint64_t{0}, 1)),
         HandMade(Copy(0, ~std::uint64_t{0})),
         HandMade(Literal(~std::uint64_t{0}, "x")),

@@ -1,6 +1,7 @@
 #include "storage/Deltas.h"
 
 #include <librsync.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -124,14 +125,30 @@ rs_result Drive(rs_job_t* job, Source source, const Output& output) {
     }
 }
 
+struct PatchBase {
+    const FileDescriptor& file;
+    std::uint64_t size;
+};
+
+std::uint64_t SizeOf(const FileDescriptor& file) {
+    struct stat status {};
+    if (::fstat(file.Get(), &status) != 0) {
+        throw std::system_error(errno, std::generic_category(), "looking at a content file");
+    }
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
 // librsync's way to ask for a piece of the base. Asked for what is behind its end, the delta is for another base.
 // Exceptions must not pass through librsync.
 rs_result CopyFromBase(void* opaque, rs_long_t position, std::size_t* length, void** buffer) {
     try {
-        const auto& base = *static_cast<const FileDescriptor*>(opaque);
-        const std::size_t wanted = *length;
-        *length = ReadAt(base, static_cast<char*>(*buffer), wanted, static_cast<std::uint64_t>(position));
-        return *length == 0 && wanted != 0 ? RS_INPUT_ENDED : RS_DONE;
+        const auto& base = *static_cast<const PatchBase*>(opaque);
+        const auto offset = static_cast<std::uint64_t>(position);
+        if (offset >= base.size) {
+            return RS_INPUT_ENDED;
+        }
+        *length = ReadAt(base.file, static_cast<char*>(*buffer), *length, offset);
+        return *length == 0 ? RS_INPUT_ENDED : RS_DONE;
     } catch (const std::system_error&) {
         return RS_IO_ERROR;
     }
@@ -155,7 +172,8 @@ class OutOfTime : public std::exception {};
 void ApplyDelta(const FileDescriptor& base, const FileDescriptor& delta, std::uint64_t size, ContentWriter& result,
                 const Checkpoint& checkpoint) {
     Silence();
-    const Job job(rs_patch_begin(CopyFromBase, const_cast<FileDescriptor*>(&base)));
+    PatchBase patched{base, SizeOf(base)};
+    const Job job(rs_patch_begin(CopyFromBase, &patched));
     checkpoint(0);
     const rs_result outcome = Drive(job.get(), FileSource(delta), [&](std::string_view bytes) {
         if (bytes.size() > size - result.Size()) {
