@@ -201,8 +201,8 @@ QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpWriteData(HINTERNET request, LPCVOID b
 //
 // Redirects within the host are followed as the policy says, authentication is answered when credentials are set. A
 // body that was written with WinHttpWriteData cannot be sent again: such a redirect (307, 308) or challenge fails with
-// ERROR_WINHTTP_RESEND_REQUEST (12032). One handed in as optional data is sent again. Negotiate is answered once, with a
-// ticket; a 401 to that is the reply. Getting the ticket from the realm's centre cannot be cancelled and keeps to the
+// ERROR_WINHTTP_RESEND_REQUEST (12032). One handed in as optional data is sent again. Negotiate is answered once, with
+// a ticket; a 401 to that is the reply. Getting the ticket from the realm's centre cannot be cancelled and keeps to the
 // time-outs of the Kerberos library.
 //
 // A body that is shorter than announced: the server is given the time to answer all the same. When one to three bytes
