@@ -1,7 +1,9 @@
 #include "integration/support/Appliance.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <thread>
@@ -121,6 +123,33 @@ std::uint64_t Appliance::ConnectionCount() const {
 
 void Appliance::AddFaults(const nlohmann::json& rules) const {
     static_cast<void>(Control("POST", "/faults", rules.dump()));
+}
+
+void Appliance::OrderWipe(const std::string& device) const {
+    static_cast<void>(Control("POST", "/wipe", "user=anna&device=" + device));
+}
+
+std::vector<std::string> Appliance::AuditTexts() const {
+    std::vector<std::string> texts;
+    const nlohmann::json report = Control("GET", "/audit");
+    for (const nlohmann::json& entry : report.at("audit")) {
+        texts.push_back(entry.at("data").get<std::string>());
+    }
+    return texts;
+}
+
+std::vector<nlohmann::json> Appliance::Letters() const {
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder / "data/outbox")) {
+        files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    std::vector<nlohmann::json> letters;
+    for (const auto& file : files) {
+        std::ifstream stream(file);
+        letters.push_back(nlohmann::json::parse(stream));
+    }
+    return letters;
 }
 
 std::uint64_t Appliance::UnusedFaults() const {

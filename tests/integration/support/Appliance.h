@@ -38,6 +38,13 @@ public:
     // Rules that no request met; a test expects 0 at its end.
     [[nodiscard]] std::uint64_t UnusedFaults() const;
 
+    // Orders a remote wipe of one of anna's devices.
+    void OrderWipe(const std::string& device) const;
+    // The texts that clients have posted to the logging endpoint, oldest first.
+    [[nodiscard]] std::vector<std::string> AuditTexts() const;
+    // The letters that the server has sent, in their order.
+    [[nodiscard]] std::vector<nlohmann::json> Letters() const;
+
     void Kill();   // SIGKILL
     void Start();  // again, on the same ports and data
     [[nodiscard]] Process& ServerProcess() { return m_process; }
