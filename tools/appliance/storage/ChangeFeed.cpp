@@ -1,6 +1,7 @@
 #include "storage/ChangeFeed.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "storage/Ticks.h"
 
@@ -9,6 +10,7 @@ namespace appliance {
 namespace {
 
 constexpr std::int64_t MostChanges = 1000;
+constexpr std::chrono::milliseconds Patience{200};
 constexpr Ticks OldestAge = Ticks{30} * 24 * 3600 * 10'000'000;
 
 struct Batch {
@@ -75,17 +77,18 @@ void ChangeFeed::Begin(const Actor& actor) {
 
 std::shared_ptr<ChangeFeed::Handover> ChangeFeed::Collect(const Actor& actor) {
     Begin(actor);
-    const std::lock_guard lock(m_lock);
-    std::list<Step>& steps = m_steps[{actor.user, actor.device}];
+    const Reader reader{actor.user, actor.device};
+    std::unique_lock lock(m_lock);
+    m_settled.wait_for(lock, Patience, [&] { return !m_steps.contains(reader); });
+    const auto earlier = m_steps.find(reader);
     Batch batch = m_data.Read([&](Database& database) {
-        return ReadBehind(database, actor,
-                          steps.empty() ? PositionOf(database, actor).value_or(0) : steps.back().until);
+        return ReadBehind(
+            database, actor,
+            earlier == m_steps.end() ? PositionOf(database, actor).value_or(0) : earlier->second.back().until);
     });
     const std::uint64_t number = ++m_lastNumber;
     if (batch.until > batch.from) {
-        steps.push_back({number, batch.until, false});
-    } else if (steps.empty()) {
-        m_steps.erase({actor.user, actor.device});
+        m_steps[reader].push_back({number, batch.until, false});
     }
     return std::make_shared<Handover>(*this, actor, number, std::move(batch.contents));
 }
@@ -112,6 +115,7 @@ void ChangeFeed::Complete(const Actor& actor, std::uint64_t number) {
     steps.erase(steps.begin(), waiting);
     if (steps.empty()) {
         m_steps.erase(found);
+        m_settled.notify_all();
     }
 }
 
@@ -127,6 +131,7 @@ void ChangeFeed::Abandon(const Actor& actor, std::uint64_t number) {
                 steps.end());
     if (steps.empty()) {
         m_steps.erase(found);
+        m_settled.notify_all();
     }
 }
 

@@ -8,10 +8,13 @@
 //     ... write handover->Contents() ...
 //     handover->Complete();
 //
-// A handover that goes without Complete was none: its changes come again. Several may be under way for one device; a
-// later one begins where the earlier one ends. Safe for every thread.
+// A handover that goes without Complete was none: its changes come again. A device that asks while one of its
+// handovers is under way waits a moment for what becomes of it: a client sees the end of an answer, or of a connection,
+// a little before the server does. Behind one that takes longer, the next one begins where it ends. Safe for every
+// thread.
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <list>
 #include <map>
@@ -51,6 +54,7 @@ public:
 
     // The device exists from now on, unless it did already.
     void Begin(const Actor& actor);
+    // Blocks for the disk, and for a fraction of a second at most for an earlier handover.
     [[nodiscard]] std::shared_ptr<Handover> Collect(const Actor& actor);
     // Changes that no device is told any more, because of their age.
     void DropOld();
@@ -70,6 +74,7 @@ private:
 
     DataFile& m_data;
     std::mutex m_lock;
+    std::condition_variable m_settled;
     std::uint64_t m_lastNumber = 0;
     std::map<Reader, std::list<Step>> m_steps;
 };
