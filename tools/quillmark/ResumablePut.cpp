@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "LocalFiles.h"
+#include "Paths.h"
 #include "System.h"
 
 namespace quillmark::cli {
@@ -13,6 +14,7 @@ constexpr int MostSetbacks = 3;
 
 // The server's numbers that an upload is led by.
 constexpr DWORD UploadUnknown = SERVER_ERROR_BASE + 1002;
+constexpr DWORD ItemUnknown = UploadUnknown;  // one number for both
 constexpr DWORD UploadBusy = SERVER_ERROR_BASE + 1030;
 
 // Whether the server itself said no.
@@ -47,8 +49,7 @@ ResumablePut::Result ResumablePut::Run(const WideString& local, const WideString
         return SERVER_ERROR_REVISION_MISMATCH;
     }
     if (attempt.begun && attempt.offset == attempt.record.file.size) {
-        error = Complete(attempt, stored);
-        return error == UploadUnknown ? Result() : error;
+        return Complete(attempt, stored);
     }
     return SendChunks(attempt, stored);
 }
@@ -115,7 +116,7 @@ ResumablePut::Result ResumablePut::SendChunks(Attempt& attempt, Attributes& stor
             return result;
         }
     } while (stored == nullptr && !(attempt.begun && attempt.offset == size));
-    return stored == nullptr ? Complete(attempt, stored) : ERROR_SUCCESS;
+    return stored == nullptr ? Complete(attempt, stored) : Result(ERROR_SUCCESS);
 }
 
 // stored stays null until the item is.
@@ -140,7 +141,9 @@ ResumablePut::Result ResumablePut::SendChunk(Attempt& attempt, Attributes& store
     error = m_client.Api().ResumableUpload(record.key.local, record.key.remote, item, record.id, offset, sent, first,
                                            m_client.CancelEvent(), nullptr, 0);
     if (error != ERROR_SUCCESS) {
-        return Recover(attempt, error, offset);
+        // A file that became shorter in the middle of its chunk fails here.
+        const bool changed = !m_client.Options().Interrupted() && HasChanged(record);
+        return changed && Abandon(record) == ERROR_SUCCESS ? Result() : Recover(attempt, error, offset);
     }
     attempt.begun = true;
     attempt.setbacks = 0;
@@ -247,22 +250,29 @@ DWORD ResumablePut::Finish(const Attempt& attempt, const Attributes& item) {
                                           m_client.CancelEvent(), nullptr, 0);
 }
 
-DWORD ResumablePut::Complete(Attempt& attempt, Attributes& stored) {
+ResumablePut::Result ResumablePut::Complete(Attempt& attempt, Attributes& stored) {
     const UploadKey& key = attempt.record.key;
     const Attributes item = attempt.attributes->Clone();
-    const DWORD error = Finish(attempt, item);
+    DWORD error = Finish(attempt, item);
     if (error == SERVER_ERROR_REVISION_MISMATCH) {
         return KeepConflict(attempt);
     }
-    if (error == UploadUnknown) {
-        const DWORD removal = m_store.Remove(key);
-        return removal == ERROR_SUCCESS ? error : removal;
+    if (error == UploadUnknown && !IsFolderMissing(key.remote)) {
+        // Forgotten meanwhile, or stored, and the item is gone since.
+        error = Abandon(attempt.record);
+        return error == ERROR_SUCCESS ? Result() : error;
     }
     if (error != ERROR_SUCCESS) {
         return error;
     }
     stored = item;
     return m_store.Remove(key);
+}
+
+bool ResumablePut::IsFolderMissing(const WideString& remote) const {
+    Attributes folder;
+    const WideString path = ServerPath(remote.Substring(0, remote.size() - LeafName(remote).size()));
+    return m_client.Api().GetPathAttributes(path, folder, m_client.CancelEvent()).error == ItemUnknown;
 }
 
 DWORD ResumablePut::Ask(const UploadRecord& record, std::int64_t& received, bool& waited) const {

@@ -72,7 +72,9 @@ private:
     [[nodiscard]] DWORD AskAfterSetback(Attempt& attempt, DWORD setback, std::int64_t& received);
     // Has the server store what it has.
     [[nodiscard]] DWORD Finish(const Attempt& attempt, const Attributes& item);
-    [[nodiscard]] DWORD Complete(Attempt& attempt, Attributes& stored);
+    Result Complete(Attempt& attempt, Attributes& stored);
+    // Whether the folder that the item goes to is missing.
+    [[nodiscard]] bool IsFolderMissing(const WideString& remote) const;
     // The server refused to store what it has.
     [[nodiscard]] DWORD KeepConflict(Attempt& attempt);
 

@@ -64,6 +64,9 @@ private:
     void Serve(test::Peer& peer) {
         for (std::string head = peer.ReadHead(); !head.empty(); head = peer.ReadHead()) {
             head.erase(0, head.find_first_not_of("\r\n"));
+            if (head.empty()) {
+                return;  // the line breaks that were owed, and the end
+            }
             const std::string boundary = "boundary=\"";
             if (const std::size_t start = head.find(boundary); start != std::string::npos) {
                 const std::size_t from = start + boundary.size();

@@ -99,7 +99,6 @@ TEST_F(ResumableTest, KilledInTheMiddleOfAChunkItSendsThatOneAgain) {
     WriteFile(content);
     FaultAtChunk(2, {{"kind", "stall"}, {"direction", "request"}, {"after", 20'000}, {"ms", 1500}});
     Process process(Command(Put()), Local("out"), Local("err"), HomeEnvironment());
-    ASSERT_TRUE(Await([this] { return Posts() == 2; }));
     ASSERT_TRUE(Await([this] { return Server().UnusedFaults() == 0; }));
     process.Signal(SIGKILL);
     ASSERT_EQ(128 + SIGKILL, process.Wait());
@@ -134,7 +133,7 @@ TEST_F(ResumableTest, GoesOnAfterTheServerWasKilled) {
     WriteFile(content);
     FaultAtChunk(2, {{"kind", "stall"}, {"direction", "request"}, {"after", 20'000}, {"ms", 60'000}});
     Process process(Command(Put()), Local("out"), Local("err"), HomeEnvironment());
-    ASSERT_TRUE(Await([this] { return Posts() == 2 && Server().UnusedFaults() == 0; }));
+    ASSERT_TRUE(Await([this] { return Server().UnusedFaults() == 0; }));
     Server().Kill();
     EXPECT_EQ(3, process.Wait()) << Read(Local("err"));
     Server().Start();
@@ -148,7 +147,7 @@ TEST_F(ResumableTest, InterruptedItKeepsWhatItSent) {
     WriteFile(content);
     FaultAtChunk(2, {{"kind", "stall"}, {"direction", "request"}, {"after", 20'000}, {"ms", 1000}});
     Process process(Command(Put()), Local("out"), Local("err"), HomeEnvironment());
-    ASSERT_TRUE(Await([this] { return Posts() == 2 && Server().UnusedFaults() == 0; }));
+    ASSERT_TRUE(Await([this] { return Server().UnusedFaults() == 0; }));
     process.Signal(SIGINT);
     EXPECT_EQ(7, process.Wait());
     EXPECT_EQ("0 files, 0 folders, 0 bytes, 1 failed, cancelled\n", Read(Local("err")));

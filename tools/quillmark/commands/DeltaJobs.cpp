@@ -11,6 +11,7 @@ namespace {
 
 struct DeltaJobsOptions {
     std::vector<std::string> jobs;
+    std::string job;
     std::string local;
     std::string revision;
 };
@@ -43,7 +44,7 @@ ExitCode ShowStates(const DeltaJobsOptions& options, const GlobalOptions& global
 }
 
 ExitCode Commit(const DeltaJobsOptions& options, const GlobalOptions& global) {
-    const GUID job = RequireJob(options.jobs.front());
+    const GUID job = RequireJob(options.job);
     Client client(global);
     client.Resume();
     CommitJob(client, job, global.Path(options.local), options.revision);
@@ -78,7 +79,7 @@ void RegisterDeltaJobs(CLI::App& program, const GlobalOptions& global, Action& a
         [options, &global, &action] { action = [options, &global] { return ShowStates(*options, global); }; });
 
     CLI::App* commit = command->add_subcommand("commit", "Let the item become what the job made");
-    commit->add_option("job", options->jobs, "The job's identifier")->required()->expected(1);
+    commit->add_option("job", options->job, "The job's identifier")->required();
     commit
         ->add_option("local", options->local,
                      "The local file with the new contents: its size must be the result's, its times go to the item")

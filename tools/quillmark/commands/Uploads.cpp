@@ -17,6 +17,7 @@ constexpr DWORD UploadUnknown = SERVER_ERROR_BASE + 1002;
 
 struct UploadsOptions {
     std::vector<std::string> uploads;
+    std::string upload;
     std::string newPath;
 };
 
@@ -104,7 +105,7 @@ ExitCode Complete(const UploadsOptions& options, const GlobalOptions& global) {
     Client client(global);
     client.Resume();
     const UploadStore store(global.sessionPath);
-    const std::string& named = options.uploads.front();
+    const std::string& named = options.upload;
     const Records selected = Select(AllRecords(store, client.Session()), named, global);
     if (selected.size() > 1) {
         throw Failure("several uploads go to '" + named + "'; name one by its identifier (see 'quillmark uploads')",
@@ -147,9 +148,7 @@ void RegisterUploads(CLI::App& program, const GlobalOptions& global, Action& act
 
     CLI::App* complete =
         command->add_subcommand("complete", "Store an upload that the server has in full, also under another path");
-    complete->add_option("upload", options->uploads, "Its identifier, or the server path that it goes to")
-        ->required()
-        ->expected(1);
+    complete->add_option("upload", options->upload, "Its identifier, or the server path that it goes to")->required();
     complete
         ->add_option("newpath", options->newPath,
                      "The item's path on the server; with a trailing / the folder to put it in")
