@@ -66,7 +66,7 @@ TEST_F(FaultRules, AreUsedOnceEachAndTellWhich) {
 TEST_F(FaultRules, MeetTheirMethodAndTheirDecodedPathOnly) {
     AddFaults({Rule("GET", "/folders/a b", "reply", {{"status", 500}}),
                Rule("GET", "/folders/x", "reply", {{"status", 501}, {"match", "prefix"}})});
-    EXPECT_EQ(Curl({"-X", "DELETE", Url("/folders/a%20b")}).status, 405);
+    EXPECT_EQ(Curl({"-X", "PUT", Url("/folders/a%20b")}).status, 405);
     EXPECT_EQ(Curl({Url("/folders/a%20b/c")}).status, 404);
     EXPECT_EQ(Curl({Url("/folders/a%20b?type=all")}).status, 500);
     EXPECT_EQ(Curl({Url("/folders/w/x")}).status, 404);
