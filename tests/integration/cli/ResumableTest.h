@@ -60,6 +60,18 @@ protected:
     }
     // Requests with a chunk, or with a completion, since the counters were reset.
     [[nodiscard]] std::uint64_t Posts() { return Server().RequestCount("POST", Resource); }
+    // Starts to send a file of five chunks of 2 MiB, so large that a request is held up in the middle of the third one.
+    Process StartHeldUp(const std::string& content, int milliseconds) {
+        WriteFile(content);
+        FaultAtChunk(2, {{"kind", "stall"}, {"direction", "request"}, {"after", 1'000'000}, {"ms", milliseconds}});
+        Process process(Command(PutLarge()), Local("out"), Local("err"), HomeEnvironment());
+        EXPECT_TRUE(Await([this] { return Server().UnusedFaults() == 0; }));
+        return process;
+    }
+    [[nodiscard]] Arguments PutLarge() const {
+        return {"put", "-q", "--resumable", "--chunk", "2M", Local("file"), "/f"};
+    }
+    static constexpr std::size_t LargeSize = 10 * 1024 * 1024;
     // Waits for something that has no event of its own.
     static bool Await(const std::function<bool()>& holds) {
         const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);

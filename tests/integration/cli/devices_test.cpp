@@ -38,7 +38,7 @@ TEST_F(DevicesTest, ChangesTellsWhatTheOtherOneDid) {
     EXPECT_EQ(
         "create\t/folder\n"
         "upload\t/folder/a\n"
-        "rename\t/folder/b\n"
+        "move\t/folder/a\t/folder/b\n"
         "move\t/folder/b\t/c\n"
         "update\t/c\t/c\n"
         "delete\t/c\n",

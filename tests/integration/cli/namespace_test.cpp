@@ -121,13 +121,13 @@ TEST_F(NamespaceCommandTest, TouchMakesNothingAndRefusesNonsense) {
 }
 
 TEST_F(NamespaceCommandTest, FoldersShowsMappedFolders) {
-    StartAndLogin(
-        {"--no-sync", "--mapping", "Work;type=smb;mode=AUTOMATIC;description=The work", "--mapping",
-         "Archive;type=webdav;status=OFFLINE;readonly;no-sharing;no-delta;no-locking;no-resumable;limit=1000"});
+    StartAndLogin({"--no-sync", "--mapping", "Work;type=smb;mode=AUTOMATIC;description=The work", "--mapping",
+                   "Archive;type=webdav;status=OFFLINE;mode=OFFLINE;readonly;no-sharing;no-delta;no-locking;no-"
+                   "resumable;limit=1000"});
     const std::string lines = OutputOf({"folders"});
     EXPECT_NE(std::string::npos, lines.find("/Work\treachable\tautomatic\tsmb\t")) << lines;
     EXPECT_NE(std::string::npos, lines.find("\tdelta,locking,resumable,sharing\t-\tThe work\n")) << lines;
-    EXPECT_NE(std::string::npos, lines.find("/Archive\tunreachable\tmanual\twebdav\t")) << lines;
+    EXPECT_NE(std::string::npos, lines.find("/Archive\tunreachable\toffline\twebdav\t")) << lines;
     EXPECT_NE(std::string::npos, lines.find("\t-\t1000\t-\n")) << lines;
 }
 

@@ -15,7 +15,9 @@ protected:
     // A record is kept aside and put back later.
     void SaveRecords() const { std::filesystem::copy(Local("home/uploads"), Local("kept")); }
     void RestoreRecords() const {
-        std::filesystem::copy(Local("kept"), Local("home/uploads"), std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::copy(
+            Local("kept"), Local("home/uploads"),
+            std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
     }
 };
 

@@ -40,7 +40,8 @@ TEST_F(UploadsTest, CancelGivesUpHereAndThere) {
     std::filesystem::copy(Local("home/uploads"), Local("kept"));
     EXPECT_EQ("", OutputOf({"uploads", "cancel", "/f"}));
     EXPECT_EQ("", OutputOf({"uploads"}));
-    std::filesystem::copy(Local("kept"), Local("home/uploads"), std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::copy(Local("kept"), Local("home/uploads"),
+                          std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
     EXPECT_NE(std::string::npos, OutputOf({"uploads", "state"}).find("\t0\t327680\tunknown\t/f\t"));
     EXPECT_EQ("", OutputOf({"uploads", "cancel", Id()})) << "what the server does not know is given up as well";
     EXPECT_EQ("", OutputOf({"uploads"}));
