@@ -64,7 +64,8 @@ TEST_F(AccountCommandTest, StatsPostsATextAFileOrItsInput) {
     const ProcessResult kept =
         Process::Run({"curl", "--silent", "--noproxy", "*", Server().HttpUrl() + "/control/audit"});
     std::vector<std::string> texts;
-    for (const nlohmann::json& entry : nlohmann::json::parse(kept.output).at("audit")) {
+    const nlohmann::json reply = nlohmann::json::parse(kept.output);
+    for (const nlohmann::json& entry : reply.at("audit")) {
         texts.push_back(entry.at("data"));
     }
     std::sort(texts.begin(), texts.end());

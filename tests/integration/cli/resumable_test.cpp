@@ -102,7 +102,7 @@ TEST_F(ResumableTest, KilledInTheMiddleOfAChunkItSendsThatOneAgain) {
     const ProcessResult result = Quillmark(PutLarge());
     EXPECT_EQ(0, result.exitCode) << result.errors;
     EXPECT_TRUE(ContentOf("/f") == content);
-    EXPECT_EQ(6u, Posts());
+    EXPECT_EQ(5u, Posts()) << "the one that broke off is not counted";
 }
 
 TEST_F(ResumableTest, KilledAtManyMomentsItEndsWithTheRightBytes) {
