@@ -165,6 +165,18 @@ TEST_F(Init, ALoggingEndpointOfAnotherVersionMeansNoLogging) {
     EXPECT_TRUE(log.Has(Information, "Logging not supported on this appliance"));
 }
 
+TEST_F(Init, AServerThatNoLongerOffersLoggingLeavesThePathOfAnEarlierAttempt) {
+    ReplyEndpoints(R"({"1.3":{"path":"/qm/1.3","tos":7}})", R"({"1.0":{"path":"/audit/early","tos":0}})");
+    factory->Reply(500, "{}");
+    EXPECT_EQ(Run(), 20500u);
+    ReplyEndpoints(R"({"1.3":{"path":"/qm/1.3","tos":7}})");
+    ReplyMode(true);
+    EXPECT_EQ(Run(), 0u);
+    factory->Reply(200);
+    EXPECT_EQ(client->PublishSyncStats("text", nullptr), (StatusPair{0, 0}));
+    EXPECT_EQ(PathOfRequest(5), "/audit/early");
+}
+
 TEST_F(Init, TimeoutsThatCannotBeSetEndIt) {
     factory->Fail("SetTimeouts", 12018);
     EXPECT_EQ(Run(), 12018u);
