@@ -60,6 +60,7 @@ echo "$files files, $bytes bytes: this repository, difficult names, sizes around
 round_trip http "$http"
 round_trip https "$https"
 resumable_upload
+kept_and_given_up
 deltas
 pieces
 two_devices

@@ -1,5 +1,5 @@
 # Two devices of one user: the second one learns of the first one's changes, is kept out by a lock, and is refused with a
-# stale revision; then a share link and statistics. Read by demo.sh.
+# stale revision; then a share link, statistics, and a remote wipe. Read by demo.sh.
 
 two_devices() {
     local stale
@@ -35,4 +35,10 @@ two_devices() {
     client stats '{"uploads": 3, "conflicts": 2}'
     client rm --revision "$(revision_of /team/report.txt)" /team/report.txt
     refused 5 client stat /team/report.txt
+
+    second register
+    curl --silent --fail -o "$work/curl.reply" --data "user=anna&device=laptop" "$http/control/wipe"
+    refused 4 second ls /team
+    second wipe-ack
+    echo "the laptop was ordered to be wiped, and has confirmed it"
 }

@@ -39,7 +39,10 @@ WideString ServerPath(const WideString& text) {
 
 std::string Printable(const WideString& text) {
     WideString shown = text;
-    WideChar* units = shown.empty() ? nullptr : shown.MutableData();
+    if (shown.empty()) {
+        return {};
+    }
+    WideChar* units = shown.MutableData();
     for (std::size_t index = 0; index < shown.size(); ++index) {
         const bool control = units[index] < 0x20 || (units[index] >= 0x7F && units[index] < 0xA0);
         if (control) {

@@ -1,4 +1,5 @@
 // quillmark delta-jobs: deltas that the server applies in the background.
+#include <algorithm>
 #include <memory>
 
 #include "Client.h"
@@ -52,10 +53,8 @@ ExitCode Commit(const DeltaJobsOptions& options, const GlobalOptions& global) {
 }
 
 ExitCode Cancel(const DeltaJobsOptions& options, const GlobalOptions& global) {
-    std::vector<GUID> jobs;
-    for (const std::string& text : options.jobs) {
-        jobs.push_back(RequireJob(text));
-    }
+    std::vector<GUID> jobs(options.jobs.size());
+    std::transform(options.jobs.begin(), options.jobs.end(), jobs.begin(), RequireJob);
     Client client(global);
     client.Resume();
     for (const GUID& job : jobs) {

@@ -24,7 +24,7 @@ CAttributeTime RequireTime(const std::string& text) {
 
 // What is not asked for stays unset: the server then keeps what the item has.
 std::shared_ptr<IServerAttributes> Wanted(const TouchOptions& options) {
-    const std::shared_ptr<IServerAttributes> wanted = MakeAttributes();
+    std::shared_ptr<IServerAttributes> wanted = MakeAttributes();
     if (!options.created.empty()) {
         wanted->SetCreationTime(RequireTime(options.created));
     }
