@@ -17,6 +17,9 @@ set(quillmark_link_flags
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${quillmark_link_flags}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${quillmark_link_flags}")
 
+# What is built runs here all the same.
+set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine.sh)
+
 # scripts/windows-dependencies.sh installs there.
 get_filename_component(quillmark_dependencies ${CMAKE_CURRENT_LIST_DIR}/../build/windows-dependencies/prefix ABSOLUTE)
 set(CMAKE_FIND_ROOT_PATH ${quillmark_dependencies} /usr/x86_64-w64-mingw32)
