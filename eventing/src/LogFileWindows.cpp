@@ -12,6 +12,10 @@ namespace {
 // The longest path that the system takes, its end included.
 constexpr int LongestPath = 32768;
 
+// One record at a time in this process: Windows appends in one piece, Wine looks for the end first and writes then.
+// A lock without a destructor: threads may log while the process ends.
+SRWLOCK writing = SRWLOCK_INIT;
+
 }  // namespace
 
 LogFile::LogFile(LogFile&& other) noexcept : m_file(std::exchange(other.m_file, INVALID_HANDLE_VALUE)) {}
@@ -53,16 +57,18 @@ DWORD LogFile::Open(const char* path) noexcept {
 }
 
 void LogFile::Write(std::string_view record) const noexcept {
+    ::AcquireSRWLockExclusive(&writing);
     while (!record.empty()) {
         DWORD written = 0;
         constexpr std::size_t LargestPiece = 0x40000000;
         const DWORD piece = static_cast<DWORD>(record.size() < LargestPiece ? record.size() : LargestPiece);
         if (::WriteFile(m_file, record.data(), piece, &written, nullptr) == FALSE || written == 0) {
-            return;
+            break;
         }
         // A second round is for a pipe or a nearly full disk only: a file takes the record whole.
         record.remove_prefix(written);
     }
+    ::ReleaseSRWLockExclusive(&writing);
 }
 
 }  // namespace Eventing
