@@ -47,8 +47,8 @@ OwnerOnly::OwnerOnly() noexcept {
     }
     std::wcscat(description, identifier.get());
     std::wcscat(description, L")");
-    if (::ConvertStringSecurityDescriptorToSecurityDescriptorW(
-            description, SDDL_REVISION_1, &m_attributes.lpSecurityDescriptor, nullptr) == FALSE) {
+    if (::ConvertStringSecurityDescriptorToSecurityDescriptorW(description, SDDL_REVISION_1,
+                                                               &m_attributes.lpSecurityDescriptor, nullptr) == FALSE) {
         m_error = ::GetLastError();
     }
 }

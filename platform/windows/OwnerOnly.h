@@ -1,5 +1,5 @@
-// OwnerOnly: the security attributes of a new file or folder that nobody but the present user may look into, whatever the
-// folder above grants.
+// OwnerOnly: the security attributes of a new file or folder that nobody but the present user may look into, whatever
+// the folder above grants.
 //
 //     const OwnerOnly rights;
 //     HANDLE file = CreateFileW(path, GENERIC_WRITE, 0, rights.Get(), CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);

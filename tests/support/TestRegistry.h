@@ -1,5 +1,5 @@
-// Windows: a registry of the test's own. While it lives, this process sees two empty keys as the machine's and the user's
-// registry; what it writes there is gone with it.
+// Windows: a registry of the test's own. While it lives, this process sees two empty keys as the machine's and the
+// user's registry; what it writes there is gone with it.
 #pragma once
 
 #include <random>

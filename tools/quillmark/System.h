@@ -24,8 +24,8 @@ void PrepareOutput();
 // The path with "/" between its names, whatever else the system takes there too.
 [[nodiscard]] WideString WithSlashes(const WideString& path);
 
-// Whether this is the name of one file or folder, within the folder that it is put in, and of no device: what comes from
-// a server becomes a local name only then.
+// Whether this is the name of one file or folder, within the folder that it is put in, and of no device: what comes
+// from a server becomes a local name only then.
 [[nodiscard]] bool IsLocalName(const WideString& name);
 
 // An environment variable's value as UTF-8, empty when it is not set.
