@@ -2,6 +2,7 @@
 # Builds and runs every suite; ends with "N passed, M failed, K skipped". Exits non-zero when something failed.
 #
 #   ./test.sh                  every suite in the optimised build
+#   ./test.sh --windows        and the Windows build's suites under Wine
 #   ./test.sh --sanitizers     and again under AddressSanitizer with UndefinedBehaviorSanitizer, and ThreadSanitizer
 #
 # Works on a fresh Debian 12 machine as root or with sudo: it installs the packages that are missing.
@@ -9,13 +10,15 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 presets=(linux)
+packages=test
 case "${1:-}" in
 --sanitizers) presets=(linux asan tsan) ;;
+--windows) presets=(linux windows) packages=windows ;;
 "") ;;
-*) echo "usage: ./test.sh [--sanitizers]" >&2; exit 2 ;;
+*) echo "usage: ./test.sh [--sanitizers|--windows]" >&2; exit 2 ;;
 esac
 
-scripts/packages.sh test
+scripts/packages.sh "$packages"
 results=build/results
 mkdir -p "$results"
 rm -f "$results"/*.xml
