@@ -37,8 +37,8 @@ std::string Ask(const std::string& url, const std::wstring& verb, const std::wst
     const auto port = static_cast<INTERNET_PORT>(std::stoul(url.substr(colon + 1)));
     const Internet session = Must(::WinHttpOpen(L"test", WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, 0));
     const Internet connection = Must(::WinHttpConnect(session.get(), host.c_str(), port, 0));
-    const Internet request = Must(
-        ::WinHttpOpenRequest(connection.get(), verb.c_str(), resource.c_str(), nullptr, nullptr, nullptr, 0));
+    const Internet request =
+        Must(::WinHttpOpenRequest(connection.get(), verb.c_str(), resource.c_str(), nullptr, nullptr, nullptr, 0));
     const auto size = static_cast<DWORD>(body.size());
     Must(::WinHttpSendRequest(request.get(), L"Content-Type: application/json", DWORD(-1),
                               const_cast<char*>(body.data()), size, size, 0));

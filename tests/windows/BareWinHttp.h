@@ -1,5 +1,5 @@
-// Requests of the test's own, made with Windows' functions and nothing of the library's: what a test tells the reference
-// server, and what WinHTTP itself leaves behind.
+// Requests of the test's own, made with Windows' functions and nothing of the library's: what a test tells the
+// reference server, and what WinHTTP itself leaves behind.
 #pragma once
 
 #include <string>

@@ -95,8 +95,8 @@ DWORD Host::Upload(const WideString& serverPath, const std::string& content) con
 }
 
 std::string Host::ContentOf(const WideString& serverPath) const {
-    const DWORD error = m_client->DownloadFile(serverPath, Path("download"), nullptr, MakeAttributes(), QM_W(""),
-                                               nullptr, nullptr, 0);
+    const DWORD error =
+        m_client->DownloadFile(serverPath, Path("download"), nullptr, MakeAttributes(), QM_W(""), nullptr, nullptr, 0);
     return error == 0 ? Read("download") : "error " + std::to_string(error);
 }
 
