@@ -8,6 +8,7 @@ shift
 mkdir -p build
 exec 9>build/.lock
 flock 9
+[ "$preset" != windows ] || scripts/windows-dependencies.sh
 [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" >"build/configure-$preset.log" || {
     cat "build/configure-$preset.log"
     exit 1

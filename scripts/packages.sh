@@ -4,6 +4,7 @@
 #
 #   scripts/packages.sh build    what ./demo.sh needs
 #   scripts/packages.sh test     that, and what ./test.sh needs beside it
+#   scripts/packages.sh windows  all of it, and what the Windows build and its tests under Wine need
 set -euo pipefail
 
 build=(
@@ -20,9 +21,17 @@ tests=(
     krb5-kdc krb5-admin-server krb5-user apache2-bin libapache2-mod-auth-gssapi  # tickets, and who asks for them
     iproute2 procps binutils clang-format clang-tidy-16
 )
+windows=(
+    g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
+    googletest                                         # its sources, which are built for Windows as well
+    wine wine64
+)
 
 wanted=("${build[@]}")
-[ "${1:-build}" = test ] && wanted+=("${tests[@]}")
+case "${1:-build}" in
+test) wanted+=("${tests[@]}") ;;
+windows) wanted+=("${tests[@]}" "${windows[@]}") ;;
+esac
 
 missing=()
 for package in "${wanted[@]}"; do

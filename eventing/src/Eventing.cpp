@@ -89,13 +89,18 @@ std::uint64_t OpenLog(const char* path, int level) {
     if (path == nullptr || level < 1 || level > 4) {
         return Fail(ERROR_INVALID_PARAMETER);
     }
+    const DWORD before = ::GetLastError();
     try {
         LogFile file;
         if (const DWORD error = file.Open(path); error != ERROR_SUCCESS) {
             return Fail(error);
         }
         const std::uint64_t context = Table().Add(std::move(file), level);
-        return context == 0 ? Fail(ERROR_NO_SYSTEM_RESOURCES) : context;
+        if (context == 0) {
+            return Fail(ERROR_NO_SYSTEM_RESOURCES);
+        }
+        ::SetLastError(before);
+        return context;
     } catch (...) {
         return Fail(ERROR_NOT_ENOUGH_MEMORY);
     }

@@ -23,7 +23,11 @@ public:
     void Write(std::string_view record) const noexcept;
 
 private:
+#ifdef _WIN32
+    HANDLE m_file = INVALID_HANDLE_VALUE;
+#else
     int m_descriptor = -1;
+#endif
 };
 
 }  // namespace Eventing

@@ -12,7 +12,7 @@ namespace {
 constexpr int LogEverything = 4;
 
 std::string DeviceName() {
-    const std::string name = Environment("HOSTNAME");
+    const std::string name = ComputerName();
     return name.empty() ? "quillmark" : name;
 }
 
@@ -42,6 +42,12 @@ void TrustAuthorities(const WideString& path) {
     if (error == ERROR_INVALID_DATA) {
         throw Failure("'" + Printable(path) + "' holds no certificate in PEM form", ExitCode::LocalFile);
     }
+    if (error == ERROR_NOT_SUPPORTED) {
+        throw Failure("the certificates in '" + Printable(path) +
+                          "' are trusted once they are in this system's store of trusted root certificates; put them "
+                          "there, --ca does not",
+                      ExitCode::LocalFile);
+    }
     Require(error, "cannot read the certificates '" + Printable(path) + "'");
 }
 
@@ -50,10 +56,10 @@ void TrustAuthorities(const WideString& path) {
 WideString GlobalOptions::Path(const std::string& argument) const {
     for (const auto& [bytes, wide] : arguments) {
         if (bytes == argument) {
-            return wide;
+            return WithSlashes(wide);
         }
     }
-    return WidenUtf8(argument);
+    return WithSlashes(WidenUtf8(argument));
 }
 
 bool GlobalOptions::Interrupted() const {

@@ -81,12 +81,14 @@ int main(int count, char** values) {
         registration(program, options, action);
     }
     program.footer(Epilogue);  // now, so that the commands' own help does not repeat it
-    const std::vector<WideString> wide = Arguments(count, values);
-    for (int index = 1; index < count; ++index) {
-        options.arguments.emplace_back(values[index], wide[static_cast<std::size_t>(index) - 1]);
+    PrepareOutput();
+    std::vector<std::string> backwards;  // as the parser takes them
+    for (const Argument& argument : Arguments(count, values)) {
+        options.arguments.emplace_back(argument.bytes, argument.path);
+        backwards.insert(backwards.begin(), argument.bytes);
     }
     try {
-        program.parse(count, values);
+        program.parse(std::move(backwards));
     } catch (const CLI::ParseError& error) {
         return program.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::Usage);
     }

@@ -37,6 +37,10 @@ WideString ServerPath(const WideString& text) {
     return path;
 }
 
+bool IsText(const WideString& path) {
+    return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, path.c_str(), -1, nullptr, 0, nullptr, nullptr) != 0;
+}
+
 std::string Printable(const WideString& text) {
     WideString shown = text;
     if (shown.empty()) {

@@ -21,6 +21,9 @@ namespace quillmark::cli {
 // names in it.
 [[nodiscard]] WideString ServerPath(const WideString& text);
 
+// Whether the wide text can go into a URL: it holds no half of a surrogate pair.
+[[nodiscard]] bool IsText(const WideString& path);
+
 // For messages and listings: control characters, and what is not text, are shown as '?', so that a name can neither
 // steer the terminal nor break a line.
 [[nodiscard]] std::string Printable(const WideString& text);

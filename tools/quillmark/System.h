@@ -8,15 +8,31 @@
 
 namespace quillmark::cli {
 
-// The program's arguments without its name, as paths: what is not text in the argument stays reachable as a file's
-// name.
-[[nodiscard]] std::vector<WideString> Arguments(int count, char** values);
+// One argument: its bytes, UTF-8 where it is text, and the same as a path. What is not text in an argument stays
+// reachable as a file's name, and no two arguments that differ have the same bytes.
+struct Argument {
+    std::string bytes;
+    WideString path;
+};
 
-// Whether the wide text can go into a URL: it holds no half of a surrogate pair.
-[[nodiscard]] bool IsText(const WideString& path);
+// The program's arguments without its name.
+[[nodiscard]] std::vector<Argument> Arguments(int count, char** values);
+
+// Makes standard output and standard error take the program's lines as they are: UTF-8, ended by line feeds.
+void PrepareOutput();
+
+// The path with "/" between its names, whatever else the system takes there too.
+[[nodiscard]] WideString WithSlashes(const WideString& path);
+
+// Whether this is the name of one file or folder, within the folder that it is put in, and of no device: what comes
+// from a server becomes a local name only then.
+[[nodiscard]] bool IsLocalName(const WideString& name);
 
 // An environment variable's value as UTF-8, empty when it is not set.
 [[nodiscard]] std::string Environment(const char* name);
+
+// What this computer is called, empty when it does not tell.
+[[nodiscard]] std::string ComputerName();
 
 // Asks for a secret on the terminal without echoing it. False when there is no terminal.
 [[nodiscard]] bool AskSecret(const std::string& prompt, std::string& secret);
@@ -39,7 +55,8 @@ namespace quillmark::cli {
 [[nodiscard]] DWORD WritePrivateFile(const WideString& path, const std::string& content);
 
 // Trusts the certificates of this PEM file, beside the system's and the user's, for the rest of the process. 0 or an
-// error code; ERROR_INVALID_DATA when the file holds none.
+// error code; ERROR_INVALID_DATA when the file holds none. ERROR_NOT_SUPPORTED where trust is the system's own business
+// and the system does not trust them yet.
 [[nodiscard]] DWORD TrustCertificates(const WideString& path);
 
 }  // namespace quillmark::cli

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "ErrorText.h"
+#include "Paths.h"
 #include "quillmark/platform/TrustedRoots.h"
 
 namespace quillmark::cli {
@@ -82,21 +83,34 @@ void WatchSignals(sigset_t signals, HANDLE event) {
 
 }  // namespace
 
-std::vector<WideString> Arguments(int count, char** values) {
-    std::vector<WideString> arguments;
+std::vector<Argument> Arguments(int count, char** values) {
+    std::vector<Argument> arguments;
     for (int index = 1; index < count; ++index) {
-        arguments.emplace_back(platform::PathFromBytes(values[index]));
+        arguments.push_back({values[index], platform::PathFromBytes(values[index])});
     }
     return arguments;
 }
 
-bool IsText(const WideString& path) {
-    return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, path.c_str(), -1, nullptr, 0, nullptr, nullptr) != 0;
+void PrepareOutput() {
+    // A reader who goes away is an error of the write, not the end of the program.
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+WideString WithSlashes(const WideString& path) {
+    return path;
+}
+
+bool IsLocalName(const WideString& name) {
+    return IsOwnName(name) && name.Find(QM_W('/')) == WideString::npos && name.Find(QM_W('\0')) == WideString::npos;
 }
 
 std::string Environment(const char* name) {
     const char* value = std::getenv(name);
     return value == nullptr ? std::string() : std::string(value);
+}
+
+std::string ComputerName() {
+    return Environment("HOSTNAME");
 }
 
 bool AskSecret(const std::string& prompt, std::string& secret) {
@@ -126,7 +140,6 @@ HANDLE InterruptEvent() {
     // Every thread made from here on inherits the mask, so that only the watcher sees these signals.
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::thread(WatchSignals, signals, event).detach();
-    std::signal(SIGPIPE, SIG_IGN);
     return event;
 }
 

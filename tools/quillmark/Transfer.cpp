@@ -14,11 +14,6 @@ std::string Counted(std::uint64_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-// A name from the server becomes a local name only when it stays inside the folder that it is put in.
-bool IsSafeName(const WideString& name) {
-    return IsOwnName(name) && name.Find(QM_W('/')) == WideString::npos && name.Find(QM_W('\0')) == WideString::npos;
-}
-
 }  // namespace
 
 WideString PartialName(const WideString& local) {
@@ -155,7 +150,7 @@ void Transfer::GetFolder(const WideString& server, const WideString& local) {
         if (m_client.Options().Interrupted()) {
             return;
         }
-        if (!IsSafeName(name)) {
+        if (!IsLocalName(name)) {
             Failed(Printable(server) + ": '" + Printable(name) + "' cannot be a local name", ERROR_INVALID_NAME);
         } else if (IsFolder(*child)) {
             GetFolder(JoinPath(server, name), JoinPath(local, name));

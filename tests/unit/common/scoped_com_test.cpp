@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "fakes/RecordingEventing.h"
+#include "support/Wrap.h"
 
 namespace {
 
@@ -13,10 +14,8 @@ thread_local HRESULT forcedResult = S_OK;
 
 }  // namespace
 
-// The linker sends this program's calls of CoInitializeEx here (--wrap).
-extern "C" HRESULT WINAPI __real_CoInitializeEx(LPVOID reserved, DWORD mode);
-extern "C" HRESULT WINAPI __wrap_CoInitializeEx(LPVOID reserved, DWORD mode) {
-    return forcedResult == S_OK ? __real_CoInitializeEx(reserved, mode) : forcedResult;
+QUILLMARK_WRAP(HRESULT, CoInitializeEx, (LPVOID reserved, DWORD mode)) {
+    return forcedResult == S_OK ? QUILLMARK_REAL(CoInitializeEx)(reserved, mode) : forcedResult;
 }
 
 namespace quillmark {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "fakes/RecordingEventing.h"
+#include "support/Wrap.h"
 
 namespace {
 
@@ -14,16 +15,12 @@ int failingCall = 0;
 
 }  // namespace
 
-// The linker sends the calls of the code under test here.
-extern "C" BOOL WINAPI __real_CryptBinaryToStringW(const BYTE* bytes, DWORD count, DWORD flags, LPWSTR text,
-                                                   DWORD* length);
-extern "C" BOOL WINAPI __wrap_CryptBinaryToStringW(const BYTE* bytes, DWORD count, DWORD flags, LPWSTR text,
-                                                   DWORD* length) {
+QUILLMARK_WRAP(BOOL, CryptBinaryToStringW, (const BYTE* bytes, DWORD count, DWORD flags, LPWSTR text, DWORD* length)) {
     if (failingCall != 0 && --failingCall == 0) {
         ::SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return FALSE;
     }
-    return __real_CryptBinaryToStringW(bytes, count, flags, text, length);
+    return QUILLMARK_REAL(CryptBinaryToStringW)(bytes, count, flags, text, length);
 }
 
 namespace quillmark {

@@ -13,24 +13,33 @@ namespace {
 // Whether the thread's allocations fail.
 thread_local bool memoryIsShort = false;
 
+void* AllocateOrNull(std::size_t size) noexcept {
+    return memoryIsShort ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
+
+// Out of line: inlined into its callers it looks to the compiler as if they freed what operator new gave them.
+[[gnu::noinline]] void Deallocate(void* block) noexcept {
+    std::free(block);
+}
+
 }  // namespace
 
 // Both forms: a sanitizer's runtime brings a second one of its own, which does not go through the first.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return memoryIsShort ? nullptr : std::malloc(size == 0 ? 1 : size);
+    return AllocateOrNull(size);
 }
 void* operator new(std::size_t size) {
-    void* block = ::operator new(size, std::nothrow);
+    void* block = AllocateOrNull(size);
     if (block == nullptr) {
         throw std::bad_alloc();
     }
     return block;
 }
 void operator delete(void* block) noexcept {
-    std::free(block);
+    Deallocate(block);
 }
 void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
+    Deallocate(block);
 }
 
 namespace quillmark {

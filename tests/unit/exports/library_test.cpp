@@ -1,8 +1,6 @@
 // The library as a host uses it: loaded as a shared library, reached through its four exports.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,6 +12,7 @@
 #include "fakes/RecordingFactory.h"
 #include "quillmark/Eventing.h"
 #include "quillmark/HttpApi.h"
+#include "support/TempFolder.h"
 
 namespace quillmark {
 namespace {
@@ -24,27 +23,23 @@ using fakes::RecordingFactory;
 class LibraryTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        std::string pattern = (std::filesystem::temp_directory_path() / "quillmark-library-XXXXXX").string();
-        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-        m_folder = pattern;
-        m_log = Eventing::OpenLog((m_folder / "log").c_str(), 4);
+        m_log = Eventing::OpenLog((m_folder.Path() / "log").string().c_str(), 4);
         ASSERT_NE(m_log, 0u);
         ASSERT_EQ(::Init(m_log, std::make_shared<Services::ServicesCollection>()), 0u);
     }
     void TearDown() override {
         EXPECT_EQ(::Init(0, nullptr), 0u);
         Eventing::CloseLog(m_log);
-        std::filesystem::remove_all(m_folder);
     }
 
     [[nodiscard]] std::string Log() const {
         std::ostringstream text;
-        text << std::ifstream(m_folder / "log").rdbuf();
+        text << std::ifstream(m_folder.Path() / "log").rdbuf();
         return text.str();
     }
 
 private:
-    std::filesystem::path m_folder;
+    test::TempFolder m_folder{"library"};
     std::uint64_t m_log = 0;
 };
 

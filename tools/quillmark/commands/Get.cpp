@@ -39,7 +39,7 @@ ByteRange RequireRange(const std::string& text) {
 ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
     const WideString server = ServerPath(global.Path(options.remote));
     WideString local = global.Path(options.local);
-    if (options.local.ends_with('/') && IsOwnName(LeafName(server))) {
+    if (local.view().ends_with(QM_W('/')) && IsOwnName(LeafName(server))) {
         local = JoinPath(local, LeafName(server));
     }
     const ByteRange range = options.range.empty() ? ByteRange() : RequireRange(options.range);

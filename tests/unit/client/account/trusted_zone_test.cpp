@@ -1,5 +1,6 @@
 // The server's address in the trusted zone.
-#include "quillmark/platform/ZoneWatch.h"
+#include "support/Wrap.h"
+#include "support/ZoneWatch.h"
 #include "unit/client/ClientTest.h"
 
 namespace {
@@ -9,10 +10,10 @@ HRESULT forcedResult = S_OK;
 
 }  // namespace
 
-// The linker sends this program's calls of CoInitializeEx here (--wrap).
-extern "C" HRESULT WINAPI __real_CoInitializeEx(LPVOID reserved, DWORD mode);
-extern "C" HRESULT WINAPI __wrap_CoInitializeEx(LPVOID reserved, DWORD mode) {
-    return forcedResult == S_OK ? __real_CoInitializeEx(reserved, mode) : forcedResult;
+QUILLMARK_WRAP(HRESULT, CoInitializeEx, (LPVOID reserved, DWORD mode)) {
+    const HRESULT result = forcedResult == S_OK ? QUILLMARK_REAL(CoInitializeEx)(reserved, mode) : forcedResult;
+    quillmark::platform::NoteComInitialisation(result);
+    return result;
 }
 
 namespace quillmark::test {
@@ -34,14 +35,14 @@ protected:
 
 TEST_F(TrustedZone, ASecureServerIsMappedByItsHttpsAddress) {
     Add(QM_W("https://files.example.com"));
-    EXPECT_EQ(platform::ZoneMappings(), (std::vector<platform::ZoneMapping>{{2, u"https://files.example.com"}}));
+    EXPECT_EQ(platform::ZoneMappings(), (std::vector<platform::ZoneMapping>{{2, QM_W("https://files.example.com")}}));
     EXPECT_TRUE(log.Has(Information, "NativeHttp", "CNativeHttp::AddURIToTrustedZone",
                         "Adding https://files.example.com to the trusted zone"));
 }
 
 TEST_F(TrustedZone, AnotherServerIsMappedByItsHttpAddress) {
     Add(QM_W("http://files.example.com"));
-    EXPECT_EQ(platform::ZoneMappings(), (std::vector<platform::ZoneMapping>{{2, u"http://files.example.com"}}));
+    EXPECT_EQ(platform::ZoneMappings(), (std::vector<platform::ZoneMapping>{{2, QM_W("http://files.example.com")}}));
 }
 
 TEST_F(TrustedZone, DiscoveryAddsTheServerInIntegratedModeBeforeItAsksForTheMode) {

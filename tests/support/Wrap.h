@@ -1,0 +1,26 @@
+// A test's own function in the place of a platform function, for the calls of the code under test. The test program is
+// linked with quillmark_wrap(TARGET FUNCTION).
+//
+//     QUILLMARK_WRAP(HRESULT, CoInitializeEx, (LPVOID reserved, DWORD mode)) {
+//         return broken ? E_FAIL : QUILLMARK_REAL(CoInitializeEx)(reserved, mode);
+//     }
+#pragma once
+
+#include "quillmark/Platform.h"
+
+#ifdef _WIN32
+// A call of a DLL's function goes through a pointer of the program's: the linker is told to use this one.
+#define QUILLMARK_WRAP(result, name, parameters)                                 \
+    extern "C" result(WINAPI* __real___imp_##name) parameters;                   \
+    static result WINAPI Wrapped##name parameters;                               \
+    extern "C" {                                                                 \
+    result(WINAPI* __wrap___imp_##name) parameters = Wrapped##name; /* NOLINT */ \
+    }                                                                            \
+    static result WINAPI Wrapped##name parameters
+#define QUILLMARK_REAL(name) __real___imp_##name
+#else
+#define QUILLMARK_WRAP(result, name, parameters)       \
+    extern "C" result WINAPI __real_##name parameters; \
+    extern "C" result WINAPI __wrap_##name parameters
+#define QUILLMARK_REAL(name) __real_##name
+#endif

@@ -1,0 +1,78 @@
+// The cancel event while an operation is under way. How fast it ends is not looked at here: Windows ends a call whose
+// handle is closed at once, Wine when the reply or a time-out comes.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "BareWinHttp.h"
+#include "LoadedLibrary.h"
+
+namespace quillmark::test {
+namespace {
+
+class CancelTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(host.Login(), 0u); }
+    ~CancelTest() override { ::CloseHandle(cancel); }
+
+    Host host;
+    HANDLE cancel = ::CreateEventW(nullptr, TRUE, FALSE, nullptr);
+};
+
+// Sets the event as soon as the transfer has reached a position.
+class CancelAt : public IProgressSink {
+public:
+    CancelAt(std::uint64_t position, HANDLE event) : m_position(position), m_event(event) {}
+    void Begin(const WideString&, std::uint64_t, std::uint64_t) override {}
+    void Advance(const void*, std::uint32_t, std::uint64_t position, std::uint64_t, std::uint64_t) override {
+        if (position >= m_position) {
+            ::SetEvent(m_event);
+        }
+    }
+
+private:
+    std::uint64_t m_position;
+    HANDLE m_event;
+};
+
+TEST_F(CancelTest, AnUploadEndsAndStoresNothing) {
+    const std::string content = Pattern(50'000'000);
+    const WideString local = host.Write("large", content);
+    const auto progress = std::make_shared<CancelAt>(1'000'000, cancel);
+    EXPECT_EQ(host->UploadFile(local, QM_W("/a"), UploadAttributes(content.size()), cancel, progress, 0), 1223u);
+    auto record = MakeAttributes();
+    EXPECT_EQ(host->GetPathAttributes(QM_W("/a"), record, nullptr).error, 21002u);
+    EXPECT_EQ(host.Upload(QM_W("/b"), "content"), 0u);
+}
+
+TEST_F(CancelTest, ADownloadEnds) {
+    const std::string content = Pattern(50'000'000);
+    ASSERT_EQ(host.Upload(QM_W("/a"), content), 0u);
+    const auto progress = std::make_shared<CancelAt>(1'000'000, cancel);
+    EXPECT_EQ(host->DownloadFile(QM_W("/a"), host.Path("a"), nullptr, MakeAttributes(), QM_W(""), cancel, progress, 0),
+              1223u);
+    EXPECT_TRUE(host.ContentOf(QM_W("/a")) == content);
+}
+
+TEST_F(CancelTest, ARequestThatWaitsForItsReplyEndsWithItsReplyAtTheLatest) {
+    Ask(HttpUrl(), L"POST", L"/control/faults",
+        R"({"method": "GET", "path": "/api/1.7/folders/", "match": "prefix", "kind": "delay", "ms": 3000})");
+    std::thread canceller([this] {
+        // Once the server has the request, which it counts when it answers: the delay is long enough to be met.
+        ::WaitForSingleObject(::GetCurrentThread(), 500);
+        ::SetEvent(cancel);
+    });
+    auto record = MakeAttributes();
+    EXPECT_EQ(host->GetPathAttributes(QM_W("/"), record, cancel).error, 1223u);
+    canceller.join();
+    EXPECT_EQ(host->GetPathAttributes(QM_W("/"), record, nullptr).error, 0u);
+}
+
+TEST_F(CancelTest, AnEventThatIsSetAlreadyLetsNothingBegin) {
+    ::SetEvent(cancel);
+    auto record = MakeAttributes();
+    EXPECT_EQ(host->GetPathAttributes(QM_W("/"), record, cancel).error, 1223u);
+}
+
+}  // namespace
+}  // namespace quillmark::test
