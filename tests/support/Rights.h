@@ -8,7 +8,7 @@
 namespace quillmark::test {
 
 #ifdef _WIN32
-// Whether every right that is given on it is given to its owner.
+// Whether every right that is given on it is given to its owner; the system itself may always.
 inline bool IsItsOwnersAlone(const std::filesystem::path& path) {
     PSID owner = nullptr;
     PACL rights = nullptr;
@@ -17,11 +17,15 @@ inline bool IsItsOwnersAlone(const std::filesystem::path& path) {
                                 &owner, nullptr, &rights, nullptr, &descriptor) != ERROR_SUCCESS) {
         return false;
     }
+    BYTE system[SECURITY_MAX_SID_SIZE] = {};
+    DWORD systemSize = sizeof(system);
+    ::CreateWellKnownSid(WinLocalSystemSid, nullptr, system, &systemSize);
     bool alone = rights != nullptr && rights->AceCount > 0;
     for (DWORD index = 0; alone && index < rights->AceCount; ++index) {
         void* entry = nullptr;
-        alone = ::GetAce(rights, index, &entry) != FALSE &&
-                ::EqualSid(owner, &static_cast<ACCESS_ALLOWED_ACE*>(entry)->SidStart) != FALSE;
+        alone = ::GetAce(rights, index, &entry) != FALSE;
+        const PSID user = alone ? &static_cast<ACCESS_ALLOWED_ACE*>(entry)->SidStart : nullptr;
+        alone = alone && (::EqualSid(owner, user) != FALSE || ::EqualSid(system, user) != FALSE);
     }
     ::LocalFree(descriptor);
     return alone;

@@ -144,8 +144,28 @@ TEST_F(EveryOperationTest, ResumableUploads) {
     EXPECT_EQ(host->ResumableUpload(local, QM_W("/a"), attributes, UploadId, offset, length, true, nullptr, nullptr, 0),
               0u);
     EXPECT_TRUE(host.ContentOf(QM_W("/a")) == content);
-    EXPECT_EQ(host->CompleteUpload(QM_W("/a"), QM_W("/b"), UploadId, attributes, nullptr), 0u);
+}
+
+TEST_F(EveryOperationTest, AResumableUploadThatMetAChangeGoesUnderAnotherName) {
+    const std::string content = Pattern(300'000);
+    const WideString local = host.Write("source", content);
+    const auto attributes = UploadAttributes(content.size());
+    ASSERT_EQ(host.Upload(QM_W("/a"), "one"), 0u);
+    ASSERT_EQ(host->GetPathAttributes(QM_W("/a"), record, nullptr), Success);
+    attributes->SetRevision(record->GetRevision());
+    std::int64_t offset = 0;
+    std::int64_t length = 200'000;
+    ASSERT_EQ(host->ResumableUpload(local, QM_W("/a"), attributes, UploadId, offset, length, true, nullptr, nullptr, 0),
+              0u);
+    ASSERT_EQ(host.Upload(QM_W("/a"), "another"), 0u);
+    offset = 200'000;
+    EXPECT_EQ(
+        host->ResumableUpload(local, QM_W("/a"), attributes, UploadId, offset, length, false, nullptr, nullptr, 0),
+        21077u);
+    EXPECT_EQ(host->CompleteUpload(QM_W("/a"), QM_W("/b"), UploadId, record, nullptr), 0u);
+    EXPECT_EQ(record->GetName(), QM_W("b"));
     EXPECT_TRUE(host.ContentOf(QM_W("/b")) == content);
+    EXPECT_EQ(host.ContentOf(QM_W("/a")), "another");
 }
 
 TEST_F(EveryOperationTest, Locks) {
