@@ -152,7 +152,7 @@ TEST(TasksPosixTest, GivesNoHandleWhenNoThreadCanBeStarted) {
 }
 
 // Numbers of closed handles are not handed out again here, so that the trigger can tell.
-TEST(EventMultiTriggerTest, LeavesOutAHandleThatIsClosedWhileItWaitsAndCountsItUntilItIsRemoved) {
+TEST(EventMultiTriggerPosixTest, LeavesOutAHandleThatIsClosedWhileItWaitsAndCountsItUntilItIsRemoved) {
     const RecordedLog log;
     std::vector<OwnedHandle> events;
     EventMultiTrigger trigger;
