@@ -50,7 +50,7 @@ void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& te
     program.set_version_flag("--version", "quillmark " QUILLMARK_VERSION, "Print the version of this program and exit");
     program.require_subcommand(1);
     program.allow_windows_style_options(false);  // "/file" is a path on the server, on every system
-    program.fallthrough();  // these options may also stand after the command
+    program.fallthrough();                       // these options may also stand after the command
 }
 
 ExitCode Run(const Action& action, const GlobalOptions& options) {
