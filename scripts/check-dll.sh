@@ -8,7 +8,12 @@
 set -euo pipefail
 bin=${1:?usage: scripts/check-dll.sh BUILD_DIR}/bin
 status=0
-objdump=x86_64-w64-mingw32-objdump
+# What objdump says of each file, whole: a reader that stops early would end objdump with an error.
+dumps=$(mktemp -d)
+trap 'rm -rf "$dumps"' EXIT
+for file in quillmark_http.dll QUILLMARK_EVENTING.dll quillmark.exe; do
+    x86_64-w64-mingw32-objdump -f -h -p "$bin/$file" >"$dumps/$file"
+done
 
 # What Windows itself brings; no DLL of the compiler is among them.
 windows_dlls="ADVAPI32.dll CRYPT32.dll DNSAPI.dll KERNEL32.dll msvcrt.dll ole32.dll SHELL32.dll WINHTTP.dll WS2_32.dll"
@@ -27,27 +32,27 @@ $4"
 }
 
 exported_names() {
-    $objdump -p "$bin/$1" | awk '/^\[Ordinal\/Name Pointer\] Table/ { on = 1; next } on && !NF { exit }
-                                 on { print $NF }' | LC_ALL=C sort
+    awk '/^\[Ordinal\/Name Pointer\] Table/ { on = 1; next } on && !NF { exit } on { print $NF }' "$dumps/$1" | LC_ALL=C sort
 }
 
 # The ordinals of the export address table, as the DLL counts them.
 exported_ordinals() {
-    $objdump -p "$bin/$1" | awk '/Export Address Table -- Ordinal Base/ { base = $NF; on = 1; next } on && !NF { exit }
-        on && /\[ *[0-9]+\]/ { match($0, /\[ *[0-9]+\]/); print base + substr($0, RSTART + 1, RLENGTH - 2) }' | sort -n
+    awk '/Export Address Table -- Ordinal Base/ { base = $NF; on = 1; next } on && !NF { exit }
+        on && /\[ *[0-9]+\]/ { match($0, /\[ *[0-9]+\]/); print base + substr($0, RSTART + 1, RLENGTH - 2) }' \
+        "$dumps/$1" | sort -n
 }
 
 imported_dlls() {
-    $objdump -p "$bin/$1" | awk '$1 == "DLL" && $2 == "Name:" { print $3 }' | LC_ALL=C sort -u
+    awk '$1 == "DLL" && $2 == "Name:" { print $3 }' "$dumps/$1" | LC_ALL=C sort -u
 }
 
 # imported_from FILE DLL: one line per import, "ordinal N" or its name.
 imported_from() {
-    $objdump -p "$bin/$1" | awk -v dll="$2" '
+    awk -v dll="$2" '
         $1 == "DLL" && $2 == "Name:" { on = $3 == dll; next }
         on && $1 == "vma:" { next }
         on && !NF { on = 0 }
-        on { if ($1 ~ /^8000000000/) { print "ordinal " $2 + 0 } else { print $3 } }'
+        on { if ($1 ~ /^8000000000/) { print "ordinal " $2 + 0 } else { print $3 } }' "$dumps/$1"
 }
 
 check_imports() {
@@ -62,13 +67,13 @@ check_imports() {
 
 check_image() {
     local flags
-    flags=$($objdump -p "$bin/$1" | awk '/^DllCharacteristics/ { on = 1; next } on && NF != 1 { exit } on { print $1 }' |
+    flags=$(awk '/^DllCharacteristics/ { on = 1; next } on && NF != 1 { exit } on { print $1 }' "$dumps/$1" |
         LC_ALL=C sort)
     same "$1" "the flags" "$flags" "$(printf '%s\n' DYNAMIC_BASE HIGH_ENTROPY_VA NX_COMPAT)"
-    $objdump -f "$bin/$1" | grep -q 'file format pei-x86-64' || complain "$1: no 64-bit program"
+    grep -q 'file format pei-x86-64' "$dumps/$1" || complain "$1: no 64-bit program"
     # Without relocations the loader cannot move it, whatever the flags say.
-    $objdump -h "$bin/$1" | grep -q ' \.reloc ' || complain "$1: has no relocations"
-    $objdump -h "$bin/$1" | grep -q ' \.rsrc ' || complain "$1: has no version resource"
+    grep -q ' \.reloc ' "$dumps/$1" || complain "$1: has no relocations"
+    grep -q ' \.rsrc ' "$dumps/$1" || complain "$1: has no version resource"
 }
 
 library=quillmark_http.dll

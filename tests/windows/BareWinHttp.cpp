@@ -28,8 +28,8 @@ void Must(BOOL done) {
 
 }  // namespace
 
-std::string Ask(const std::string& url, const std::wstring& verb, const std::wstring& resource,
-                const std::string& body) {
+std::string Ask(const std::string& url, const std::wstring& verb, const std::wstring& resource, const std::string& body,
+                const std::wstring& type) {
     const std::size_t start = url.find("://") + 3;
     const std::size_t colon = url.rfind(':');
     const std::wstring host(url.begin() + static_cast<std::ptrdiff_t>(start),
@@ -40,7 +40,7 @@ std::string Ask(const std::string& url, const std::wstring& verb, const std::wst
     const Internet request =
         Must(::WinHttpOpenRequest(connection.get(), verb.c_str(), resource.c_str(), nullptr, nullptr, nullptr, 0));
     const auto size = static_cast<DWORD>(body.size());
-    Must(::WinHttpSendRequest(request.get(), L"Content-Type: application/json", DWORD(-1),
+    Must(::WinHttpSendRequest(request.get(), (L"Content-Type: " + type).c_str(), DWORD(-1),
                               const_cast<char*>(body.data()), size, size, 0));
     Must(::WinHttpReceiveResponse(request.get(), nullptr));
     DWORD status = 0;

@@ -1,5 +1,6 @@
 // The cancel event while an operation is under way. How fast it ends is not looked at here: Windows ends a call whose
 // handle is closed at once, Wine when the reply or a time-out comes.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -9,6 +10,12 @@
 
 namespace quillmark::test {
 namespace {
+
+// The codes that say so: the library's own, WinHTTP's for a call that was under way when its handle was closed, and for
+// one that came after it.
+testing::Matcher<DWORD> IsCancellation() {
+    return testing::AnyOf(1223u, 12017u, 6u);
+}
 
 class CancelTest : public ::testing::Test {
 protected:
@@ -39,7 +46,8 @@ TEST_F(CancelTest, AnUploadEndsAndStoresNothing) {
     const std::string content = Pattern(50'000'000);
     const WideString local = host.Write("large", content);
     const auto progress = std::make_shared<CancelAt>(1'000'000, cancel);
-    EXPECT_EQ(host->UploadFile(local, QM_W("/a"), UploadAttributes(content.size()), cancel, progress, 0), 1223u);
+    EXPECT_THAT(host->UploadFile(local, QM_W("/a"), UploadAttributes(content.size()), cancel, progress, 0),
+                IsCancellation());
     auto record = MakeAttributes();
     EXPECT_EQ(host->GetPathAttributes(QM_W("/a"), record, nullptr).error, 21002u);
     EXPECT_EQ(host.Upload(QM_W("/b"), "content"), 0u);
@@ -49,8 +57,9 @@ TEST_F(CancelTest, ADownloadEnds) {
     const std::string content = Pattern(50'000'000);
     ASSERT_EQ(host.Upload(QM_W("/a"), content), 0u);
     const auto progress = std::make_shared<CancelAt>(1'000'000, cancel);
-    EXPECT_EQ(host->DownloadFile(QM_W("/a"), host.Path("a"), nullptr, MakeAttributes(), QM_W(""), cancel, progress, 0),
-              1223u);
+    EXPECT_THAT(
+        host->DownloadFile(QM_W("/a"), host.Path("a"), nullptr, MakeAttributes(), QM_W(""), cancel, progress, 0),
+        IsCancellation());
     EXPECT_TRUE(host.ContentOf(QM_W("/a")) == content);
 }
 
@@ -63,7 +72,7 @@ TEST_F(CancelTest, ARequestThatWaitsForItsReplyEndsWithItsReplyAtTheLatest) {
         ::SetEvent(cancel);
     });
     auto record = MakeAttributes();
-    EXPECT_EQ(host->GetPathAttributes(QM_W("/"), record, cancel).error, 1223u);
+    EXPECT_THAT(host->GetPathAttributes(QM_W("/"), record, cancel).error, IsCancellation());
     canceller.join();
     EXPECT_EQ(host->GetPathAttributes(QM_W("/"), record, nullptr).error, 0u);
 }
@@ -71,7 +80,7 @@ TEST_F(CancelTest, ARequestThatWaitsForItsReplyEndsWithItsReplyAtTheLatest) {
 TEST_F(CancelTest, AnEventThatIsSetAlreadyLetsNothingBegin) {
     ::SetEvent(cancel);
     auto record = MakeAttributes();
-    EXPECT_EQ(host->GetPathAttributes(QM_W("/"), record, cancel).error, 1223u);
+    EXPECT_THAT(host->GetPathAttributes(QM_W("/"), record, cancel).error, IsCancellation());
 }
 
 }  // namespace

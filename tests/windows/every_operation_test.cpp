@@ -27,7 +27,7 @@ TEST_F(EveryOperationTest, DiscoveryAndConfiguration) {
     DWORD mode = 0;
     DWORD extra = 0;
     EXPECT_EQ(host->Init(mode, extra, nullptr), 0u);
-    EXPECT_EQ(mode, 2u);
+    EXPECT_EQ(mode, SERVER_MODE_LEGACY);
     EXPECT_TRUE(host->SupportsApi16());
     EXPECT_TRUE(host->SupportsApi17());
     WideString version;
@@ -54,7 +54,7 @@ TEST_F(EveryOperationTest, Sessions) {
 
 TEST_F(EveryOperationTest, DevicesAndRemoteWipe) {
     EXPECT_EQ(host->Register(QM_W("anna"), QM_W("new device"), nullptr), Success);
-    Ask(HttpUrl(), L"POST", L"/control/wipe", "user=anna&device=device-1");
+    Ask(HttpUrl(), L"POST", L"/control/wipe", "user=anna&device=device-1", L"application/x-www-form-urlencoded");
     EXPECT_EQ(host->GetPathAttributes(QM_W("/"), record, nullptr).error, 20006u);
     EXPECT_EQ(host->AcknowledgeRemoteWipe(QM_W("anna"), QM_W("device-1"), nullptr), Success);
     EXPECT_EQ(host.Login(), 0u);
@@ -144,8 +144,28 @@ TEST_F(EveryOperationTest, ResumableUploads) {
     EXPECT_EQ(host->ResumableUpload(local, QM_W("/a"), attributes, UploadId, offset, length, true, nullptr, nullptr, 0),
               0u);
     EXPECT_TRUE(host.ContentOf(QM_W("/a")) == content);
-    // The last byte has made the item: there is nothing left to finish.
-    EXPECT_NE(host->CompleteUpload(QM_W("/a"), QM_W("/b"), UploadId, attributes, nullptr), 0u);
+}
+
+TEST_F(EveryOperationTest, AResumableUploadThatMetAChangeGoesUnderAnotherName) {
+    const std::string content = Pattern(300'000);
+    const WideString local = host.Write("source", content);
+    const auto attributes = UploadAttributes(content.size());
+    ASSERT_EQ(host.Upload(QM_W("/a"), "one"), 0u);
+    ASSERT_EQ(host->GetPathAttributes(QM_W("/a"), record, nullptr), Success);
+    attributes->SetRevision(record->GetRevision());
+    std::int64_t offset = 0;
+    std::int64_t length = 200'000;
+    ASSERT_EQ(host->ResumableUpload(local, QM_W("/a"), attributes, UploadId, offset, length, true, nullptr, nullptr, 0),
+              0u);
+    ASSERT_EQ(host.Upload(QM_W("/a"), "another"), 0u);
+    offset = 200'000;
+    EXPECT_EQ(
+        host->ResumableUpload(local, QM_W("/a"), attributes, UploadId, offset, length, false, nullptr, nullptr, 0),
+        21077u);
+    EXPECT_EQ(host->CompleteUpload(QM_W("/a"), QM_W("/b"), UploadId, record, nullptr), 0u);
+    EXPECT_EQ(record->GetName(), QM_W("b"));
+    EXPECT_TRUE(host.ContentOf(QM_W("/b")) == content);
+    EXPECT_EQ(host.ContentOf(QM_W("/a")), "another");
 }
 
 TEST_F(EveryOperationTest, Locks) {

@@ -1,43 +1,14 @@
 // What the process holds does not grow with use.
 #include <gtest/gtest.h>
-#include <tlhelp32.h>
-
-#include <ostream>
 
 #include "LoadedLibrary.h"
+#include "ProcessResources.h"
 
 namespace quillmark::test {
 namespace {
 
-struct Resources {
-    DWORD handles = 0;
-    DWORD graphics = 0;
-    DWORD windows = 0;
-    DWORD threads = 0;
-};
-
-std::ostream& operator<<(std::ostream& stream, const Resources& resources) {
-    return stream << resources.handles << " handles, " << resources.graphics << " graphics objects, "
-                  << resources.windows << " window objects, " << resources.threads << " threads";
-}
-
-Resources Held() {
-    Resources held;
-    ::GetProcessHandleCount(::GetCurrentProcess(), &held.handles);
-    held.graphics = ::GetGuiResources(::GetCurrentProcess(), GR_GDIOBJECTS);
-    held.windows = ::GetGuiResources(::GetCurrentProcess(), GR_USEROBJECTS);
-    const HANDLE threads = ::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-    THREADENTRY32 entry = {};
-    entry.dwSize = sizeof(entry);
-    for (BOOL more = ::Thread32First(threads, &entry); more != FALSE; more = ::Thread32Next(threads, &entry)) {
-        held.threads += entry.th32OwnerProcessID == ::GetCurrentProcessId() ? 1 : 0;
-    }
-    ::CloseHandle(threads);
-    return held;
-}
-
 // A few may come with the system's own bookkeeping; one per use would be thousands.
-void ExpectNoMore(const Resources& before, const Resources& after) {
+void ExpectNoMore(const ProcessResources& before, const ProcessResources& after) {
     constexpr DWORD Few = 8;
     EXPECT_LE(after.handles, before.handles + Few) << before << "; then " << after;
     EXPECT_LE(after.graphics, before.graphics + Few) << before << "; then " << after;
@@ -56,9 +27,9 @@ TEST(ResourcesTest, DoNotGrowOverTenThousandOperations) {
         }
     };
     use(200);
-    const Resources before = Held();
+    const ProcessResources before = HeldResources();
     use(10'000);
-    ExpectNoMore(before, Held());
+    ExpectNoMore(before, HeldResources());
     ::CloseHandle(cancel);
 }
 
@@ -72,9 +43,9 @@ TEST(ResourcesTest, DoNotGrowOverAThousandClientObjects) {
         }
     };
     use(20);
-    const Resources before = Held();
+    const ProcessResources before = HeldResources();
     use(1'000);
-    ExpectNoMore(before, Held());
+    ExpectNoMore(before, HeldResources());
     library.init(0, nullptr);
 }
 

@@ -49,7 +49,8 @@ void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& te
         ->type_name("FILE");
     program.set_version_flag("--version", "quillmark " QUILLMARK_VERSION, "Print the version of this program and exit");
     program.require_subcommand(1);
-    program.fallthrough();  // these options may also stand after the command
+    program.allow_windows_style_options(false);  // "/file" is a path on the server, on every system
+    program.fallthrough();                       // these options may also stand after the command
 }
 
 ExitCode Run(const Action& action, const GlobalOptions& options) {

@@ -122,7 +122,10 @@ TEST_F(NativeHttp, SetAuthModeTwoDoesNot) {
 
 TEST_F(NativeHttp, SetDeviceNameReplacesTheNameThatLoginSends) {
     Discover();
-    client->SetDeviceName("B\xC3\xBCro-PC");
+    // In the system's code page, UTF-8 where there is no other.
+    char name[32] = {};
+    ASSERT_NE(::WideCharToMultiByte(CP_ACP, 0, QM_W("B\u00FCro-PC"), -1, name, sizeof(name), nullptr, nullptr), 0);
+    client->SetDeviceName(name);
     WideString policy;
     static_cast<void>(client->Login(QM_W("u"), QM_W("p"), QM_W("t"), QM_W("d"), policy, QM_W(""), QM_W(""), nullptr));
     EXPECT_THAT(factory->Calls(), ::testing::Contains("AppendFormData(r3, device_name=B\xC3\xBCro-PC&)"));

@@ -9,10 +9,12 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "common/EventMultiTrigger.h"
 #include "common/Format.h"
 #include "common/Log.h"
+#include "common/OwnedHandle.h"
 #include "common/Tasks.h"
 #include "fakes/RecordingEventing.h"
 
@@ -147,6 +149,28 @@ TEST(TasksPosixTest, GivesNoHandleWhenNoThreadCanBeStarted) {
     EXPECT_EQ(::GetLastError(), ERROR_NO_SYSTEM_RESOURCES);
     EXPECT_FALSE(ran);
     EXPECT_TRUE(watched.expired());
+}
+
+// Numbers of closed handles are not handed out again here, so that the trigger can tell.
+TEST(EventMultiTriggerPosixTest, LeavesOutAHandleThatIsClosedWhileItWaitsAndCountsItUntilItIsRemoved) {
+    const RecordedLog log;
+    std::vector<OwnedHandle> events;
+    EventMultiTrigger trigger;
+    for (int number = 0; number < 62; ++number) {
+        events.emplace_back(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    }
+    for (int number = 0; number < 61; ++number) {
+        ASSERT_TRUE(trigger.AddTrigger(events[static_cast<std::size_t>(number)].Get(), [] {}));
+    }
+    const HANDLE dead = events[7].Get();
+    events[7] = OwnedHandle();
+    // Ends the wait that began while the handle was open.
+    trigger.RemoveTrigger(events[8].Get());
+    ASSERT_TRUE(log.WaitFor(103, "Wait failed, error = [6], attempting to continue..."));
+    EXPECT_TRUE(trigger.AddTrigger(events[8].Get(), [] {}));
+    EXPECT_FALSE(trigger.AddTrigger(events[61].Get(), [] {}));
+    trigger.RemoveTrigger(dead);
+    EXPECT_TRUE(trigger.AddTrigger(events[61].Get(), [] {}));
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <new>
 #include <sstream>
 #include <string>
+#include <type_traits>
 
 #include "fakes/RecordingFactory.h"
 #include "quillmark/Eventing.h"
@@ -89,6 +90,9 @@ TEST_F(LibraryTest, HostileReplyIsACodeAndALogLine) {
 }
 
 TEST_F(LibraryTest, MemoryShortageCrossesItsBoundaryAsTheStandardException) {
+    // Whether an exception is in flight is asked of the C++ runtime; on Windows the library and its host have one each,
+    // so the library's log does not see one that the host's own code throws through it.
+    constexpr bool OneRuntime = !std::is_same_v<WideChar, wchar_t>;
     class FactoryWithoutMemory final : public IWinHttpFactory {
     public:
         std::shared_ptr<IWinHttpSession> CreateSession() override { throw WideString::OutOfMemory(); }
@@ -98,7 +102,7 @@ TEST_F(LibraryTest, MemoryShortageCrossesItsBoundaryAsTheStandardException) {
         }
     };
     EXPECT_THROW(::CreateInstanceWithFactory(QM_W("device"), std::make_shared<FactoryWithoutMemory>()), std::bad_alloc);
-    EXPECT_NE(Log().find("[EXCEPTION EXIT]"), std::string::npos);
+    EXPECT_EQ(Log().find("[EXCEPTION EXIT]") != std::string::npos, OneRuntime);
 }
 
 }  // namespace

@@ -26,7 +26,8 @@ public:
     HostFolder(const HostFolder&) = delete;
     HostFolder& operator=(const HostFolder&) = delete;
 
-    [[nodiscard]] std::string Path(const std::string& name) const { return (m_path / name).string(); }
+    // With "/" on every system: that is how the commands have paths.
+    [[nodiscard]] std::string Path(const std::string& name) const { return (m_path / name).generic_string(); }
     [[nodiscard]] WideString Wide(const std::string& name) const { return WidenUtf8(Path(name)); }
 
     // Writes a file and gives back its path.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/Rights.h"
 #include "unit/host/HostFolder.h"
 
 namespace quillmark::cli {
@@ -66,10 +67,9 @@ TEST_F(UploadStoreTest, GivesBackWhatItWasGiven) {
 }
 
 TEST_F(UploadStoreTest, KeepsFileAndFolderToTheirOwner) {
-    using std::filesystem::perms;
     ASSERT_EQ(store.Save(record), 0u);
-    EXPECT_EQ(std::filesystem::status(File()).permissions(), perms::owner_read | perms::owner_write);
-    EXPECT_EQ(std::filesystem::status(folder.Path("uploads")).permissions(), perms::owner_all);
+    EXPECT_TRUE(test::IsItsOwnersAlone(File()));
+    EXPECT_TRUE(test::IsItsOwnersAlone(folder.Path("uploads")));
 }
 
 TEST_F(UploadStoreTest, HasOneRecordForEachWay) {
