@@ -53,7 +53,9 @@ for path in sys.argv[1:]:
     build = os.path.splitext(os.path.basename(path))[0]
     builds.append(build)
     for case in ET.parse(path).getroot().iter("testcase"):
-        name, output = case.get("name"), case.findtext("system-out") or ""
+        # What a parameter looks like, addresses among it, is no part of a test's name.
+        name = re.sub(r"\s*# GetParam.*", "", case.get("name"))
+        output = case.findtext("system-out") or ""
         folder = name.split(".")[0]
         status = case.get("status")
         per_folder[folder][build] += 1

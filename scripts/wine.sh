@@ -17,4 +17,12 @@ if [ ! -f "$WINEPREFIX/ready" ]; then
         fi
     ) 9>"$root/build/windows/.prefix-lock"
 fi
-exec wine "$@"
+# Into files first: what Wine starts in the background beside the first program keeps the streams open that it was given,
+# and whoever reads ours to their end would wait for it.
+streams=$(mktemp -d "${TMPDIR:-/tmp}/quillmark-wine.XXXXXX")
+trap 'rm -rf "$streams"' EXIT
+result=0
+wine "$@" >"$streams/output" 2>"$streams/errors" || result=$?
+cat "$streams/output"
+cat "$streams/errors" >&2
+exit $result

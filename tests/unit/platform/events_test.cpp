@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "quillmark/Platform.h"
+#include "support/Wine.h"
 
 namespace {
 
@@ -139,8 +140,9 @@ TEST(EventsTest, WaitRefusesNoHandlesTooManyAndTheSameTwiceForAll) {
     EXPECT_EQ(WaitForMultipleObjects(65, many.data(), FALSE, 0), 0xFFFFFFFFu);
     EXPECT_EQ(GetLastError(), 87u);
     SetLastError(0);
-    EXPECT_EQ(WaitForMultipleObjects(2, many.data(), TRUE, 0), 0xFFFFFFFFu);
-    EXPECT_EQ(GetLastError(), 87u);
+    // Wine waits for one handle twice.
+    EXPECT_THAT(WaitForMultipleObjects(2, many.data(), TRUE, 0), quillmark::test::OrUnderWine<DWORD>(0xFFFFFFFF, 0));
+    EXPECT_THAT(GetLastError(), quillmark::test::OrUnderWine<DWORD>(87, 0));
     EXPECT_EQ(WaitForMultipleObjects(64, many.data(), FALSE, 0), 0u);
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 #include "quillmark/Platform.h"
@@ -15,18 +16,28 @@ TEST(HandlesTest, RefusesToCloseWhatNoHandleNames) {
 }
 
 TEST(HandlesTest, KeepsTheLastErrorPerThread) {
-    SetLastError(87);
     DWORD atStart = 1;
     DWORD afterSetting = 0;
+    std::atomic<bool> mayRun = false;
+    std::atomic<bool> hasRun = false;
     std::thread other([&] {
+        while (!mayRun) {
+        }
         atStart = GetLastError();
         SetLastError(5);
         afterSetting = GetLastError();
+        hasRun = true;
     });
+    // Starting and joining a thread may use the value; so both are kept away from what is looked at.
+    SetLastError(87);
+    mayRun = true;
+    while (!hasRun) {
+    }
+    const DWORD mine = GetLastError();
     other.join();
     EXPECT_EQ(atStart, 0u);
     EXPECT_EQ(afterSetting, 5u);
-    EXPECT_EQ(GetLastError(), 87u);
+    EXPECT_EQ(mine, 87u);
 }
 
 }  // namespace
