@@ -43,6 +43,10 @@ protected:
         for (const std::wstring& argument : arguments) {
             line += L" " + Quoted(argument);
         }
+        return RunLine(line);
+    }
+    // Runs any program.
+    Outcome RunLine(std::wstring line) const {
         SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
         STARTUPINFOW start = {};
         start.cb = sizeof(start);
@@ -127,6 +131,40 @@ TEST_F(CommandLineTest, NamesThatThisSystemWouldTakeForSomethingElseAreNotWritte
     const Outcome outcome = Run({L"get", L"/folder", Path(L"copy")});
     EXPECT_EQ(outcome.exitCode, 1u);
     EXPECT_TRUE(std::filesystem::is_empty(Path(L"copy")));
+}
+
+// The machine's settings that a test has imported, gone with it.
+class ImportedSettings {
+public:
+    ImportedSettings() = default;
+    ~ImportedSettings() {
+        ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Policies\\Brevant");
+        ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\Brevant");
+    }
+    ImportedSettings(const ImportedSettings&) = delete;
+    ImportedSettings& operator=(const ImportedSettings&) = delete;
+};
+
+TEST_F(CommandLineTest, SettingsThatRegeditHasImportedHoldAndAPolicyBeforeThem) {
+    const ImportedSettings imported;
+    const auto import = [this](const std::string& key, const std::string& hours) {
+        Write(L"settings.reg", "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\Software\\" + key +
+                                   "]\r\n\"UploadExpiry\"=dword:" + hours + "\r\n");
+        return RunLine(L"regedit.exe /S " + Quoted(Path(L"settings.reg"))).exitCode;
+    };
+    const auto expiryIsTheLastDay = [this] {
+        EXPECT_EQ(Run({L"--log", Path(L"log"), L"put", L"--resumable", Path(L"file"), L"/data"}).exitCode, 0u);
+        const std::string log = Read(L"log");
+        EXPECT_NE(log.find("Sending expiry: "), std::string::npos);
+        ::DeleteFileW(Path(L"log").c_str());
+        return log.find("Sending expiry: 9999-12-31T23:59:59.999Z") != std::string::npos;
+    };
+    ASSERT_EQ(Login().exitCode, 0u);
+    Write(L"file", "content");
+    ASSERT_EQ(import("Brevant\\Quillmark", "00000001"), 0u);
+    EXPECT_FALSE(expiryIsTheLastDay());
+    ASSERT_EQ(import("Policies\\Brevant\\Quillmark", "ffffffff"), 0u);
+    EXPECT_TRUE(expiryIsTheLastDay());
 }
 
 }  // namespace
