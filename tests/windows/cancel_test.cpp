@@ -77,10 +77,12 @@ TEST_F(CancelTest, ARequestThatWaitsForItsReplyEndsWithItsReplyAtTheLatest) {
     EXPECT_EQ(host->GetPathAttributes(QM_W("/"), record, nullptr).error, 0u);
 }
 
-TEST_F(CancelTest, AnEventThatIsSetAlreadyLetsNothingBegin) {
+TEST_F(CancelTest, AnEventThatIsSetAlreadyLetsNoUploadBegin) {
     ::SetEvent(cancel);
+    const WideString local = host.Write("file", "content");
+    EXPECT_THAT(host->UploadFile(local, QM_W("/a"), UploadAttributes(7), cancel, nullptr, 0), IsCancellation());
     auto record = MakeAttributes();
-    EXPECT_THAT(host->GetPathAttributes(QM_W("/"), record, cancel).error, IsCancellation());
+    EXPECT_EQ(host->GetPathAttributes(QM_W("/a"), record, nullptr).error, 21002u);
 }
 
 }  // namespace
