@@ -11,7 +11,8 @@ build=(
     g++ cmake ninja-build ccache pkg-config git ca-certificates
     libcurl4-openssl-dev libssl-dev libjsoncpp-dev     # the library and its platform layer
     libcli11-dev                                       # the command lines
-    libboost-dev libsqlite3-dev librsync-dev nlohmann-json3-dev  # the reference server
+    librsync-dev                                       # deltas: the host program and the reference server
+    libboost-dev libsqlite3-dev nlohmann-json3-dev     # the reference server
     libgtest-dev libgmock-dev                          # configured with everything else
     curl openssl python3                               # the demo's witness and its arithmetic
 )

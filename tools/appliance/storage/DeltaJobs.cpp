@@ -121,7 +121,7 @@ CommittedJob DeltaJobs::Commit(const Actor& actor, const std::string& id, const 
         if (!item) {
             throw ApiError(ErrorId::ItemMissing, "The item of this delta job is no longer there");
         }
-        // An id may have come to stand for another item; a revision never comes again.
+        // A revision never comes again: with it the item is as it was when the job began.
         if (item->RevisionText() != job.revision || (commit.revision && *commit.revision != job.revision)) {
             throw RevisionConflict(std::move(*item));
         }

@@ -151,7 +151,7 @@ FinishedUpload Uploads::Finish(const Actor& actor, const UploadKey& key, const U
     }
 }
 
-// An id may have come to stand for another item, a content's name never does.
+// The item is the upload's for as long as it has the upload's content.
 std::pair<Item, ItemPath> Uploads::ItemOf(const Upload& upload) {
     return m_data.Read([&](Database& database) {
         Tree tree(database);
