@@ -16,9 +16,14 @@ namespace quillmark::cli {
 
 // The options before the command's name.
 struct GlobalOptions {
-    WideString sessionPath;  // --session
-    std::string logPath;     // --log
-    WideString caPath;       // --ca
+    WideString sessionPath;    // --session, or the file of --profile
+    std::string logPath;       // --log
+    WideString caPath;         // --ca
+    std::string passwordFile;  // --password-file; - is standard input
+    int retries = 5;           // --retries
+    bool json = false;         // --json: results as JSON objects
+    bool quiet = false;        // --quiet: no names of files, no progress
+    bool trace = false;        // --trace: each request on standard error
     HANDLE interrupt = nullptr;
     // The arguments in their wide form: what CLI11 hands out as bytes is looked up here, so that a name that is no text
     // still reaches its file.

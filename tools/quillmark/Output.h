@@ -11,6 +11,12 @@ namespace quillmark::cli {
 // Nobody reads standard output any more (a closed pipe); there is nothing left to do and nothing to say.
 class OutputClosed {};
 
+struct GlobalOptions;
+class JsonObject;
+
+// A result of a command: the line, or with --json the object. Throws like Print.
+void PrintResult(const GlobalOptions& options, const std::string& line, const JsonObject& object);
+
 // Throws OutputClosed, or Failure when standard output cannot be written for another reason.
 void Print(const std::string& line);
 // Writes what is still buffered; throws like Print.
