@@ -80,6 +80,15 @@ TEST_F(RegistryPosixTest, RefusesWhatAFileCannotHold) {
     EXPECT_FALSE(Exists("quillmark.reg"));
 }
 
+TEST_F(RegistryPosixTest, EnumeratingNeedsAPlaceForTheNameOfAKey) {
+    Write("a.reg", TwoKeys);
+    const Key key(u"Software", KEY_READ);
+    WCHAR name[16];
+    DWORD length = 16;
+    EXPECT_EQ(RegEnumKeyExW(key, 0, nullptr, &length, nullptr, nullptr, nullptr, nullptr), 87);
+    EXPECT_EQ(RegEnumKeyExW(key, 0, name, nullptr, nullptr, nullptr, nullptr, nullptr), 87);
+}
+
 TEST_F(RegistryPosixTest, ChangesAreInAFileOfTheirOwn) {
     Write("a.reg", TwoKeys);
     EXPECT_EQ(Key(u"Software\\Example", KEY_SET_VALUE).SetNumber(u"Number", 11), 0);
