@@ -1,6 +1,5 @@
 #include <set>
 #include <string>
-#include <tuple>
 #include <utility>
 
 #include "unit/platform/FilesTestFolder.h"
@@ -8,7 +7,6 @@
 namespace {
 
 using quillmark::test::FilesTestFolder;
-using quillmark::test::OpenFile;
 using quillmark::test::OpenHandles;
 
 using Names = std::multiset<WideText>;
@@ -131,12 +129,11 @@ TEST_F(FindTest, WhatIsNoSearchIsNeitherContinuedNorClosed) {
 }
 
 TEST_F(FindTest, GoesThroughAFolderOfManyEntries) {
-    Make("file", "");
-    for (int i = 0; i < 2'000; ++i) {
-        std::filesystem::create_hard_link(File("file"), File(std::to_string(i)));
+    for (int i = 0; i < 1'000; ++i) {
+        Make(std::to_string(i), "");
     }
-    EXPECT_EQ(Find(QM_W("*")).size(), 2'003u);
-    EXPECT_EQ(Find(QM_W("19*")).size(), 111u);
+    EXPECT_EQ(Find(QM_W("*")).size(), 1'002u);
+    EXPECT_EQ(Find(QM_W("19*")).size(), 11u);
 }
 
 TEST_F(FindTest, FailedSearchesLeaveNoHandleOpen) {
