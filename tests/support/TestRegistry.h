@@ -28,6 +28,9 @@ public:
     TestRegistry(const TestRegistry&) = delete;
     TestRegistry& operator=(const TestRegistry&) = delete;
 
+    // Where other programs find the key that this process sees as the user's: below the user's own.
+    [[nodiscard]] std::string UsersKey() const { return m_path + "\\user"; }
+
 private:
     [[nodiscard]] HKEY Make(const char* part) const {
         HKEY key = nullptr;

@@ -40,11 +40,12 @@ DWORD Move(HANDLE handle, std::int64_t distance, DWORD method, std::int64_t limi
     } else if (method != FILE_BEGIN) {
         return ERROR_INVALID_PARAMETER;
     }
-    if (__builtin_add_overflow(start, distance, &position) || position > limit) {
-        return ERROR_INVALID_PARAMETER;
-    }
-    if (position < 0) {
+    // A sum that overflows is negative, and so Windows takes it.
+    if (__builtin_add_overflow(start, distance, &position) || position < 0) {
         return ERROR_NEGATIVE_SEEK;
+    }
+    if (position > limit) {
+        return ERROR_INVALID_PARAMETER;
     }
     file->position = position;
     return ERROR_SUCCESS;

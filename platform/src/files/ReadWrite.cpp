@@ -103,7 +103,7 @@ DWORD WriteStream(FileObject& file, const BYTE* buffer, DWORD wanted, DWORD& wri
 
 // What both calls check before they touch anything.
 DWORD CheckTransfer(HANDLE handle, const void* buffer, DWORD wanted, const DWORD* done, const OVERLAPPED* overlapped,
-                    DWORD anyOfRights, std::shared_ptr<FileObject>& file) {
+                    DWORD anyOfRights, DWORD missingBuffer, std::shared_ptr<FileObject>& file) {
     if (done == nullptr && overlapped == nullptr) {
         return ERROR_INVALID_PARAMETER;
     }
@@ -116,7 +116,7 @@ DWORD CheckTransfer(HANDLE handle, const void* buffer, DWORD wanted, const DWORD
     if (!file->Has(anyOfRights)) {
         return ERROR_ACCESS_DENIED;
     }
-    return buffer == nullptr && wanted != 0 ? ERROR_NOACCESS : ERROR_SUCCESS;
+    return buffer == nullptr && wanted != 0 ? missingBuffer : ERROR_SUCCESS;
 }
 
 // Puts the position where an OVERLAPPED asks for it.
@@ -171,7 +171,7 @@ BOOL WINAPI ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead, 
     const DWORD code = CodeOf([&]() -> DWORD {
         std::shared_ptr<FileObject> file;
         const DWORD check = CheckTransfer(hFile, lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead, lpOverlapped,
-                                          FILE_READ_DATA | FILE_EXECUTE, file);
+                                          FILE_READ_DATA | FILE_EXECUTE, ERROR_NOACCESS, file);
         if (check != ERROR_SUCCESS) {
             return check;
         }
@@ -190,7 +190,7 @@ BOOL WINAPI WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrit
     const DWORD code = CodeOf([&]() -> DWORD {
         std::shared_ptr<FileObject> file;
         const DWORD check = CheckTransfer(hFile, lpBuffer, nNumberOfBytesToWrite, lpNumberOfBytesWritten, lpOverlapped,
-                                          FILE_WRITE_DATA | FILE_APPEND_DATA, file);
+                                          FILE_WRITE_DATA | FILE_APPEND_DATA, ERROR_INVALID_USER_BUFFER, file);
         if (check != ERROR_SUCCESS) {
             return check;
         }

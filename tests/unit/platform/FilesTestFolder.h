@@ -2,56 +2,56 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "quillmark/platform/Errors.h"
-#include "quillmark/platform/Files.h"
-#include "quillmark/platform/Handles.h"
+#include "support/TempFolder.h"
+#include "support/Wine.h"
+#include "unit/platform/SystemFiles.h"
+#include "unit/platform/WideText.h"
 
 namespace quillmark::test {
 
 class FilesTestFolder : public ::testing::Test {
 protected:
-    FilesTestFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "files_test_XXXXXX").string();
-        m_root = ::mkdtemp(pattern.data());
-        SetLastError(0);
-    }
-    ~FilesTestFolder() override { std::filesystem::remove_all(m_root); }
+    FilesTestFolder() { SetLastError(0); }
+    ~FilesTestFolder() override { MakeRemovable(m_folder.Path()); }
 
-    const std::string& Root() const { return m_root; }
-    std::string Bytes(std::string_view name) const { return m_root + "/" + std::string(name); }
-    std::u16string Path(std::u16string_view name) const {
-        return platform::PathFromBytes(m_root) + u"/" + std::u16string(name);
+    const std::filesystem::path& Root() const { return m_folder.Path(); }
+    // The entry of this name, in UTF-8: for the standard library's file functions.
+    std::filesystem::path File(std::string_view name) const { return Root() / std::u8string(name.begin(), name.end()); }
+    // The same for the functions under test.
+    WideText Path(std::string_view name) const { return File(name).string<WCHAR>(); }
+    // For names that are no UTF-8.
+    WideText Path(WideView name) const {
+        return Root().string<WCHAR>() + static_cast<WCHAR>(std::filesystem::path::preferred_separator) + WideText(name);
     }
 
-    std::u16string Make(std::string_view name, std::string_view contents) const {
-        std::ofstream(Bytes(name), std::ios::binary) << contents;
-        return platform::PathFromBytes(Bytes(name));
+    WideText Make(std::string_view name, std::string_view contents) const {
+        std::ofstream(File(name), std::ios::binary) << contents;
+        return Path(name);
     }
+    void MakeFolder(std::string_view name) const { std::filesystem::create_directory(File(name)); }
     std::string Contents(std::string_view name) const {
-        std::ifstream file(Bytes(name), std::ios::binary);
+        std::ifstream file(File(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
     }
     bool Exists(std::string_view name) const {
-        return std::filesystem::exists(std::filesystem::symlink_status(Bytes(name)));
+        return std::filesystem::exists(std::filesystem::symlink_status(File(name)));
     }
 
 private:
-    std::string m_root;
+    TempFolder m_folder{"files"};
 };
 
 // A file that is closed at the end of its test.
 class OpenFile {
 public:
-    OpenFile(const std::u16string& path, DWORD access, DWORD disposition = OPEN_EXISTING,
+    OpenFile(const WideText& path, DWORD access, DWORD disposition = OPEN_EXISTING,
              DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, DWORD flags = FILE_ATTRIBUTE_NORMAL)
         : m_handle(CreateFileW(path.c_str(), access, share, nullptr, disposition, flags, nullptr)),
           m_error(GetLastError()) {}
@@ -96,6 +96,10 @@ inline long long Seek(HANDLE file, long long distance, DWORD method) {
     by.QuadPart = distance;
     EXPECT_TRUE(SetFilePointerEx(file, by, &position, method));
     return position.QuadPart;
+}
+
+inline std::uint64_t Ticks(const FILETIME& time) {
+    return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
 }
 
 }  // namespace quillmark::test

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -20,7 +19,7 @@ constexpr HRESULT Failure(DWORD code) {
 constexpr GUID OtherGuid = {0x0F8FAD5B, 0xD9CB, 0x469F, {0xA1, 0x65, 0x70, 0x86, 0x77, 0x28, 0x95, 0x0E}};
 
 // Each case starts on a thread without COM and in a process without mappings.
-class ComTest : public testing::Test {
+class ComPosixTest : public testing::Test {
 protected:
     void SetUp() override { ClearZoneMappings(); }
     void TearDown() override {
@@ -39,12 +38,11 @@ protected:
     }
 };
 
-TEST_F(ComTest, CountsInitialisationsOfTheSameMode) {
+TEST_F(ComPosixTest, CountsSuccessesOfTheThreadAndNotMore) {
     EXPECT_EQ(CoInitializeEx(nullptr, 2), 0);
     EXPECT_EQ(CoInitializeEx(nullptr, 2), 1);
+    EXPECT_LT(CoInitializeEx(nullptr, 0), 0);
     EXPECT_EQ(ComInitialisationsOfThisThread(), 2u);
-    CoUninitialize();
-    EXPECT_EQ(CoInitializeEx(nullptr, 2), 1);
     CoUninitialize();
     CoUninitialize();
     EXPECT_EQ(ComInitialisationsOfThisThread(), 0u);
@@ -52,16 +50,7 @@ TEST_F(ComTest, CountsInitialisationsOfTheSameMode) {
     EXPECT_EQ(CoInitializeEx(nullptr, 2), 0);
 }
 
-TEST_F(ComTest, RefusesToChangeTheModeUntilTheThreadHasLeftIt) {
-    EXPECT_EQ(CoInitializeEx(nullptr, 0), 0);
-    EXPECT_EQ(CoInitializeEx(nullptr, 2), Failure(0x80010106));
-    EXPECT_EQ(ComInitialisationsOfThisThread(), 1u);
-    CoUninitialize();
-    EXPECT_EQ(CoInitializeEx(nullptr, 2), 0);
-    EXPECT_EQ(CoInitializeEx(nullptr, 0), Failure(0x80010106));
-}
-
-TEST_F(ComTest, EachThreadHasItsOwnMode) {
+TEST_F(ComPosixTest, EachThreadHasItsOwnCount) {
     EXPECT_EQ(CoInitializeEx(nullptr, 0), 0);
     HRESULT other = -1;
     ULONG count = 7;
@@ -76,45 +65,26 @@ TEST_F(ComTest, EachThreadHasItsOwnMode) {
     EXPECT_EQ(ComInitialisationsOfThisThread(), 1u);
 }
 
-TEST_F(ComTest, RefusesAReservedPointerAndUnknownFlags) {
+TEST_F(ComPosixTest, WhatIsRefusedIsNotCounted) {
     int reserved = 0;
     EXPECT_EQ(CoInitializeEx(&reserved, 2), Failure(0x80070057));
     EXPECT_EQ(CoInitializeEx(nullptr, 0x100), Failure(0x80070057));
     EXPECT_EQ(ComInitialisationsOfThisThread(), 0u);
 }
 
-TEST_F(ComTest, CreatesTheZoneManagerOnAnInitialisedThreadOnly) {
-    void* object = &object;
-    EXPECT_EQ(CoCreateInstance(CLSID_InternetSecurityManager, nullptr, 23, IID_IInternetSecurityManager, &object),
-              Failure(0x800401F0));
-    EXPECT_EQ(object, nullptr);
+TEST_F(ComPosixTest, TheManagerIsAliveUntilItIsReleasedAndNoPartOfAnotherObject) {
     ASSERT_EQ(CoInitializeEx(nullptr, 0), 0);
     IInternetSecurityManager* manager = NewManager();
     ASSERT_NE(manager, nullptr);
     EXPECT_EQ(LiveZoneManagers(), 1u);
+    void* object = &object;
+    EXPECT_EQ(CoCreateInstance(CLSID_InternetSecurityManager, manager, 23, IID_IUnknown, &object), Failure(0x80040110));
+    EXPECT_EQ(object, nullptr);
     EXPECT_EQ(manager->Release(), 0u);
     EXPECT_EQ(LiveZoneManagers(), 0u);
 }
 
-TEST_F(ComTest, CreationFailsAsDocumented) {
-    ASSERT_EQ(CoInitializeEx(nullptr, 2), 0);
-    void* object = &object;
-    const auto create = [&](REFCLSID classId, DWORD context, REFIID interfaceId) {
-        object = &object;
-        return CoCreateInstance(classId, nullptr, context, interfaceId, &object);
-    };
-    EXPECT_EQ(create(OtherGuid, 23, IID_IUnknown), Failure(0x80040154));
-    EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(create(CLSID_InternetSecurityManager, 4, IID_IUnknown), Failure(0x80040154));
-    EXPECT_EQ(create(CLSID_InternetSecurityManager, 23, OtherGuid), Failure(0x80004002));
-    EXPECT_EQ(object, nullptr);
-    EXPECT_EQ(CoCreateInstance(CLSID_InternetSecurityManager, nullptr, 23, IID_IUnknown, nullptr), Failure(0x80004003));
-    IInternetSecurityManager* outer = NewManager();
-    EXPECT_EQ(CoCreateInstance(CLSID_InternetSecurityManager, outer, 23, IID_IUnknown, &object), Failure(0x80040110));
-    outer->Release();
-}
-
-TEST_F(ComTest, CreationFailsAsATestAskedFor) {
+TEST_F(ComPosixTest, CreationFailsAsATestAskedFor) {
     ASSERT_EQ(CoInitializeEx(nullptr, 2), 0);
     FailZoneManagerCreation(Failure(0x80070005));
     void* object = &object;
@@ -125,7 +95,7 @@ TEST_F(ComTest, CreationFailsAsATestAskedFor) {
     NewManager()->Release();
 }
 
-TEST_F(ComTest, ObjectsAreCountedOverAllTheirInterfaces) {
+TEST_F(ComPosixTest, ObjectsAreCountedOverAllTheirInterfaces) {
     ASSERT_EQ(CoInitializeEx(nullptr, 2), 0);
     IInternetSecurityManager* manager = NewManager();
     void* unknown = nullptr;
@@ -136,7 +106,7 @@ TEST_F(ComTest, ObjectsAreCountedOverAllTheirInterfaces) {
     EXPECT_EQ(static_cast<IUnknown*>(unknown)->Release(), 0u);
 }
 
-TEST_F(ComTest, KeepsMappingsInTheirOrderAndTakesThemOut) {
+TEST_F(ComPosixTest, KeepsMappingsInTheirOrderAndTakesThemOut) {
     ASSERT_EQ(CoInitializeEx(nullptr, 2), 0);
     IInternetSecurityManager* manager = NewManager();
     EXPECT_EQ(manager->SetZoneMapping(2, u"https://b.example", 0), 0);
@@ -153,7 +123,7 @@ TEST_F(ComTest, KeepsMappingsInTheirOrderAndTakesThemOut) {
     EXPECT_EQ(ZoneMappings(), one);
 }
 
-TEST_F(ComTest, MappingRefusesBadArguments) {
+TEST_F(ComPosixTest, MappingRefusesBadArguments) {
     ASSERT_EQ(CoInitializeEx(nullptr, 2), 0);
     IInternetSecurityManager* manager = NewManager();
     EXPECT_EQ(manager->SetZoneMapping(2, nullptr, 0), Failure(0x80070057));
@@ -164,7 +134,7 @@ TEST_F(ComTest, MappingRefusesBadArguments) {
     EXPECT_TRUE(ZoneMappings().empty());
 }
 
-TEST_F(ComTest, WhatTheManagerDoesNotDoSaysSo) {
+TEST_F(ComPosixTest, WhatTheManagerDoesNotDoSaysSo) {
     ASSERT_EQ(CoInitializeEx(nullptr, 2), 0);
     IInternetSecurityManager* manager = NewManager();
     const HRESULT notThere = Failure(0x80004001);
@@ -178,29 +148,7 @@ TEST_F(ComTest, WhatTheManagerDoesNotDoSaysSo) {
     manager->Release();
 }
 
-// A pointer to a virtual function begins with its place in the table in bytes, plus one.
-template <typename Function>
-std::size_t SlotOf(Function function) {
-    std::ptrdiff_t place = 0;
-    std::memcpy(&place, &function, sizeof(place));
-    return static_cast<std::size_t>(place - 1) / sizeof(void*);
-}
-
-TEST_F(ComTest, TheInterfaceHasTheOrderOfItsTable) {
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::QueryInterface), 0u);
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::AddRef), 1u);
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::Release), 2u);
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::SetSecuritySite), 3u);
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::GetSecuritySite), 4u);
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::MapUrlToZone), 5u);
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::GetSecurityId), 6u);
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::ProcessUrlAction), 7u);
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::QueryCustomPolicy), 8u);
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::SetZoneMapping), 9u);
-    EXPECT_EQ(SlotOf(&IInternetSecurityManager::GetZoneMappings), 10u);
-}
-
-TEST_F(ComTest, ManyThreadsMapWithoutLosingOne) {
+TEST_F(ComPosixTest, ManyThreadsMapWithoutLosingOne) {
     constexpr int ThreadCount = 8;
     constexpr int Mappings = 50;
     std::vector<std::thread> threads;

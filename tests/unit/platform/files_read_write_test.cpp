@@ -1,23 +1,15 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "handles/HandleTable.h"
-#include "quillmark/platform/Events.h"
-#include "unit/platform/BlockedThread.h"
 #include "unit/platform/FilesTestFolder.h"
 
 namespace {
 
 using quillmark::test::FilesTestFolder;
 using quillmark::test::OpenFile;
+using quillmark::test::OrUnderWine;
 using quillmark::test::ReadText;
 using quillmark::test::Seek;
 using quillmark::test::WriteText;
@@ -48,30 +40,26 @@ TEST_F(ReadWriteTest, TransfersOfZeroBytesSucceedWithoutABuffer) {
     EXPECT_EQ(Contents("a"), "abc");
 }
 
-TEST_F(ReadWriteTest, RefusesMissingArguments) {
+TEST_F(ReadWriteTest, RefusesToReadOrWriteWithoutABuffer) {
     const OpenFile file(Make("a", "abc"), GENERIC_READ | GENERIC_WRITE);
-    char byte = 0;
     DWORD done = 7;
-    EXPECT_FALSE(ReadFile(file, &byte, 1, nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), 87u);
-    EXPECT_FALSE(WriteFile(file, &byte, 1, nullptr, nullptr));
-    EXPECT_EQ(GetLastError(), 87u);
     EXPECT_FALSE(ReadFile(file, nullptr, 1, &done, nullptr));
     EXPECT_EQ(GetLastError(), 998u);
     EXPECT_EQ(done, 0u);
     EXPECT_FALSE(WriteFile(file, nullptr, 1, &done, nullptr));
-    EXPECT_EQ(GetLastError(), 998u);
+    EXPECT_EQ(GetLastError(), 1784u);
 }
 
 TEST_F(ReadWriteTest, RefusesWhatTheHandleWasNotOpenedFor) {
-    const std::u16string path = Make("a", "abc");
+    const WideText path = Make("a", "abc");
     char byte = 0;
     DWORD done = 0;
     const OpenFile reader(path, GENERIC_READ);
     EXPECT_FALSE(WriteFile(reader, &byte, 1, &done, nullptr));
     EXPECT_EQ(GetLastError(), 5u);
     EXPECT_FALSE(SetEndOfFile(reader));
-    EXPECT_EQ(GetLastError(), 5u);
+    // Wine lets the kernel judge, which says another thing.
+    EXPECT_THAT(GetLastError(), OrUnderWine<DWORD>(5, 87));
     EXPECT_FALSE(FlushFileBuffers(reader));
     EXPECT_EQ(GetLastError(), 5u);
     const OpenFile writer(path, GENERIC_WRITE);
@@ -109,7 +97,7 @@ TEST_F(ReadWriteTest, EveryCallRefusesAHandleThatIsNoFileWith6) {
 }
 
 TEST_F(ReadWriteTest, WritesAtThePositionAndFillsTheGapWithZeros) {
-    const OpenFile file(Path(u"a"), GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
+    const OpenFile file(Path("a"), GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
     EXPECT_EQ(WriteText(file, "abc"), 3u);
     EXPECT_EQ(Seek(file, 1, FILE_BEGIN), 1);
     EXPECT_EQ(WriteText(file, "X"), 1u);
@@ -159,26 +147,9 @@ TEST_F(ReadWriteTest, AnOverlappedReadAtTheEndFailsWith38) {
     EXPECT_EQ(GetLastError(), 87u);
 }
 
-TEST_F(ReadWriteTest, ReportsAFullDiskAndAFileThatGrowsTooLarge) {
-    DWORD written = 7;
-    const OpenFile full(u"/dev/full", GENERIC_WRITE);
-    ASSERT_TRUE(full.IsOpen());
-    EXPECT_FALSE(WriteFile(full, "x", 1, &written, nullptr));
-    EXPECT_EQ(GetLastError(), 112u);
-    EXPECT_EQ(written, 0u);
-    const OpenFile file(Path(u"a"), GENERIC_WRITE, CREATE_NEW);
-    for (const long long at : {INT64_MAX, INT64_MAX - 100}) {
-        EXPECT_EQ(Seek(file, at, FILE_BEGIN), at);
-        SetLastError(0);
-        EXPECT_FALSE(WriteFile(file, "x", 1, &written, nullptr));
-        EXPECT_EQ(GetLastError(), 223u);
-    }
-    EXPECT_EQ(Contents("a"), "");
-}
-
 TEST_F(ReadWriteTest, ReadingFarPastTheEndGivesZeroBytes) {
     const OpenFile file(Make("a", "abc"), GENERIC_READ);
-    EXPECT_EQ(Seek(file, INT64_MAX, FILE_BEGIN), INT64_MAX);
+    EXPECT_EQ(Seek(file, 256 * FourGiB, FILE_BEGIN), 256 * FourGiB);
     EXPECT_EQ(ReadText(file, 16), "");
 }
 
@@ -197,7 +168,7 @@ TEST_F(ReadWriteTest, SeeksFromEachPlaceAndNeverBeforeTheStart) {
     EXPECT_EQ(GetLastError(), 87u);
     by.QuadPart = INT64_MAX;
     EXPECT_FALSE(SetFilePointerEx(file, by, nullptr, FILE_CURRENT));
-    EXPECT_EQ(GetLastError(), 87u);
+    EXPECT_EQ(GetLastError(), 131u);
     EXPECT_EQ(Seek(file, 0, FILE_CURRENT), 4);
 }
 
@@ -221,10 +192,11 @@ TEST_F(ReadWriteTest, SetFilePointerTellsAPositionOfAllOnesFromAFailure) {
     EXPECT_EQ(GetLastError(), 0u);
     EXPECT_EQ(high, 0);
     EXPECT_EQ(Seek(file, 0, FILE_CURRENT), 0xFFFFFFFFLL);
-    // One more would need the high half.
-    EXPECT_EQ(SetFilePointer(file, 1, nullptr, FILE_CURRENT), 0xFFFFFFFFu);
-    EXPECT_EQ(GetLastError(), 87u);
-    EXPECT_EQ(Seek(file, 0, FILE_CURRENT), 0xFFFFFFFFLL);
+    // One more would need the high half; Wine goes there all the same.
+    SetLastError(1234);
+    EXPECT_THAT(SetFilePointer(file, 1, nullptr, FILE_CURRENT), OrUnderWine<DWORD>(0xFFFFFFFF, 0));
+    EXPECT_THAT(GetLastError(), OrUnderWine<DWORD>(87, 1234));
+    EXPECT_THAT(Seek(file, 0, FILE_CURRENT), OrUnderWine<long long>(0xFFFFFFFF, FourGiB));
     EXPECT_EQ(SetFilePointer(file, -1, nullptr, FILE_BEGIN), 0xFFFFFFFFu);
     EXPECT_EQ(GetLastError(), 131u);
 }
@@ -241,7 +213,7 @@ TEST_F(ReadWriteTest, SetEndOfFileCutsAndExtends) {
 }
 
 TEST_F(ReadWriteTest, SizesAndOffsetsHave64Bits) {
-    const OpenFile file(Path(u"a"), GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
+    const OpenFile file(Path("a"), GENERIC_READ | GENERIC_WRITE, CREATE_NEW);
     for (const long long at : {(1LL << 31) - 1, 1LL << 31, FourGiB - 1, FourGiB, 5 * FourGiB / 4}) {
         EXPECT_EQ(Seek(file, at, FILE_BEGIN), at);
         EXPECT_EQ(WriteText(file, "xyz"), 3u);
@@ -256,20 +228,18 @@ TEST_F(ReadWriteTest, SizesAndOffsetsHave64Bits) {
     EXPECT_EQ(high, 1u);
     EXPECT_EQ(GetFileSize(file, nullptr), 0x40000003u);
     WIN32_FILE_ATTRIBUTE_DATA data{};
-    EXPECT_TRUE(GetFileAttributesExW(Path(u"a").c_str(), GetFileExInfoStandard, &data));
+    EXPECT_TRUE(GetFileAttributesExW(Path("a").c_str(), GetFileExInfoStandard, &data));
     EXPECT_EQ(data.nFileSizeHigh, 1u);
     EXPECT_EQ(data.nFileSizeLow, 0x40000003u);
 }
 
 TEST_F(ReadWriteTest, GetFileSizeTellsASizeOfAllOnesFromAFailure) {
-    const OpenFile file(Path(u"a"), GENERIC_WRITE, CREATE_NEW);
+    const OpenFile file(Path("a"), GENERIC_WRITE, CREATE_NEW);
     Seek(file, 0xFFFFFFFFLL, FILE_BEGIN);
     ASSERT_TRUE(SetEndOfFile(file));
     SetLastError(87);
     EXPECT_EQ(GetFileSize(file, nullptr), 0xFFFFFFFFu);
     EXPECT_EQ(GetLastError(), 0u);
-    EXPECT_FALSE(GetFileSizeEx(file, nullptr));
-    EXPECT_EQ(GetLastError(), 87u);
 }
 
 TEST_F(ReadWriteTest, ThreadsThatShareAHandleEachGetTheirOwnBytes) {
@@ -303,7 +273,7 @@ TEST_F(ReadWriteTest, ThreadsThatShareAHandleEachGetTheirOwnBytes) {
 TEST_F(ReadWriteTest, ClosingWhileOthersReadEndsTheirCallsCleanly) {
     Make("a", std::string(100000, 'a'));
     for (int round = 0; round < 50; ++round) {
-        const HANDLE file = CreateFileW(Path(u"a").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        const HANDLE file = CreateFileW(Path("a").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
         ASSERT_NE(file, INVALID_HANDLE_VALUE);
         std::thread reader([file] {
             char byte = 0;
@@ -316,115 +286,6 @@ TEST_F(ReadWriteTest, ClosingWhileOthersReadEndsTheirCallsCleanly) {
         EXPECT_TRUE(CloseHandle(file));
         reader.join();
     }
-}
-
-class StreamTest : public FilesTestFolder {
-protected:
-    // Both ends are open from the start.
-    StreamTest() {
-        EXPECT_EQ(::mkfifo(Bytes("pipe").c_str(), 0600), 0);
-        m_other = ::open(Bytes("pipe").c_str(), O_RDWR | O_CLOEXEC);
-    }
-    ~StreamTest() override { ::close(m_other); }
-
-    int m_other = -1;
-};
-
-TEST_F(StreamTest, ReadsWhatThereIsFromAPipe) {
-    const OpenFile pipe(Path(u"pipe"), GENERIC_READ);
-    ASSERT_TRUE(pipe.IsOpen());
-    ASSERT_EQ(::write(m_other, "abc", 3), 3);
-    EXPECT_EQ(ReadText(pipe, 100), "abc");
-}
-
-TEST_F(StreamTest, WritesMoreThanAPipeHoldsAsItIsRead) {
-    const OpenFile pipe(Path(u"pipe"), GENERIC_WRITE);
-    ASSERT_TRUE(pipe.IsOpen());
-    const std::string text(1 << 20, 'x');
-    std::thread writer([&] { EXPECT_EQ(WriteText(pipe, text), text.size()); });
-    std::size_t total = 0;
-    std::vector<char> buffer(65536);
-    while (total < text.size()) {
-        total += static_cast<std::size_t>(std::max<ssize_t>(0, ::read(m_other, buffer.data(), buffer.size())));
-    }
-    writer.join();
-    EXPECT_EQ(total, text.size());
-}
-
-TEST_F(ReadWriteTest, APipeOpensWithoutItsOtherEndAndReadingWaitsForIt) {
-    ASSERT_EQ(::mkfifo(Bytes("pipe").c_str(), 0600), 0);
-    EXPECT_EQ(OpenFile(Path(u"pipe"), GENERIC_WRITE).Error(), 21u);
-    const OpenFile pipe(Path(u"pipe"), GENERIC_READ);
-    ASSERT_TRUE(pipe.IsOpen());
-    std::atomic<DWORD> thread = 0;
-    std::thread reader([&] {
-        thread = GetCurrentThreadId();
-        EXPECT_EQ(ReadText(pipe, 100), "abc");
-        EXPECT_EQ(ReadText(pipe, 100), "");
-    });
-    while (thread == 0) {
-        std::this_thread::yield();
-    }
-    quillmark::test::AwaitBlockedInPoll(thread);
-    const int other = ::open(Bytes("pipe").c_str(), O_WRONLY | O_CLOEXEC);
-    EXPECT_EQ(::write(other, "abc", 3), 3);
-    ::close(other);
-    reader.join();
-}
-
-TEST_F(StreamTest, HasNeitherPositionNorSize) {
-    const OpenFile pipe(Path(u"pipe"), GENERIC_READ);
-    EXPECT_EQ(SetFilePointer(pipe, 0, nullptr, FILE_CURRENT), 0xFFFFFFFFu);
-    EXPECT_EQ(GetLastError(), 1u);
-    SetLastError(0);
-    EXPECT_EQ(GetFileSize(pipe, nullptr), 0xFFFFFFFFu);
-    EXPECT_EQ(GetLastError(), 1u);
-}
-
-TEST_F(StreamTest, ClosingEndsAReadThatWaitsWith995) {
-    OpenFile pipe(Path(u"pipe"), GENERIC_READ, OPEN_EXISTING, 0);
-    const HANDLE handle = pipe;
-    std::atomic<DWORD> thread = 0;
-    DWORD error = 0;
-    std::thread reader([&] {
-        thread = GetCurrentThreadId();
-        char byte = 0;
-        DWORD got = 0;
-        EXPECT_FALSE(ReadFile(handle, &byte, 1, &got, nullptr));
-        error = GetLastError();
-    });
-    while (thread == 0) {
-        std::this_thread::yield();
-    }
-    quillmark::test::AwaitBlockedInPoll(thread);
-    pipe.Close();
-    // Nobody else is kept out by a handle that is closed, whoever still uses it.
-    EXPECT_TRUE(OpenFile(Path(u"pipe"), GENERIC_READ, OPEN_EXISTING, 0).IsOpen());
-    reader.join();
-    EXPECT_EQ(error, 995u);
-}
-
-TEST_F(StreamTest, ClosingEndsEveryReadOfManyWhateverTheMoment) {
-    const std::size_t handles = quillmark::platform::OpenHandleCount();
-    for (int round = 0; round < 50; ++round) {
-        OpenFile pipe(Path(u"pipe"), GENERIC_READ);
-        const HANDLE handle = pipe;
-        std::vector<std::thread> readers;
-        for (int i = 0; i < 4; ++i) {
-            readers.emplace_back([handle] {
-                char byte = 0;
-                DWORD got = 0;
-                EXPECT_FALSE(ReadFile(handle, &byte, 1, &got, nullptr));
-                // 6 when the handle was closed before this call looked it up.
-                EXPECT_TRUE(GetLastError() == 995u || GetLastError() == 6u) << GetLastError();
-            });
-        }
-        pipe.Close();
-        for (std::thread& reader : readers) {
-            reader.join();
-        }
-    }
-    EXPECT_EQ(quillmark::platform::OpenHandleCount(), handles);
 }
 
 }  // namespace

@@ -76,6 +76,7 @@ inline constexpr DWORD ERROR_SERVER_DISABLED = 1341;
 inline constexpr DWORD ERROR_INTERNAL_ERROR = 1359;
 inline constexpr DWORD ERROR_NO_SYSTEM_RESOURCES = 1450;
 inline constexpr DWORD ERROR_TIMEOUT = 1460;
+inline constexpr DWORD ERROR_INVALID_USER_BUFFER = 1784;
 inline constexpr DWORD ERROR_CANT_RESOLVE_FILENAME = 1921;
 
 inline constexpr HRESULT S_OK = 0;

@@ -24,8 +24,8 @@
 // ERROR_ACCESS_DENIED; read-only volume: ERROR_WRITE_PROTECT; no space or quota: ERROR_DISK_FULL; past the file
 // system's largest size: ERROR_FILE_TOO_LARGE; too many descriptors: ERROR_TOO_MANY_OPEN_FILES; circular links:
 // ERROR_CANT_RESOLVE_FILENAME; a handle that names no open file: ERROR_INVALID_HANDLE; a null buffer that bytes are due
-// in: ERROR_NOACCESS; damaged medium: ERROR_IO_DEVICE. POSIX signals that come with some errors (SIGXFSZ, SIGPIPE) keep
-// the process's disposition.
+// in: ERROR_NOACCESS, one that they are due from: ERROR_INVALID_USER_BUFFER; damaged medium: ERROR_IO_DEVICE. POSIX
+// signals that come with some errors (SIGXFSZ, SIGPIPE) keep the process's disposition.
 //
 // Attributes. FILE_ATTRIBUTE_DIRECTORY; FILE_ATTRIBUTE_READONLY for a file (never a folder) whose owner may not write
 // it; FILE_ATTRIBUTE_REPARSE_POINT in search results for a symbolic link; FILE_ATTRIBUTE_NORMAL when none applies. Dot
