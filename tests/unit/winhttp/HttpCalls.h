@@ -6,11 +6,11 @@
 #include <string_view>
 #include <utility>
 
-#include "quillmark/platform/Errors.h"
-#include "quillmark/platform/Handles.h"
-#include "quillmark/platform/WinHttp.h"
+#include "quillmark/Platform.h"
 
 namespace quillmark::test {
+
+using WideText = std::basic_string<WideChar>;
 
 class ScopedHandle {
 public:
@@ -41,7 +41,7 @@ struct Reply {
 };
 
 // Text of the tests (ASCII or UTF-8) as the wide string that the functions take.
-[[nodiscard]] std::u16string Wide(std::string_view text);
+[[nodiscard]] WideText Wide(std::string_view text);
 
 [[nodiscard]] ScopedHandle OpenSession();
 

@@ -17,8 +17,8 @@ protected:
     }
 
     ScopedHandle m_session = OpenSession();
-    ScopedHandle m_connection{WinHttpConnect(m_session, u"host", 8080, 0)};
-    ScopedHandle m_request{WinHttpOpenRequest(m_connection, u"GET", u"/x?y", nullptr, nullptr, nullptr, 0)};
+    ScopedHandle m_connection{WinHttpConnect(m_session, QM_W("host"), 8080, 0)};
+    ScopedHandle m_request{WinHttpOpenRequest(m_connection, QM_W("GET"), QM_W("/x?y"), nullptr, nullptr, nullptr, 0)};
 };
 
 TEST_F(OptionsTest, HandleTypesAndParents) {
@@ -105,20 +105,20 @@ TEST_F(OptionsTest, UnknownAndMisplacedOnes) {
 TEST_F(OptionsTest, TextsAreQueriedInTwoSteps) {
     DWORD size = 0;
     EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER, Code(WinHttpQueryOption(m_request, WINHTTP_OPTION_URL, nullptr, &size)));
-    EXPECT_EQ((std::u16string(u"http://host:8080/x?y").size() + 1) * 2, size);
-    std::u16string url(size / 2, u'x');
+    EXPECT_EQ((WideText(QM_W("http://host:8080/x?y")).size() + 1) * 2, size);
+    WideText url(size / 2, QM_W('x'));
     EXPECT_TRUE(WinHttpQueryOption(m_request, WINHTTP_OPTION_URL, url.data(), &size));
-    EXPECT_EQ(u"http://host:8080/x?y", std::u16string(url.c_str()));
+    EXPECT_EQ(QM_W("http://host:8080/x?y"), WideText(url.c_str()));
     EXPECT_EQ(40u, size);
 }
 
 TEST_F(OptionsTest, UserAgentCanBeSetOnTheSession) {
-    char16_t agent[] = u"Agent/2.0";
+    WideChar agent[] = QM_W("Agent/2.0");
     EXPECT_TRUE(WinHttpSetOption(m_session, WINHTTP_OPTION_USER_AGENT, agent, 9));
-    char16_t text[20];
+    WideChar text[20];
     DWORD size = sizeof(text);
     EXPECT_TRUE(WinHttpQueryOption(m_session, WINHTTP_OPTION_USER_AGENT, text, &size));
-    EXPECT_EQ(u"Agent/2.0", std::u16string(text));
+    EXPECT_EQ(QM_W("Agent/2.0"), WideText(text));
     EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE,
               Code(WinHttpSetOption(m_request, WINHTTP_OPTION_USER_AGENT, agent, 9)));
 }
@@ -137,14 +137,17 @@ TEST_F(OptionsTest, CredentialsAreChecked) {
         return Code(WinHttpSetCredentials(m_request, target, scheme, user, password, nullptr));
     };
     EXPECT_EQ(ERROR_SUCCESS, set(WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_NEGOTIATE, nullptr, nullptr));
-    EXPECT_EQ(ERROR_SUCCESS, set(WINHTTP_AUTH_TARGET_PROXY, WINHTTP_AUTH_SCHEME_BASIC, u"u", u"p"));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, set(2, WINHTTP_AUTH_SCHEME_BASIC, u"u", u"p"));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, set(WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_PASSPORT, u"u", u"p"));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, set(WINHTTP_AUTH_TARGET_SERVER, 0, u"u", u"p"));
+    EXPECT_EQ(ERROR_SUCCESS, set(WINHTTP_AUTH_TARGET_PROXY, WINHTTP_AUTH_SCHEME_BASIC, QM_W("QM_W("), QM_W("p")));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, set(2, WINHTTP_AUTH_SCHEME_BASIC, QM_W("QM_W("), QM_W("p")));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER,
+              set(WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_PASSPORT, QM_W("QM_W("), QM_W("p")));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, set(WINHTTP_AUTH_TARGET_SERVER, 0, QM_W("QM_W("), QM_W("p")));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, set(WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, nullptr, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, set(WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, u"u", nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, Code(WinHttpSetCredentials(m_request, WINHTTP_AUTH_TARGET_SERVER,
-                                                                  WINHTTP_AUTH_SCHEME_BASIC, u"u", u"p", &m_session)));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER,
+              set(WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, QM_W("QM_W("), nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER,
+              Code(WinHttpSetCredentials(m_request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC,
+                                         QM_W("QM_W("), QM_W("p"), &m_session)));
 }
 
 }  // namespace

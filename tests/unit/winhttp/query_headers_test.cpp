@@ -20,7 +20,7 @@ protected:
         if (!WinHttpQueryHeaders(m_request, level, name, text, &size, index)) {
             return GetLastError();
         }
-        EXPECT_EQ(u'\0', text[size / sizeof(WCHAR)]);
+        EXPECT_EQ(QM_W('\0'), text[size / sizeof(WCHAR)]);
         value.assign(text, text + size / sizeof(WCHAR));
         return ERROR_SUCCESS;
     }
@@ -59,16 +59,16 @@ TEST_F(QueryHeadersTest, SizeIsAskedForWithoutABuffer) {
     WCHAR text[4];
     EXPECT_TRUE(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_STATUS_CODE, nullptr, text, &size, nullptr));
     EXPECT_EQ(6u, size);
-    EXPECT_EQ(u"404", std::u16string(text));
+    EXPECT_EQ(QM_W("404"), WideText(text));
 }
 
 TEST_F(QueryHeadersTest, BufferThatIsOneTooSmallIsLeftAlone) {
-    WCHAR text[4] = {u'x', u'x', u'x', u'x'};
+    WCHAR text[4] = {QM_W('x'), QM_W('x'), QM_W('x'), QM_W('x')};
     DWORD size = 7;
     EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER,
               Code(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_STATUS_CODE, nullptr, text, &size, nullptr)));
     EXPECT_EQ(8u, size);
-    EXPECT_EQ(u'x', text[0]);
+    EXPECT_EQ(QM_W('x'), text[0]);
 }
 
 TEST_F(QueryHeadersTest, StatusAsNumber) {
@@ -128,7 +128,7 @@ TEST_F(QueryHeadersTest, DateAsSystemTime) {
 
 TEST_F(QueryHeadersTest, HeadersByNameInAnyCase) {
     EXPECT_EQ("120", Value(WINHTTP_QUERY_RETRY_AFTER));
-    EXPECT_EQ("120", Value(WINHTTP_QUERY_CUSTOM, u"retry-AFTER"));
+    EXPECT_EQ("120", Value(WINHTTP_QUERY_CUSTOM, QM_W("retry-AFTER")));
     std::string value;
     EXPECT_EQ(ERROR_INVALID_PARAMETER, Query(WINHTTP_QUERY_CUSTOM, value));
 }
@@ -136,19 +136,19 @@ TEST_F(QueryHeadersTest, HeadersByNameInAnyCase) {
 TEST_F(QueryHeadersTest, IndexWalksThroughHeadersOfOneName) {
     std::string value;
     DWORD index = 0;
-    EXPECT_EQ(ERROR_SUCCESS, Query(WINHTTP_QUERY_CUSTOM, value, u"X-Many", &index));
+    EXPECT_EQ(ERROR_SUCCESS, Query(WINHTTP_QUERY_CUSTOM, value, QM_W("X-Many"), &index));
     EXPECT_EQ("one", value);
-    EXPECT_EQ(ERROR_SUCCESS, Query(WINHTTP_QUERY_CUSTOM, value, u"X-Many", &index));
+    EXPECT_EQ(ERROR_SUCCESS, Query(WINHTTP_QUERY_CUSTOM, value, QM_W("X-Many"), &index));
     EXPECT_EQ("two", value);
     EXPECT_EQ(2u, index);
-    EXPECT_EQ(ERROR_WINHTTP_HEADER_NOT_FOUND, Query(WINHTTP_QUERY_CUSTOM, value, u"X-Many", &index));
+    EXPECT_EQ(ERROR_WINHTTP_HEADER_NOT_FOUND, Query(WINHTTP_QUERY_CUSTOM, value, QM_W("X-Many"), &index));
     EXPECT_EQ(2u, index);
 }
 
 TEST_F(QueryHeadersTest, MissingAndUnknownOnes) {
     std::string value;
     EXPECT_EQ(ERROR_WINHTTP_HEADER_NOT_FOUND, Query(WINHTTP_QUERY_LOCATION, value));
-    EXPECT_EQ(ERROR_WINHTTP_HEADER_NOT_FOUND, Query(WINHTTP_QUERY_CUSTOM, value, u"X-None"));
+    EXPECT_EQ(ERROR_WINHTTP_HEADER_NOT_FOUND, Query(WINHTTP_QUERY_CUSTOM, value, QM_W("X-None")));
     EXPECT_EQ(ERROR_WINHTTP_INVALID_QUERY_REQUEST, Query(79, value));
     EXPECT_EQ(ERROR_WINHTTP_INVALID_QUERY_REQUEST, Query(71, value));
     EXPECT_EQ(ERROR_WINHTTP_INVALID_QUERY_REQUEST,
@@ -167,8 +167,8 @@ TEST_F(QueryHeadersTest, RawHeadersAsLines) {
 TEST_F(QueryHeadersTest, BytesAreReadAsUtf8) {
     WCHAR text[10];
     DWORD size = sizeof(text);
-    ASSERT_TRUE(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_CUSTOM, u"X-Name", text, &size, nullptr));
-    EXPECT_EQ(u"\u00E4\uFFFD", std::u16string(text));
+    ASSERT_TRUE(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_CUSTOM, QM_W("X-Name"), text, &size, nullptr));
+    EXPECT_EQ(QM_W("\u00E4\uFFFD"), WideText(text));
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ TEST_F(RedirectTest, LastUrlCanBeQueried) {
     WCHAR url[200];
     DWORD size = sizeof(url);
     ASSERT_TRUE(WinHttpQueryOption(request, WINHTTP_OPTION_URL, url, &size));
-    EXPECT_EQ(Wide("http://127.0.0.1:" + std::to_string(m_server.Port()) + "/to"), std::u16string(url));
+    EXPECT_EQ(Wide("http://127.0.0.1:" + std::to_string(m_server.Port()) + "/to"), WideText(url));
 }
 
 struct VerbCase {
@@ -224,16 +224,16 @@ TEST_F(ChallengeTest, WithoutCredentialsIsLeftToTheCaller) {
 
 TEST_F(ChallengeTest, IsAnsweredAndOptionalDataIsSentAgain) {
     const ScopedHandle request = OpenRequest(m_session, m_server.Port(), "POST", "/");
-    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, u"user", u"pass",
-                                      nullptr));
+    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, QM_W("user"),
+                                      QM_W("pass"), nullptr));
     EXPECT_EQ("in", Exchange(request, "a=b").body);
     EXPECT_EQ((Seen{"none a=b", "Authorization: Basic dXNlcjpwYXNz a=b"}), m_seen);
 }
 
 TEST_F(ChallengeTest, StreamedBodyMustBeSentAgainByTheCaller) {
     const ScopedHandle request = OpenRequest(m_session, m_server.Port(), "POST", "/");
-    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, u"user", u"pass",
-                                      nullptr));
+    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, QM_W("user"),
+                                      QM_W("pass"), nullptr));
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 3));
     ASSERT_EQ(ERROR_SUCCESS, Write(request, "a=b"));
     EXPECT_EQ(ERROR_WINHTTP_RESEND_REQUEST, Receive(request).code);
@@ -251,8 +251,8 @@ TEST_F(ChallengeTest, InTheMiddleOfAStreamedBodyMustBeSentAgainByTheCaller) {
         peer.ReadToEnd();
     });
     const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/");
-    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, u"user", u"pass",
-                                      nullptr));
+    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, QM_W("user"),
+                                      QM_W("pass"), nullptr));
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, 64ULL * 1024 * 1024));
     const std::string chunk(1024 * 1024, 'x');
     for (int i = 0; i < 64; ++i) {
@@ -265,8 +265,8 @@ TEST_F(ChallengeTest, InTheMiddleOfAStreamedBodyMustBeSentAgainByTheCaller) {
 TEST_F(ChallengeTest, OtherSchemeThanTheCredentialsIsLeftToTheCaller) {
     m_challenge = NegotiateChallenge;
     const ScopedHandle request = OpenRequest(m_session, m_server.Port(), "GET", "/");
-    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, u"user", u"pass",
-                                      nullptr));
+    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, QM_W("user"),
+                                      QM_W("pass"), nullptr));
     EXPECT_EQ(401, Exchange(request).status);
     EXPECT_EQ((Seen{"none "}), m_seen);
 }
@@ -297,8 +297,8 @@ TEST_F(ChallengeTest, HighSecurityWithholdsTheLoggedOnUser) {
 
 TEST_F(ChallengeTest, DisabledAuthenticationLeavesItToTheCaller) {
     const ScopedHandle request = OpenRequest(m_session, m_server.Port(), "GET", "/");
-    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, u"user", u"pass",
-                                      nullptr));
+    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_BASIC, QM_W("user"),
+                                      QM_W("pass"), nullptr));
     DWORD feature = WINHTTP_DISABLE_AUTHENTICATION;
     ASSERT_TRUE(WinHttpSetOption(request, WINHTTP_OPTION_DISABLE_FEATURE, &feature, sizeof(feature)));
     EXPECT_EQ(401, Exchange(request).status);
@@ -309,8 +309,8 @@ TEST_F(ChallengeTest, DigestIsAnswered) {
         "HTTP/1.1 401 Unauthorized\r\nWWW-Authenticate: Digest realm=\"r\", nonce=\"n\", qop=\"auth\"\r\n"
         "Content-Length: 4\r\n\r\ndeny";
     const ScopedHandle request = OpenRequest(m_session, m_server.Port(), "POST", "/");
-    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_DIGEST, u"user", u"pass",
-                                      nullptr));
+    ASSERT_TRUE(WinHttpSetCredentials(request, WINHTTP_AUTH_TARGET_SERVER, WINHTTP_AUTH_SCHEME_DIGEST, QM_W("user"),
+                                      QM_W("pass"), nullptr));
     EXPECT_EQ("in", Exchange(request, "a=b").body);
     ASSERT_FALSE(m_seen.empty());
     EXPECT_NE(std::string::npos, m_seen.back().find("Authorization: Digest username=\"user\"")) << m_seen.back();

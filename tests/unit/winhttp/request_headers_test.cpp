@@ -90,7 +90,7 @@ TEST_F(RequestHeadersTest, SeveralLinesWithAnyEnd) {
 }
 
 TEST_F(RequestHeadersTest, LengthLimitsTheText) {
-    EXPECT_TRUE(WinHttpAddRequestHeaders(m_request, u"X: 123 and more", 6, AddFlag));
+    EXPECT_TRUE(WinHttpAddRequestHeaders(m_request, QM_W("X: 123 and more"), 6, AddFlag));
     EXPECT_EQ("X: 123\r\n", Lines());
 }
 
@@ -99,7 +99,7 @@ TEST_F(RequestHeadersTest, BadLinesAreRefusedAndNothingIsAdded) {
                              "A: 1\r\n\r\nB: 2", " X: folded"}) {
         EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER, Add(std::string("Good: 1\r\n") + line, AddFlag)) << line;
     }
-    EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER, Code(WinHttpAddRequestHeaders(m_request, u"X: a\0b", 6, AddFlag)));
+    EXPECT_EQ(ERROR_WINHTTP_INVALID_HEADER, Code(WinHttpAddRequestHeaders(m_request, QM_W("X: a\0b"), 6, AddFlag)));
     EXPECT_EQ("", Lines());
 }
 

@@ -1,27 +1,17 @@
 // Secure requests: who is trusted, and that nothing turns the verification off.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <atomic>
 
 #include "unit/winhttp/HttpCalls.h"
 #include "unit/winhttp/RawServer.h"
-#include "unit/winhttp/TempFolder.h"
+#include "unit/winhttp/TrustedRoot.h"
 
 namespace quillmark::test {
 namespace {
 
 class TlsTest : public testing::Test {
 protected:
-    void TearDown() override {
-        unsetenv("SSL_CERT_FILE");
-        unsetenv("SSL_CERT_DIR");
-        unsetenv("XDG_CONFIG_HOME");
-    }
-
-    void TrustByFile(const TlsIdentity& identity) {
-        setenv("SSL_CERT_FILE", m_folder.Write("root.pem", identity.CertificatePem()).c_str(), 1);
-    }
-
     ScopedHandle Open(const RawServer& server, std::string_view host = "localhost", std::string_view verb = "GET") {
         return OpenRequest(m_session, server.Port(), verb, "/", WINHTTP_FLAG_SECURE, host);
     }
@@ -32,7 +22,6 @@ protected:
         }
     }
 
-    TempFolder m_folder;
     TlsIdentity m_identity{"DNS:localhost"};
     RawServer m_server{Serve, &m_identity};
     ScopedHandle m_session = OpenSession();
@@ -42,41 +31,15 @@ TEST_F(TlsTest, UnknownRootFails) {
     EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(m_server)));
 }
 
-TEST_F(TlsTest, RootInSslCertFileIsTrusted) {
-    TrustByFile(m_identity);
-    EXPECT_EQ("GET / HTTP/1.1", Exchange(Open(m_server)).body);
-}
-
-TEST_F(TlsTest, RootOfTheUserIsTrusted) {
-    m_folder.Write("quillmark/roots/own.pem", m_identity.CertificatePem());
-    setenv("XDG_CONFIG_HOME", m_folder.Path().c_str(), 1);
-    EXPECT_EQ("GET / HTTP/1.1", Exchange(Open(m_server)).body);
-}
-
-TEST_F(TlsTest, OtherFilesOfTheUserAreNoRoots) {
-    m_folder.Write("quillmark/roots/own.txt", m_identity.CertificatePem());
-    m_folder.Write("quillmark/roots/broken.pem", "no certificate");
-    setenv("XDG_CONFIG_HOME", m_folder.Path().c_str(), 1);
-    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(m_server)));
-}
-
-TEST_F(TlsTest, RootsAreReadOncePerSession) {
-    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(m_server)));
-    TrustByFile(m_identity);
-    EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(m_server)));
-    m_session = OpenSession();
-    EXPECT_EQ(ERROR_SUCCESS, Send(Open(m_server)));
-}
-
 TEST_F(TlsTest, WrongHostNameFails) {
-    TrustByFile(m_identity);
+    const TrustedRoot root(m_identity.CertificatePem());
     EXPECT_EQ(ERROR_WINHTTP_SECURE_FAILURE, Send(Open(m_server, "127.0.0.1")));
 }
 
 TEST_F(TlsTest, AddressInTheCertificateIsAccepted) {
     const TlsIdentity identity("IP:127.0.0.1");
     RawServer server(Serve, &identity);
-    TrustByFile(identity);
+    const TrustedRoot root(identity.CertificatePem());
     EXPECT_EQ(200, Exchange(Open(server, "127.0.0.1")).status);
 }
 
@@ -98,7 +61,7 @@ TEST_F(TlsTest, ServerWithoutTlsFails) {
 }
 
 TEST_F(TlsTest, ConnectionIsKept) {
-    TrustByFile(m_identity);
+    const TrustedRoot root(m_identity.CertificatePem());
     for (int i = 0; i < 5; ++i) {
         EXPECT_EQ(200, Exchange(Open(m_server)).status);
     }
@@ -106,7 +69,7 @@ TEST_F(TlsTest, ConnectionIsKept) {
 }
 
 TEST_F(TlsTest, LargeBodiesPassInBothDirections) {
-    TrustByFile(m_identity);
+    const TrustedRoot root(m_identity.CertificatePem());
     const std::string body(3'000'001, 'u');
     RawServer echo(
         [&](Peer& peer) {
@@ -122,7 +85,7 @@ TEST_F(TlsTest, LargeBodiesPassInBothDirections) {
 }
 
 TEST_F(TlsTest, OwedBytesArePaidAndTheConnectionIsKept) {
-    TrustByFile(m_identity);
+    const TrustedRoot root(m_identity.CertificatePem());
     std::string paid;
     RawServer server(
         [&](Peer& peer) {
@@ -144,7 +107,7 @@ TEST_F(TlsTest, OwedBytesArePaidAndTheConnectionIsKept) {
 }
 
 TEST_F(TlsTest, LostConnectionIsSeenOnce) {
-    TrustByFile(m_identity);
+    const TrustedRoot root(m_identity.CertificatePem());
     std::atomic<int> seen{0};
     RawServer server(
         [&](Peer& peer) {
@@ -160,7 +123,7 @@ TEST_F(TlsTest, LostConnectionIsSeenOnce) {
 }
 
 TEST_F(TlsTest, RedirectToPlainHttpIsLeftToTheCallerUnlessAllowed) {
-    TrustByFile(m_identity);
+    const TrustedRoot root(m_identity.CertificatePem());
     RawServer plain(Serve);
     RawServer secure(
         [&](Peer& peer) {
@@ -179,7 +142,7 @@ TEST_F(TlsTest, RedirectToPlainHttpIsLeftToTheCallerUnlessAllowed) {
 }
 
 TEST_F(TlsTest, RedirectFromPlainHttpIsFollowed) {
-    TrustByFile(m_identity);
+    const TrustedRoot root(m_identity.CertificatePem());
     RawServer plain([&](Peer& peer) {
         static_cast<void>(peer.ReadHead());
         peer.Send("HTTP/1.1 301 Moved Permanently\r\nLocation: https://localhost:" + std::to_string(m_server.Port()) +

@@ -128,7 +128,7 @@ TEST_F(UploadTest, HeaderWinsOverTheTotalOfTheCall) {
     const ScopedHandle request = OpenRequest(m_session, server.Port(), "POST", "/up");
     // 2^32 + 5 truncated to 32 bits.
     ASSERT_TRUE(
-        WinHttpSendRequest(request, u"Content-Length: 4294967301\r\n", static_cast<DWORD>(-1), nullptr, 0, 5, 0));
+        WinHttpSendRequest(request, QM_W("Content-Length: 4294967301\r\n"), static_cast<DWORD>(-1), nullptr, 0, 5, 0));
     EXPECT_NE(std::string::npos, head.get_future().get().find("\r\nContent-Length: 4294967301\r\n"));
 }
 

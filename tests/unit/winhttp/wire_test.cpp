@@ -102,17 +102,17 @@ TEST_F(WireTest, HeaderWithoutValueIsSent) {
 }
 
 TEST_F(WireTest, UserAgentOfTheSessionIsSent) {
-    m_session = ScopedHandle(WinHttpOpen(u"Agent/1.0", WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, 0));
+    m_session = ScopedHandle(WinHttpOpen(QM_W("Agent/1.0"), WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, 0));
     const ScopedHandle request = OpenRequest(m_session, m_server.Port(), "GET", "/");
     EXPECT_EQ("GET / HTTP/1.1\r\nHost: HOST\r\nUser-Agent: Agent/1.0\r\nConnection: Keep-Alive\r\n\r\n",
               HeadOf(request));
 }
 
 TEST_F(WireTest, OpeningCallBringsAcceptReferrerAndRefresh) {
-    const ScopedHandle connection(WinHttpConnect(m_session, u"127.0.0.1", m_server.Port(), 0));
-    LPCWSTR accept[] = {u"text/plain", u"application/json", nullptr};
-    const ScopedHandle request(
-        WinHttpOpenRequest(connection, nullptr, u"/", nullptr, u"http://from/", accept, WINHTTP_FLAG_REFRESH));
+    const ScopedHandle connection(WinHttpConnect(m_session, QM_W("127.0.0.1"), m_server.Port(), 0));
+    LPCWSTR accept[] = {QM_W("text/plain"), QM_W("application/json"), nullptr};
+    const ScopedHandle request(WinHttpOpenRequest(connection, nullptr, QM_W("/"), nullptr, QM_W("http://from/"), accept,
+                                                  WINHTTP_FLAG_REFRESH));
     EXPECT_EQ(
         "GET / HTTP/1.1\r\nHost: HOST\r\nReferer: http://from/\r\nAccept: text/plain, application/json\r\n"
         "Pragma: no-cache\r\nConnection: Keep-Alive\r\n\r\n",
@@ -120,8 +120,9 @@ TEST_F(WireTest, OpeningCallBringsAcceptReferrerAndRefresh) {
 }
 
 TEST_F(WireTest, Http10IsSentWhenAskedFor) {
-    const ScopedHandle connection(WinHttpConnect(m_session, u"127.0.0.1", m_server.Port(), 0));
-    const ScopedHandle request(WinHttpOpenRequest(connection, u"GET", u"/", u"HTTP/1.0", nullptr, nullptr, 0));
+    const ScopedHandle connection(WinHttpConnect(m_session, QM_W("127.0.0.1"), m_server.Port(), 0));
+    const ScopedHandle request(
+        WinHttpOpenRequest(connection, QM_W("GET"), QM_W("/"), QM_W("HTTP/1.0"), nullptr, nullptr, 0));
     EXPECT_EQ("GET / HTTP/1.0\r\nHost: HOST\r\nConnection: Keep-Alive\r\n\r\n", HeadOf(request));
 }
 
@@ -135,7 +136,7 @@ TEST_F(WireTest, KeepAliveCanBeDisabled) {
 TEST_F(WireTest, SendingCallAddsItsHeaders) {
     const ScopedHandle request = OpenRequest(m_session, m_server.Port(), "GET", "/");
     ASSERT_EQ(ERROR_SUCCESS, AddHeader(request, "X-A: 1"));
-    ASSERT_TRUE(WinHttpSendRequest(request, u"X-A: 2\r\nX-B: 3\r\n", static_cast<DWORD>(-1), nullptr, 0, 0, 0));
+    ASSERT_TRUE(WinHttpSendRequest(request, QM_W("X-A: 2\r\nX-B: 3\r\n"), static_cast<DWORD>(-1), nullptr, 0, 0, 0));
     EXPECT_EQ(200, Receive(request).status);
     const std::string head = m_head.get_future().get();
     EXPECT_NE(std::string::npos, head.find("\r\nX-A: 2\r\nX-B: 3\r\n")) << head;
