@@ -91,6 +91,15 @@ Reply Exchange(HINTERNET request, std::string_view body) {
     return reply.code == ERROR_SUCCESS ? Receive(request) : reply;
 }
 
+DWORD SetReceiveTimeout(HINTERNET handle, DWORD milliseconds) {
+    for (const DWORD option : {WINHTTP_OPTION_RECEIVE_TIMEOUT, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT}) {
+        if (!WinHttpSetOption(handle, option, &milliseconds, sizeof(milliseconds))) {
+            return GetLastError();
+        }
+    }
+    return ERROR_SUCCESS;
+}
+
 std::string HeaderOf(HINTERNET request, std::string_view name) {
     WCHAR value[1024];
     DWORD size = sizeof(value);

@@ -72,6 +72,9 @@ struct Reply {
 // Send and Receive.
 [[nodiscard]] Reply Exchange(HINTERNET request, std::string_view body = {});
 
+// How long the request, or the session's later ones, wait for the reply's head and for its body.
+[[nodiscard]] DWORD SetReceiveTimeout(HINTERNET handle, DWORD milliseconds);
+
 // A header of the reply, empty when there is none.
 [[nodiscard]] std::string HeaderOf(HINTERNET request, std::string_view name);
 

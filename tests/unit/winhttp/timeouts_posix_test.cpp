@@ -1,4 +1,5 @@
-// The time-out of name look-ups: only POSIX lets a test hold one up.
+// The time-out of name look-ups, which only POSIX lets a test hold up, and the one for heads: WinHTTP has a setting of
+// its own for these, here it is the receive time-out.
 #include <gtest/gtest.h>
 
 #include "unit/winhttp/HttpCalls.h"
@@ -16,6 +17,15 @@ TEST(TimeoutPosixTest, ResolvingEndsWithTheResolveTimeout) {
     EXPECT_EQ(ERROR_WINHTTP_TIMEOUT, Send(OpenRequest(session, 80, "GET", "/", 0, StalledName)));
     EXPECT_GE(stopwatch.Milliseconds(), Short);
     EXPECT_LT(stopwatch.Milliseconds(), Short + 1000);
+}
+
+TEST(TimeoutPosixTest, ReceiveTimeoutHoldsForTheHeadAsWell) {
+    const ScopedHandle session = OpenSession();
+    ASSERT_TRUE(WinHttpSetTimeouts(session, 1, 2, 3, 4));
+    DWORD value = 0;
+    DWORD size = sizeof(value);
+    ASSERT_TRUE(WinHttpQueryOption(session, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &value, &size));
+    EXPECT_EQ(4u, value);
 }
 
 }  // namespace
