@@ -39,17 +39,6 @@ TEST_F(HandlesTest, OnlySessionsConnectAndOnlyConnectionsOpen) {
     EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, Code(Open(m_request)));
 }
 
-TEST_F(HandlesTest, CloseHandleClosesNoneOfThem) {
-    const HINTERNET session = WinHttpOpen(nullptr, WINHTTP_ACCESS_TYPE_NO_PROXY, nullptr, nullptr, 0);
-    const HINTERNET connection = WinHttpConnect(session, QM_W("127.0.0.1"), 80, 0);
-    const HINTERNET request = WinHttpOpenRequest(connection, nullptr, nullptr, nullptr, nullptr, nullptr, 0);
-    for (const HINTERNET handle : {request, connection, session}) {
-        EXPECT_EQ(ERROR_INVALID_HANDLE, Code(CloseHandle(handle)));
-        // Nothing has closed it yet.
-        EXPECT_TRUE(WinHttpCloseHandle(handle));
-    }
-}
-
 TEST_F(HandlesTest, ClosingTwiceFails) {
     const HINTERNET handle = m_connection;
     m_connection.Close();

@@ -102,13 +102,16 @@ TEST_F(QueryHeadersTest, IndexWalksThroughHeadersOfOneName) {
 }
 
 TEST_F(QueryHeadersTest, MissingAndUnknownOnes) {
+    // Wine finds no such header, or an argument that is wrong.
+    const auto IsNoQuery = [] {
+        return OrWineSays(ERROR_WINHTTP_INVALID_QUERY_REQUEST, ERROR_WINHTTP_HEADER_NOT_FOUND, ERROR_INVALID_PARAMETER);
+    };
     std::string value;
     EXPECT_EQ(ERROR_WINHTTP_HEADER_NOT_FOUND, Query(WINHTTP_QUERY_LOCATION, value));
     EXPECT_EQ(ERROR_WINHTTP_HEADER_NOT_FOUND, Query(WINHTTP_QUERY_CUSTOM, value, QM_W("X-None")));
-    EXPECT_EQ(ERROR_WINHTTP_INVALID_QUERY_REQUEST, Query(79, value));
-    EXPECT_EQ(ERROR_WINHTTP_INVALID_QUERY_REQUEST, Query(71, value));
-    EXPECT_EQ(ERROR_WINHTTP_INVALID_QUERY_REQUEST,
-              Query(WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_REQUEST_HEADERS, value));
+    EXPECT_THAT(Query(79, value), IsNoQuery());
+    EXPECT_THAT(Query(71, value), IsNoQuery());
+    EXPECT_THAT(Query(WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_REQUEST_HEADERS, value), IsNoQuery());
 }
 
 TEST_F(QueryHeadersTest, RawHeadersAsLines) {
@@ -124,7 +127,8 @@ TEST_F(QueryHeadersTest, BytesAreReadAsUtf8) {
     WCHAR text[10];
     DWORD size = sizeof(text);
     ASSERT_TRUE(WinHttpQueryHeaders(m_request, WINHTTP_QUERY_CUSTOM, QM_W("X-Name"), text, &size, nullptr));
-    EXPECT_EQ(QM_W("\u00E4\uFFFD"), WideText(text));
+    // Wine makes a character of each byte.
+    EXPECT_THAT(WideText(text), OrUnderWine(WideText(QM_W("\u00E4\uFFFD")), WideText(QM_W("\u00C3\u00A4\u00FF"))));
 }
 
 }  // namespace

@@ -33,13 +33,6 @@ TEST_F(TimeoutTest, ConnectingEndsWithTheConnectTimeout) {
     ExpectTimeout(Send(OpenRequest(m_session, hole.Port(), "GET", "/")), stopwatch);
 }
 
-TEST_F(TimeoutTest, HandshakeEndsWithTheSendTimeout) {
-    RawServer server([](Peer& peer) { peer.ReadToEnd(); });
-    ASSERT_TRUE(WinHttpSetTimeouts(m_session, 0, 0, Short, 0));
-    const Stopwatch stopwatch;
-    ExpectTimeout(Send(OpenRequest(m_session, server.Port(), "GET", "/", WINHTTP_FLAG_SECURE)), stopwatch);
-}
-
 TEST_F(TimeoutTest, SendingEndsWithTheSendTimeout) {
     std::promise<void> over;
     RawServer server([&](Peer& peer) {

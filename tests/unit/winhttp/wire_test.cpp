@@ -46,8 +46,12 @@ TEST_F(WireTest, PostWithoutBodyAnnouncesZeroBytes) {
 
 TEST_F(WireTest, DeleteWithoutBodyAnnouncesZeroBytes) {
     const ScopedHandle request = OpenRequest(m_session, m_server.Port(), "DELETE", "/x");
-    EXPECT_THAT(HeadOf(request),
-                IsHead("DELETE /x HTTP/1.1\r\nHost: HOST\r\nConnection: Keep-Alive\r\nContent-Length: 0\r\n\r\n"));
+    const std::string head = HeadOf(request);
+    // Wine announces nothing.
+    EXPECT_THAT(head, UnderWine() ? testing::Matcher<std::string>(
+                                        IsHead("DELETE /x HTTP/1.1\r\nHost: HOST\r\nConnection: Keep-Alive\r\n\r\n"))
+                                  : IsHead("DELETE /x HTTP/1.1\r\nHost: HOST\r\nConnection: Keep-Alive\r\n"
+                                           "Content-Length: 0\r\n\r\n"));
 }
 
 TEST_F(WireTest, HeadHasNoLength) {
