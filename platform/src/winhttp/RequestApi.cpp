@@ -36,7 +36,7 @@ std::string HeaderText(LPCWSTR headers, DWORD length) {
 }
 
 // The headers that the opening call itself asks for.
-DWORD AddOpeningHeaders(Request& request, LPCWSTR referrer, LPCWSTR* acceptTypes, DWORD flags) {
+DWORD AddOpeningHeaders(Request& request, LPCWSTR referrer, LPCWSTR* acceptTypes, DWORD flags, bool http10) {
     DWORD code = ERROR_SUCCESS;
     if (!TextOf(referrer).empty()) {
         code = request.AddHeader("Referer", Narrow(TextOf(referrer)), WINHTTP_ADDREQ_FLAG_ADD);
@@ -46,6 +46,9 @@ DWORD AddOpeningHeaders(Request& request, LPCWSTR referrer, LPCWSTR* acceptTypes
     }
     if (code == ERROR_SUCCESS && (flags & WINHTTP_FLAG_REFRESH) != 0) {
         code = request.AddHeader("Pragma", "no-cache", WINHTTP_ADDREQ_FLAG_ADD);
+        if (code == ERROR_SUCCESS && !http10) {
+            code = request.AddHeader("Cache-Control", "no-cache", WINHTTP_ADDREQ_FLAG_ADD);
+        }
     }
     return code == ERROR_SUCCESS || code == ERROR_NOT_ENOUGH_MEMORY ? code : ERROR_INVALID_PARAMETER;
 }
@@ -74,7 +77,7 @@ HINTERNET WINAPI WinHttpOpenRequest(HINTERNET connection, LPCWSTR verb, LPCWSTR 
         const auto request =
             std::make_shared<Request>(std::move(parent), connection, std::move(target), std::move(method), http10);
         handle = request;
-        return AddOpeningHeaders(*request, referrer, acceptTypes, flags);
+        return AddOpeningHeaders(*request, referrer, acceptTypes, flags, http10);
     });
 }
 

@@ -2,12 +2,10 @@
 
 #include <vector>
 
-#include "quillmark/platform/Text.h"
-
 namespace quillmark::test {
 
-std::u16string Wide(std::string_view text) {
-    std::u16string wide(text.size(), u'\0');
+WideText Wide(std::string_view text) {
+    WideText wide(text.size(), QM_W('\0'));
     const int units = text.empty() ? 0
                                    : MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
                                                          wide.data(), static_cast<int>(wide.size()));
@@ -41,7 +39,7 @@ DWORD Send(HINTERNET request, std::string_view body) {
 }
 
 DWORD StartUpload(HINTERNET request, std::uint64_t announced) {
-    const std::u16string line = Wide("Content-Length: " + std::to_string(announced) + "\r\n");
+    const WideText line = Wide("Content-Length: " + std::to_string(announced) + "\r\n");
     return Code(WinHttpSendRequest(request, line.c_str(), static_cast<DWORD>(-1), WINHTTP_NO_REQUEST_DATA, 0,
                                    WINHTTP_IGNORE_REQUEST_TOTAL_LENGTH, 0));
 }
@@ -91,6 +89,15 @@ Reply Exchange(HINTERNET request, std::string_view body) {
     Reply reply;
     reply.code = Send(request, body);
     return reply.code == ERROR_SUCCESS ? Receive(request) : reply;
+}
+
+DWORD SetReceiveTimeout(HINTERNET handle, DWORD milliseconds) {
+    for (const DWORD option : {WINHTTP_OPTION_RECEIVE_TIMEOUT, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT}) {
+        if (!WinHttpSetOption(handle, option, &milliseconds, sizeof(milliseconds))) {
+            return GetLastError();
+        }
+    }
+    return ERROR_SUCCESS;
 }
 
 std::string HeaderOf(HINTERNET request, std::string_view name) {

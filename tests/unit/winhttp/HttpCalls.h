@@ -6,11 +6,11 @@
 #include <string_view>
 #include <utility>
 
-#include "quillmark/platform/Errors.h"
-#include "quillmark/platform/Handles.h"
-#include "quillmark/platform/WinHttp.h"
+#include "quillmark/Platform.h"
 
 namespace quillmark::test {
+
+using WideText = std::basic_string<WideChar>;
 
 class ScopedHandle {
 public:
@@ -41,7 +41,7 @@ struct Reply {
 };
 
 // Text of the tests (ASCII or UTF-8) as the wide string that the functions take.
-[[nodiscard]] std::u16string Wide(std::string_view text);
+[[nodiscard]] WideText Wide(std::string_view text);
 
 [[nodiscard]] ScopedHandle OpenSession();
 
@@ -71,6 +71,9 @@ struct Reply {
 
 // Send and Receive.
 [[nodiscard]] Reply Exchange(HINTERNET request, std::string_view body = {});
+
+// How long the request, or the session's later ones, wait for the reply's head and for its body.
+[[nodiscard]] DWORD SetReceiveTimeout(HINTERNET handle, DWORD milliseconds);
 
 // A header of the reply, empty when there is none.
 [[nodiscard]] std::string HeaderOf(HINTERNET request, std::string_view name);

@@ -8,23 +8,23 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
+#include "unit/winhttp/RawStream.h"
 #include "unit/winhttp/TlsIdentity.h"
-
-struct ssl_st;
 
 namespace quillmark::test {
 
 // One accepted connection.
 class Peer {
 public:
-    // Takes the descriptor; with an identity the connection is secure from the first byte.
-    Peer(int descriptor, int number, const TlsIdentity* identity);
+    // Takes the socket; with an identity the connection is secure from the first byte.
+    Peer(RawSocket socket, int number, const TlsIdentity* identity);
     ~Peer();
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
@@ -54,13 +54,11 @@ public:
     void Abort();
 
 private:
-    // One read of what is there; 0 at the end.
-    std::size_t Receive(char* buffer, std::size_t size);
     bool Fill();
 
-    const int m_descriptor;
+    const RawSocket m_socket;
     const int m_number;
-    ssl_st* m_tls = nullptr;
+    std::unique_ptr<RawStream> m_stream;
     std::string m_buffered;
     bool m_dead = false;
 };
@@ -74,6 +72,7 @@ public:
     RawServer(const RawServer&) = delete;
     RawServer& operator=(const RawServer&) = delete;
 
+    // Where clients connect to.
     [[nodiscard]] std::uint16_t Port() const { return m_port; }
 
     // How many connections were accepted so far.
@@ -81,11 +80,12 @@ public:
 
 private:
     void Accept();
+    void Serve(RawSocket socket, int number);
 
     const Script m_script;
     const TlsIdentity* const m_identity;
     std::uint16_t m_port = 0;
-    int m_listener;
+    RawSocket m_listener;
     std::atomic<int> m_connections{0};
     std::mutex m_mutex;
     bool m_stopping = false;
@@ -106,8 +106,8 @@ public:
 
 private:
     std::uint16_t m_port = 0;
-    int m_listener;
-    std::vector<int> m_fillers;
+    RawSocket m_listener;
+    std::vector<RawSocket> m_fillers;
 };
 
 // A port on which nothing listens.

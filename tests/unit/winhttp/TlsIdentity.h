@@ -1,10 +1,14 @@
-// A self-signed certificate made for one test, with its key.
+// A self-signed certificate made for one test, with its key, and the secure connections of servers that have it.
+//
+// On Windows the program tls-relay.py does both on the Linux side: it makes the certificate, takes the secure
+// connections and hands their bytes on to the server. The program is started beside the test by with-tls-relay.sh.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
-struct ssl_ctx_st;
+#include "unit/winhttp/RawStream.h"
 
 namespace quillmark::test {
 
@@ -16,11 +20,18 @@ public:
     TlsIdentity(const TlsIdentity&) = delete;
     TlsIdentity& operator=(const TlsIdentity&) = delete;
 
-    [[nodiscard]] ssl_ctx_st* ServerContext() const { return m_context; }
     [[nodiscard]] const std::string& CertificatePem() const { return m_pem; }
 
+    // Where the clients of a server connect to that listens on this port.
+    [[nodiscard]] std::uint16_t PortInFrontOf(std::uint16_t port) const;
+
+    // A connection that the server has accepted. One whose handshake fails is at its end.
+    [[nodiscard]] std::unique_ptr<RawStream> Accept(RawSocket socket) const;
+
 private:
-    ssl_ctx_st* m_context;
+    struct Keys;
+
+    std::unique_ptr<Keys> m_keys;
     std::string m_pem;
 };
 

@@ -1,120 +1,50 @@
-// Closing a request's handle from another thread ends the call that is blocked in it, at once, in every phase.
+// Closing handles while calls are under way. How fast a call ends is a matter of cancel_posix_test.cpp: the system's
+// own service ends it at once, Wine when the reply or a time-out comes.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <functional>
 #include <future>
-#include <thread>
 
-#include "handles/HandleTable.h"
-#include "unit/platform/BlockedThread.h"
 #include "unit/winhttp/HttpCalls.h"
 #include "unit/winhttp/RawServer.h"
-#include "unit/winhttp/StalledLookup.h"
+#include "unit/winhttp/WineCodes.h"
 
 namespace quillmark::test {
 namespace {
 
-// Far more than it takes and far less than any time-out.
-constexpr long AtOnce = 500;
-
 class CancelTest : public testing::Test {
 protected:
-    // Runs the calls on a thread of their own. Once `reached` has returned and the thread is blocked, closes the
-    // request and returns the code that the calls end with.
-    DWORD CancelWhileBlocked(const char* phase, ScopedHandle request, const std::function<DWORD(HINTERNET)>& calls,
-                             const std::function<void()>& reached) {
-        EXPECT_TRUE(WinHttpSetTimeouts(request, 0, 0, 0, 0));
+    void SetUp() override { ASSERT_EQ(ERROR_SUCCESS, SetReceiveTimeout(m_session, 400)); }
+
+    // Runs the calls on a thread of their own and closes the request once Reach() was called. The closing may come
+    // before the call that it is to end: then that call finds no handle.
+    void ExpectCancellation(ScopedHandle request, const std::function<DWORD(HINTERNET)>& calls) {
         const HINTERNET handle = request;
-        std::promise<unsigned> threadId;
-        std::atomic<bool> returned{false};
-        DWORD code = ERROR_SUCCESS;
-        std::thread thread([&] {
-            threadId.set_value(static_cast<unsigned>(gettid()));
-            code = calls(handle);
-            returned = true;
-        });
-        reached();
-        AwaitBlockedInPoll(threadId.get_future().get());
-        EXPECT_FALSE(returned) << phase;
-        const Stopwatch stopwatch;
+        auto code = std::async(std::launch::async, [&] { return calls(handle); });
+        m_reached.get_future().wait();
         request.Close();
-        thread.join();
-        const long milliseconds = stopwatch.Milliseconds();
-        std::printf("cancelled while %s: %ld ms\n", phase, milliseconds);
-        EXPECT_LT(milliseconds, AtOnce) << phase;
-        EXPECT_EQ(ERROR_INVALID_HANDLE, Code(WinHttpReceiveResponse(handle, nullptr))) << phase;
-        return code;
+        // Under Wine the time-out may end the call.
+        EXPECT_THAT(code.get(),
+                    testing::AnyOf(OrWineSays(ERROR_WINHTTP_OPERATION_CANCELLED, SocketTimedOut, ERROR_WINHTTP_TIMEOUT),
+                                   testing::Eq<DWORD>(ERROR_INVALID_HANDLE)));
+        EXPECT_EQ(ERROR_INVALID_HANDLE, Code(WinHttpReceiveResponse(handle, nullptr)));
     }
 
-    // The phase is reached when this was called.
     void Reach() { m_reached.set_value(); }
-    std::function<void()> WhenReached() {
-        return [this] { m_reached.get_future().wait(); };
-    }
 
     std::promise<void> m_reached;
     ScopedHandle m_session = OpenSession();
 };
 
-constexpr auto AtTheStart = [] {};
-
-TEST_F(CancelTest, EndsTheLookUpOfAName) {
-    const StalledLookup lookup;
-    EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked(
-                  "resolving", OpenRequest(m_session, 80, "GET", "/", 0, StalledName),
-                  [](HINTERNET request) { return Send(request); }, [&] { lookup.AwaitBegun(); }));
-}
-
-TEST_F(CancelTest, EndsConnecting) {
-    const BlackHole hole;
-    EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED, CancelWhileBlocked(
-                                                     "connecting", OpenRequest(m_session, hole.Port(), "GET", "/"),
-                                                     [](HINTERNET request) { return Send(request); }, AtTheStart));
-}
-
-TEST_F(CancelTest, EndsTheTlsHandshake) {
+TEST_F(CancelTest, EndsWaitingForTheReply) {
     RawServer server([this](Peer& peer) {
-        static_cast<void>(peer.Read(1));
+        static_cast<void>(peer.ReadHead());
         Reach();
         peer.ReadToEnd();
     });
-    EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked(
-                  "shaking hands", OpenRequest(m_session, server.Port(), "GET", "/", WINHTTP_FLAG_SECURE),
-                  [](HINTERNET request) { return Send(request); }, WhenReached()));
-}
-
-TEST_F(CancelTest, EndsSending) {
-    std::promise<void> over;
-    RawServer server([&](Peer& peer) {
-        static_cast<void>(peer.ReadHead());
-        over.get_future().wait();
-    });
-    const std::string chunk(1024 * 1024, 'x');
-    const auto send = [&](HINTERNET request) {
-        DWORD code = StartUpload(request, 1ULL << 40);
-        Reach();
-        while (code == ERROR_SUCCESS) {
-            code = Write(request, chunk);
-        }
-        return code;
-    };
-    EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked("sending", OpenRequest(m_session, server.Port(), "POST", "/"), send, WhenReached()));
-    over.set_value();
-}
-
-TEST_F(CancelTest, EndsWaitingForTheReply) {
-    RawServer server([](Peer& peer) { peer.ReadToEnd(); });
-    const auto wait = [this](HINTERNET request) {
-        EXPECT_EQ(ERROR_SUCCESS, Send(request));
-        Reach();
-        return Receive(request).code;
-    };
-    EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked("waiting", OpenRequest(m_session, server.Port(), "GET", "/"), wait, WhenReached()));
+    ExpectCancellation(OpenRequest(m_session, server.Port(), "GET", "/"),
+                       [](HINTERNET request) { return Exchange(request).code; });
 }
 
 TEST_F(CancelTest, EndsReading) {
@@ -123,7 +53,7 @@ TEST_F(CancelTest, EndsReading) {
         peer.Send("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\nx");
         peer.ReadToEnd();
     });
-    const auto read = [this](HINTERNET request) {
+    ExpectCancellation(OpenRequest(m_session, server.Port(), "GET", "/"), [this](HINTERNET request) {
         EXPECT_EQ(ERROR_SUCCESS, Send(request));
         EXPECT_TRUE(WinHttpReceiveResponse(request, nullptr));
         char byte = 0;
@@ -131,40 +61,7 @@ TEST_F(CancelTest, EndsReading) {
         EXPECT_TRUE(WinHttpReadData(request, &byte, 1, &count));
         Reach();
         return Code(WinHttpReadData(request, &byte, 1, &count));
-    };
-    EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked("reading", OpenRequest(m_session, server.Port(), "GET", "/"), read, WhenReached()));
-}
-
-TEST_F(CancelTest, EndsWaitingWithOwedBytes) {
-    RawServer server([](Peer& peer) { peer.ReadToEnd(); });
-    const auto wait = [this](HINTERNET request) {
-        EXPECT_EQ(ERROR_SUCCESS, StartUpload(request, 3));
-        Reach();
-        return Receive(request).code;
-    };
-    EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked("waiting with owed bytes", OpenRequest(m_session, server.Port(), "POST", "/"), wait,
-                                 WhenReached()));
-}
-
-TEST_F(CancelTest, LeavesOtherRequestsOfTheSessionAlone) {
-    std::promise<void> answer;
-    RawServer server([&](Peer& peer) {
-        if (peer.ReadHead().starts_with("GET /answered")) {
-            answer.get_future().wait();
-            peer.Send(Ok("answer"));
-        }
-        peer.ReadToEnd();
     });
-    auto other = std::async(std::launch::async,
-                            [&] { return Exchange(OpenRequest(m_session, server.Port(), "GET", "/answered")).body; });
-    EXPECT_EQ(ERROR_WINHTTP_OPERATION_CANCELLED,
-              CancelWhileBlocked(
-                  "another request waits", OpenRequest(m_session, server.Port(), "GET", "/"),
-                  [](HINTERNET request) { return Exchange(request).code; }, AtTheStart));
-    answer.set_value();
-    EXPECT_EQ("answer", other.get());
 }
 
 TEST_F(CancelTest, ClosingTheConnectionOrTheSessionEndsNoRequest) {
@@ -177,25 +74,14 @@ TEST_F(CancelTest, ClosingTheConnectionOrTheSessionEndsNoRequest) {
         peer.Send(Ok("answer"));
         peer.ReadToEnd();
     });
-    ScopedHandle connection(WinHttpConnect(m_session, u"127.0.0.1", server.Port(), 0));
-    const ScopedHandle request(WinHttpOpenRequest(connection, u"GET", u"/", nullptr, nullptr, nullptr, 0));
+    ScopedHandle connection(WinHttpConnect(m_session, QM_W("127.0.0.1"), server.Port(), 0));
+    const ScopedHandle request(WinHttpOpenRequest(connection, QM_W("GET"), QM_W("/"), nullptr, nullptr, nullptr, 0));
     auto body = std::async(std::launch::async, [&] { return Exchange(request).body; });
     asked.get_future().wait();
     connection.Close();
     m_session.Close();
     answer.set_value();
     EXPECT_EQ("answer", body.get());
-}
-
-TEST_F(CancelTest, LeavesNoHandleBehind) {
-    const std::size_t before = platform::OpenHandleCount();
-    {
-        const BlackHole hole;
-        CancelWhileBlocked(
-            "connecting, counted", OpenRequest(m_session, hole.Port(), "GET", "/"),
-            [](HINTERNET request) { return Send(request); }, AtTheStart);
-    }
-    EXPECT_EQ(before, platform::OpenHandleCount());
 }
 
 }  // namespace

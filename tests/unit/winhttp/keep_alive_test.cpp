@@ -7,6 +7,7 @@
 
 #include "unit/winhttp/HttpCalls.h"
 #include "unit/winhttp/RawServer.h"
+#include "unit/winhttp/WineCodes.h"
 
 namespace quillmark::test {
 namespace {
@@ -17,19 +18,27 @@ protected:
 };
 
 // Answers each request with its body's first 20 bytes; every other upload with 409. A body is what is announced less
-// the two bytes that its sender owes, which are taken as the line break that they are paid with.
+// the two bytes that its sender owes, which are taken as the line break that they are paid with. Windows' service never
+// pays them: there the next request follows at once.
 void ServeUploads(Peer& peer) {
-    int number = 0;
-    for (std::string head; !(head = peer.ReadHead()).empty(); ++number) {
+    std::string_view owed;
+    for (int number = 0;; ++number) {
+        std::string head = peer.ReadHead();
+        if (head.starts_with(owed)) {
+            head.erase(0, owed.size());
+        } else {
+            EXPECT_TRUE(UnderWine()) << head;
+        }
+        if (head.empty()) {
+            return;
+        }
         const std::size_t at = head.find("Content-Length: ");
         const std::size_t announced = at == std::string::npos ? 0 : std::stoul(head.substr(at + 16));
         const std::string body = peer.Read(announced < 2 ? 0 : announced - 2);
         const char* status = number % 4 == 1 ? "409 Conflict" : "200 OK";
         peer.Send("HTTP/1.1 " + std::string(status) + "\r\nContent-Length: 20\r\n\r\n" +
                   (body + std::string(20, '.')).substr(0, 20));
-        if (announced >= 2) {
-            EXPECT_EQ("\r\n", peer.Read(2));
-        }
+        owed = announced >= 2 ? "\r\n" : "";
     }
 }
 
@@ -61,7 +70,8 @@ TEST_F(KeepAliveTest, UnreadReplyThatHasArrivedKeepsTheConnection) {
         ASSERT_EQ(ERROR_SUCCESS, Send(request));
         ASSERT_TRUE(WinHttpReceiveResponse(request, nullptr));
     }
-    EXPECT_EQ(1, server.Connections());
+    // Wine keeps a connection only when its reply was read.
+    EXPECT_THAT(server.Connections(), OrUnderWine(1, 3));
 }
 
 TEST_F(KeepAliveTest, UnreadReplyThatIsStillComingClosesTheConnection) {
@@ -140,7 +150,8 @@ class LostReplyTest : public KeepAliveTest, public testing::WithParamInterface<b
 protected:
     void Serve(Peer& peer) {
         static_cast<void>(peer.ReadHead());
-        peer.Send(Ok());
+        // With a body, so that Wine keeps the connection too.
+        peer.Send(Ok("x"));
         if (!peer.ReadHead().empty()) {
             ++m_seen;
         }
@@ -155,22 +166,21 @@ protected:
 
 TEST_P(LostReplyTest, PostIsSeenOnce) {
     ASSERT_EQ(200, Exchange(OpenRequest(m_session, m_server.Port(), "GET", "/")).status);
-    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR,
-              Exchange(OpenRequest(m_session, m_server.Port(), "POST", "/"), "a=b").code);
+    EXPECT_THAT(Exchange(OpenRequest(m_session, m_server.Port(), "POST", "/"), "a=b").code, IsConnectionError());
     EXPECT_EQ(1, m_seen);
     EXPECT_EQ(1, m_server.Connections());
 }
 
 TEST_P(LostReplyTest, DeleteIsSeenOnce) {
     ASSERT_EQ(200, Exchange(OpenRequest(m_session, m_server.Port(), "GET", "/")).status);
-    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, Exchange(OpenRequest(m_session, m_server.Port(), "DELETE", "/")).code);
+    EXPECT_THAT(Exchange(OpenRequest(m_session, m_server.Port(), "DELETE", "/")).code, IsConnectionError());
     EXPECT_EQ(1, m_seen);
     EXPECT_EQ(1, m_server.Connections());
 }
 
 TEST_P(LostReplyTest, GetIsSeenOnce) {
     ASSERT_EQ(200, Exchange(OpenRequest(m_session, m_server.Port(), "GET", "/")).status);
-    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, Exchange(OpenRequest(m_session, m_server.Port(), "GET", "/")).code);
+    EXPECT_THAT(Exchange(OpenRequest(m_session, m_server.Port(), "GET", "/")).code, IsConnectionError());
     EXPECT_EQ(1, m_seen);
     EXPECT_EQ(1, m_server.Connections());
 }
@@ -183,7 +193,7 @@ TEST_P(LostReplyTest, StreamedBodyIsSeenOnce) {
     if (code == ERROR_SUCCESS) {
         code = Receive(request).code;
     }
-    EXPECT_EQ(ERROR_WINHTTP_CONNECTION_ERROR, code);
+    EXPECT_THAT(code, IsConnectionError());
     EXPECT_EQ(1, m_seen);
     EXPECT_EQ(1, m_server.Connections());
 }
@@ -207,7 +217,8 @@ TEST_F(KeepAliveTest, SmallRequestsOnAKeptConnectionTakeWellUnderAMillisecond) {
     RecordProperty("milliseconds_per_request", std::to_string(each));
     std::printf("%d requests, %.3f ms each\n", RequestCount, each);
     // Far more than it takes, far less than a delayed acknowledgement.
-    EXPECT_LT(each, 10.0);
+    // Wine takes longer for everything.
+    EXPECT_LT(each, UnderWine() ? 35.0 : 10.0);
 }
 
 TEST_F(KeepAliveTest, SixteenThreadsShareASession) {

@@ -118,8 +118,9 @@ inline constexpr std::nullptr_t WINHTTP_DEFAULT_ACCEPT_TYPES = nullptr;
 // version: null or "HTTP/1.1"; "HTTP/1.0" is accepted; anything else is ERROR_INVALID_PARAMETER.
 // referrer: becomes a Referer header; may be null.
 // acceptTypes: an array of texts that ends in null, each of which becomes part of the Accept header; may be null.
-// flags: WINHTTP_FLAG_SECURE for TLS, WINHTTP_FLAG_REFRESH for "Pragma: no-cache". The escape and code-page flags
-// are accepted and mean nothing, since the target is taken as it is. Other bits fail with ERROR_INVALID_PARAMETER.
+// flags: WINHTTP_FLAG_SECURE for TLS, WINHTTP_FLAG_REFRESH for "Pragma: no-cache" and, with HTTP/1.1, "Cache-Control:
+// no-cache". The escape and code-page flags are accepted and mean nothing, since the target is taken as it is. Other
+// bits fail with ERROR_INVALID_PARAMETER.
 QUILLMARK_PLATFORM_API HINTERNET WINAPI WinHttpOpenRequest(HINTERNET connection, LPCWSTR verb, LPCWSTR objectName,
                                                            LPCWSTR version, LPCWSTR referrer, LPCWSTR* acceptTypes,
                                                            DWORD flags);

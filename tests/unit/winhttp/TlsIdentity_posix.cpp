@@ -1,11 +1,11 @@
-#include "unit/winhttp/TlsIdentity.h"
-
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
 #include <stdexcept>
+
+#include "unit/winhttp/TlsIdentity.h"
 
 namespace quillmark::test {
 
@@ -47,19 +47,59 @@ std::string Pem(X509* certificate) {
     return {data, static_cast<std::size_t>(size)};
 }
 
+using Tls = std::unique_ptr<SSL, decltype(&SSL_free)>;
+
+class TlsStream : public RawStream {
+public:
+    TlsStream(SSL_CTX* context, RawSocket socket) : m_tls(SSL_new(context), &SSL_free) {
+        SSL_set_fd(m_tls.get(), static_cast<int>(socket));
+        m_dead = SSL_accept(m_tls.get()) != 1;
+    }
+    ~TlsStream() override {
+        if (!m_dead) {
+            SSL_shutdown(m_tls.get());
+        }
+    }
+
+    std::size_t Receive(char* buffer, std::size_t size) override {
+        return m_dead ? 0 : Count(SSL_read(m_tls.get(), buffer, static_cast<int>(size)));
+    }
+    std::size_t Send(std::string_view bytes) override {
+        return m_dead ? 0 : Count(SSL_write(m_tls.get(), bytes.data(), static_cast<int>(bytes.size())));
+    }
+    void Abandon() override { m_dead = true; }
+
+private:
+    static std::size_t Count(int result) { return result > 0 ? static_cast<std::size_t>(result) : 0; }
+
+    const Tls m_tls;
+    bool m_dead = false;
+};
+
 }  // namespace
 
-TlsIdentity::TlsIdentity(const std::string& alternativeName) : m_context(SSL_CTX_new(TLS_server_method())) {
+struct TlsIdentity::Keys {
+    const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context{SSL_CTX_new(TLS_server_method()), &SSL_CTX_free};
+};
+
+TlsIdentity::TlsIdentity(const std::string& alternativeName) : m_keys(std::make_unique<Keys>()) {
+    SSL_CTX* const context = m_keys->context.get();
     const Key key(EVP_EC_gen("P-256"), &EVP_PKEY_free);
-    Require(m_context != nullptr && key != nullptr);
+    Require(context != nullptr && key != nullptr);
     const Certificate certificate = SelfSigned(key.get(), alternativeName);
-    Require(SSL_CTX_use_certificate(m_context, certificate.get()) == 1);
-    Require(SSL_CTX_use_PrivateKey(m_context, key.get()) == 1);
+    Require(SSL_CTX_use_certificate(context, certificate.get()) == 1);
+    Require(SSL_CTX_use_PrivateKey(context, key.get()) == 1);
     m_pem = Pem(certificate.get());
 }
 
-TlsIdentity::~TlsIdentity() {
-    SSL_CTX_free(m_context);
+TlsIdentity::~TlsIdentity() = default;
+
+std::uint16_t TlsIdentity::PortInFrontOf(std::uint16_t port) const {
+    return port;
+}
+
+std::unique_ptr<RawStream> TlsIdentity::Accept(RawSocket socket) const {
+    return std::make_unique<TlsStream>(m_keys->context.get(), socket);
 }
 
 }  // namespace quillmark::test
