@@ -3,8 +3,8 @@
 # sudo. What it installs is not left running: no service of a package starts, neither now nor at the next boot.
 #
 #   scripts/packages.sh build    what ./demo.sh needs
-#   scripts/packages.sh test     that, and what ./test.sh needs beside it
-#   scripts/packages.sh windows  all of it, and what the Windows build and its tests under Wine need
+#   scripts/packages.sh test     that, and what the tests of the Linux builds need (./test.sh --linux)
+#   scripts/packages.sh windows  all of it, and what the Windows build and its tests under Wine need (./test.sh)
 set -euo pipefail
 
 build=(

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""Adds up ctest's JUnit files: failures with their output, measurements, skipped tests with their reasons, the number of
-tests per folder and build, what runs on one system only and why, and as the last line "N passed, M failed, K skipped"."""
+"""Adds up ctest's JUnit files: failures with their output, measurements and what was found in programs (lines that begin
+with MEASURED or CHECKED), skipped tests with their reasons, the number of tests per folder and build, what runs on one
+system only and why, and as the last line "N passed, M failed, K skipped"."""
 import collections
 import fnmatch
 import os
@@ -60,7 +61,7 @@ for path in sys.argv[1:]:
         status = case.get("status")
         per_folder[folder][build] += 1
         ran[build].add(name)
-        for line in re.findall(r"^MEASURED .*$", output, re.M):
+        for line in re.findall(r"^(?:MEASURED|CHECKED) .*$", output, re.M):
             print(f"{build}: {line}")
         if status == "run":
             passed += 1

@@ -33,16 +33,6 @@ inline void SetCode(bool& result, DWORD) noexcept {
     result = false;
 }
 
-inline const DWORD* StatusOf(const DWORD& result) noexcept {
-    return &result;
-}
-inline const DWORD* StatusOf(const StatusPair& result) noexcept {
-    return &result.error;
-}
-inline const DWORD* StatusOf(const bool&) noexcept {
-    return nullptr;
-}
-
 }  // namespace detail
 
 // For a body that opens the operation's scope itself.
@@ -59,16 +49,13 @@ template <std::invocable<const Logger&> Body>
 auto RunOperation(const char* function, Body&& body,
                   std::source_location where = std::source_location::current()) noexcept {
     using Result = std::invoke_result_t<Body&, const Logger&>;
+    const auto run = [&] { return LogScope::Run(function, LogSource::NativeHttp, body, {}, where); };
     if constexpr (std::is_void_v<Result>) {
-        ShieldOperation(function, [&] {
-            const LogScope scope(function, LogSource::NativeHttp, nullptr, {}, where);
-            body(scope);
-        });
+        ShieldOperation(function, run);
     } else {
         Result result{};
         try {
-            const LogScope scope(function, LogSource::NativeHttp, detail::StatusOf(result), {}, where);
-            result = body(scope);
+            result = run();
         } catch (...) {
             detail::SetCode(result, CodeOfExceptionInFlight(Logger(function, LogSource::NativeHttp)));
         }

@@ -47,23 +47,24 @@ void LogDump(const Logger& log, std::string_view bytes) {
 }  // namespace
 
 void CNativeHttp::LogResponse(const ResponseBuffer& reply) const {
-    const LogScope scope("CNativeHttp::LogResponse", LogSource::NativeHttp);
-    if (!scope.WantsInformation()) {
-        return;
-    }
-    try {
-        std::string json;
-        if (RenderJSONResponse(reply, json)) {
-            scope.Information("HTTP Response (%d bytes):", static_cast<std::uint32_t>(reply.size()));
-            LogLines(scope, json);
-        } else {
-            scope.Information("HTTP Response (%d bytes), not JSON", static_cast<std::uint32_t>(reply.size()));
-            LogDump(scope, reply.text());
+    LogScope::Run("CNativeHttp::LogResponse", LogSource::NativeHttp, [&](const Logger& log) {
+        if (!log.WantsInformation()) {
+            return;
         }
-    } catch (...) {
-        // Logged there; a reply that cannot be shown is no reason to fail the operation that got it.
-        static_cast<void>(CodeOfExceptionInFlight(scope));
-    }
+        try {
+            std::string json;
+            if (RenderJSONResponse(reply, json)) {
+                log.Information("HTTP Response (%d bytes):", static_cast<std::uint32_t>(reply.size()));
+                LogLines(log, json);
+            } else {
+                log.Information("HTTP Response (%d bytes), not JSON", static_cast<std::uint32_t>(reply.size()));
+                LogDump(log, reply.text());
+            }
+        } catch (...) {
+            // Logged there; a reply that cannot be shown is no reason to fail the operation that got it.
+            static_cast<void>(CodeOfExceptionInFlight(log));
+        }
+    });
 }
 
 }  // namespace quillmark

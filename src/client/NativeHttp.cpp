@@ -39,10 +39,11 @@ CNativeHttp::CNativeHttp(const WideString& deviceName, std::shared_ptr<IWinHttpF
 CNativeHttp::~CNativeHttp() = default;
 
 void CNativeHttp::Create(const WideString& deviceName) {
-    const LogScope scope("CNativeHttp::Create", LogSource::NativeHttp);
-    m_deviceName = deviceName;
-    m_cancelTrigger = std::make_shared<EventMultiTrigger>();
-    OpenSession(WideString());
+    LogScope::Run("CNativeHttp::Create", LogSource::NativeHttp, [&](const Logger&) {
+        m_deviceName = deviceName;
+        m_cancelTrigger = std::make_shared<EventMultiTrigger>();
+        OpenSession(WideString());
+    });
 }
 
 void CNativeHttp::Release() {

@@ -45,34 +45,36 @@ StatusPair CNativeHttp::ErrorFromStatusWithRetry(const Session& session, DWORD h
 
 DWORD CNativeHttp::CheckForChangedSessionToken(const Session& session, DWORD httpStatus, const WideString& sentToken,
                                                DWORD error) const {
-    const LogScope scope("CNativeHttp::CheckForChangedSessionToken", LogSource::NativeHttp, &error);
-    if (httpStatus != HttpStatusDenied) {
+    return LogScope::Run("CNativeHttp::CheckForChangedSessionToken", LogSource::NativeHttp, [&](const Logger& log) {
+        if (httpStatus != HttpStatusDenied) {
+            return error;
+        }
+        const WideString currentToken = TokenOf(session);
+        log.Information("OriginalSession [%S] CurrentSession [%S]", sentToken, currentToken);
+        if (sentToken != currentToken) {
+            log.Information("HTTP_STATUS_DENIED received but session token has changed. Retry required with new token");
+            error = ERROR_RETRY;
+        }
         return error;
-    }
-    const WideString currentToken = TokenOf(session);
-    scope.Information("OriginalSession [%S] CurrentSession [%S]", sentToken, currentToken);
-    if (sentToken != currentToken) {
-        scope.Information("HTTP_STATUS_DENIED received but session token has changed. Retry required with new token");
-        error = ERROR_RETRY;
-    }
-    return error;
+    });
 }
 
 DWORD CNativeHttp::ExtractRevisionFromResponse(const ResponseBuffer& reply, std::string& revision) const {
-    DWORD error = ERROR_INVALID_DATA;
-    const LogScope scope("CNativeHttp::ExtractRevisionFromResponse", LogSource::NativeHttp, &error);
-    if (reply.IsNull()) {
-        scope.Error("Response memory is null.");
+    return LogScope::Run("CNativeHttp::ExtractRevisionFromResponse", LogSource::NativeHttp, [&](const Logger& log) {
+        DWORD error = ERROR_INVALID_DATA;
+        if (reply.IsNull()) {
+            log.Error("Response memory is null.");
+            return error;
+        }
+        ItemList items;
+        std::uint32_t count = 0;
+        error = GetAttributesFromResponse(reply, items, false, count);
+        if (error == ERROR_SUCCESS && items.size() == 1) {
+            revision = items.front()->GetRevision();
+            log.Information("Returning revision:[%s]", revision);
+        }
         return error;
-    }
-    ItemList items;
-    std::uint32_t count = 0;
-    error = GetAttributesFromResponse(reply, items, false, count);
-    if (error == ERROR_SUCCESS && items.size() == 1) {
-        revision = items.front()->GetRevision();
-        scope.Information("Returning revision:[%s]", revision);
-    }
-    return error;
+    });
 }
 
 }  // namespace quillmark

@@ -23,20 +23,21 @@ void ProbeServerName(const Logger& log, const WideString& server) {
 }  // namespace
 
 void CNativeHttp::OpenSession(const WideString& sessionToken) {
-    const LogScope scope("CNativeHttp::CreateNewSession", LogSource::NativeHttp);
-    ProbeServerName(scope, m_server);
+    LogScope::Run("CNativeHttp::CreateNewSession", LogSource::NativeHttp, [&](const Logger& log) {
+        ProbeServerName(log, m_server);
 
-    const Session session = m_factory->CreateSession();
-    if (session == nullptr) {
-        return;
-    }
-    if (const DWORD error = session->Initialise(); error != ERROR_SUCCESS) {
-        // Kept all the same: the requests on it fail with a code, and the host can make another one.
-        scope.Error("WinHttpSession failed to initialise, error code: %u", error);
-    }
-    const std::lock_guard lock(m_sessionLock);
-    m_sessions.push_back(session);
-    session->SetSessionToken(sessionToken);
+        const Session session = m_factory->CreateSession();
+        if (session == nullptr) {
+            return;
+        }
+        if (const DWORD error = session->Initialise(); error != ERROR_SUCCESS) {
+            // Kept all the same: the requests on it fail with a code, and the host can make another one.
+            log.Error("WinHttpSession failed to initialise, error code: %u", error);
+        }
+        const std::lock_guard lock(m_sessionLock);
+        m_sessions.push_back(session);
+        session->SetSessionToken(sessionToken);
+    });
 }
 
 void CNativeHttp::CreateNewSession(const WideString& sessionToken) {
@@ -44,15 +45,16 @@ void CNativeHttp::CreateNewSession(const WideString& sessionToken) {
 }
 
 CNativeHttp::Session CNativeHttp::GetSession() {
-    const LogScope scope("CNativeHttp::GetSession", LogSource::NativeHttp);
-    Session old;  // released after the lock
-    const std::lock_guard lock(m_sessionLock);
-    if (m_sessions.size() > 1) {
-        scope.Information("Garbage collecting old session");
-        old = std::move(m_sessions.front());
-        m_sessions.pop_front();
-    }
-    return m_sessions.empty() ? nullptr : m_sessions.front();
+    return LogScope::Run("CNativeHttp::GetSession", LogSource::NativeHttp, [&](const Logger& log) -> Session {
+        Session old;  // released after the lock
+        const std::lock_guard lock(m_sessionLock);
+        if (m_sessions.size() > 1) {
+            log.Information("Garbage collecting old session");
+            old = std::move(m_sessions.front());
+            m_sessions.pop_front();
+        }
+        return m_sessions.empty() ? nullptr : m_sessions.front();
+    });
 }
 
 WideString CNativeHttp::TokenOf(const Session& session) {

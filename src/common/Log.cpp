@@ -1,7 +1,6 @@
 #include "common/Log.h"
 
 #include <atomic>
-#include <exception>
 #include <utility>
 
 namespace quillmark {
@@ -27,11 +26,7 @@ bool Logger::WantsInformation() const noexcept {
 
 LogScope::LogScope(const char* function, const char* source, const DWORD* status, Completion completion,
                    std::source_location where) noexcept
-    : Logger(function, source),
-      m_status(status),
-      m_completion(std::move(completion)),
-      m_line(where.line()),
-      m_exceptionsAtEntry(std::uncaught_exceptions()) {
+    : Logger(function, source), m_status(status), m_completion(std::move(completion)), m_line(where.line()) {
     const LastErrorKeeper keeper;
     const std::uint64_t context = LogContext();
     if (Eventing::IsEnabled(context, &LogEvent::ScopeEntry) != 0) {
@@ -41,12 +36,10 @@ LogScope::LogScope(const char* function, const char* source, const DWORD* status
 
 LogScope::~LogScope() {
     const LastErrorKeeper keeper;
-    // Compared, not tested: a scope inside a destructor that an exception runs ends normally all the same.
-    const bool byException = std::uncaught_exceptions() > m_exceptionsAtEntry;
     const std::uint64_t context = LogContext();
     if (Eventing::IsEnabled(context, &LogEvent::ScopeExit) != 0) {
         // The exit is what is asked for, yet texts go out as critical ones: readers of the log rely on the pair.
-        if (byException) {
+        if (m_byException) {
             Eventing::WriteMessage(context, &LogEvent::Critical, m_source, m_line, m_function, "[EXCEPTION EXIT]");
         } else if (m_status != nullptr) {
             Eventing::WriteMessage(context, &LogEvent::Critical, m_source, m_line, m_function, "Exited [status=%d]",
@@ -55,7 +48,7 @@ LogScope::~LogScope() {
             Eventing::WriteScope(context, &LogEvent::ScopeExit, m_source, m_line, m_function);
         }
     }
-    if (!byException && m_completion) {
+    if (!m_byException && m_completion) {
         try {
             m_completion(m_function, m_status);
         } catch (...) {

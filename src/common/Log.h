@@ -1,10 +1,13 @@
 // Logging: the one way from this library to the eventing seam.
 //
 // Logger writes messages under a function name and a source module; LogScope is a Logger that also records the entry to
-// and the exit from a function. Every public function of the library opens one scope, with its qualified name:
+// and the exit from a function. The body of every public function of the library runs in one scope, with its qualified
+// name:
 //
-//   LogScope scope("CNativeHttp::CreateNewSession", LogSource::NativeHttp);
-//   scope.Information("DnsQuery returned [%d] against server [%S]", status, m_server);
+//   return LogScope::Run("WinHttpSession::Initialise", LogSource::WinHttpImpl, [&](const Logger& log) -> DWORD {
+//       log.Information("Successfully initialised http session");
+//       return ERROR_SUCCESS;
+//   });
 //
 // Formats are printf-style with the meaning that Windows gives them (see Format.h) and are checked against the argument
 // types when the program is compiled. Nothing is formatted unless the log wants records of the level.
@@ -13,12 +16,15 @@
 // and the GetLastError that asks for its code.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <functional>
 #include <source_location>
 #include <type_traits>
+#include <utility>
 
 #include "common/Format.h"
+#include "quillmark/Errors.h"
 #include "quillmark/Eventing.h"
 
 namespace quillmark {
@@ -120,25 +126,71 @@ protected:
     const char* m_source;
 };
 
+namespace detail {
+
+// What a scope records of its body's result: the code of one that is a code, nothing of any other.
+[[nodiscard]] inline const DWORD* StatusOf(const DWORD& result) noexcept {
+    return &result;
+}
+[[nodiscard]] inline const DWORD* StatusOf(const StatusPair& result) noexcept {
+    return &result.error;
+}
+template <typename Result>
+[[nodiscard]] const DWORD* StatusOf(const Result&) noexcept {
+    return nullptr;
+}
+
+}  // namespace detail
+
+// There is no scope but the one that Run opens: whether an exception passes through is seen where it passes, in the one
+// catch block here. The C++ runtime's count of exceptions in flight does not tell: the host's program may have a
+// runtime of its own, which counts what the host throws and what it catches.
 class LogScope : public Logger {
 public:
-    // Called at a normal exit with the function's name and its status variable (null when none is attached).
+    // Called at a normal exit with the function's name and its status variable (null when it has none).
     using Completion = std::function<void(const char* function, const DWORD* status)>;
 
-    // status, when given, must outlive the scope: its value at the exit is recorded.
-    LogScope(const char* function, const char* source, const DWORD* status = nullptr, Completion completion = {},
-             std::source_location where = std::source_location::current()) noexcept;
-    // Records the exit: "Exited [status=%d]" with a status, a bare scope record without one, "[EXCEPTION EXIT]" when an
-    // exception is passing through this scope.
+    // Runs a function's body between the records of its entry and its exit, and gives back its result or lets its
+    // exception pass. The exit is recorded as "Exited [status=%d]" when the body returns a DWORD or a StatusPair, as a
+    // bare scope record when it returns anything else, as "[EXCEPTION EXIT]" when an exception passes.
+    template <std::invocable<const Logger&> Body>
+    static auto Run(const char* function, const char* source, Body&& body, Completion completion = {},
+                    std::source_location where = std::source_location::current()) {
+        using Result = std::invoke_result_t<Body&, const Logger&>;
+        if constexpr (std::is_void_v<Result>) {
+            LogScope scope(function, source, nullptr, std::move(completion), where);
+            scope.NoteWhatPasses([&] { body(std::as_const(scope)); });
+        } else {
+            // Made before the scope, which reads it at its end.
+            Result result{};
+            LogScope scope(function, source, detail::StatusOf(result), std::move(completion), where);
+            scope.NoteWhatPasses([&] { result = body(std::as_const(scope)); });
+            return result;
+        }
+    }
+
     ~LogScope();
     LogScope(const LogScope&) = delete;
     LogScope& operator=(const LogScope&) = delete;
 
 private:
+    LogScope(const char* function, const char* source, const DWORD* status, Completion completion,
+             std::source_location where) noexcept;
+
+    template <std::invocable Body>
+    void NoteWhatPasses(Body&& body) {
+        try {
+            body();
+        } catch (...) {
+            m_byException = true;
+            throw;
+        }
+    }
+
     const DWORD* m_status;
     Completion m_completion;
     std::uint32_t m_line;
-    int m_exceptionsAtEntry;
+    bool m_byException = false;
 };
 
 }  // namespace quillmark

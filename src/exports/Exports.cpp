@@ -11,6 +11,7 @@
 using quillmark::CNativeHttp;
 using quillmark::IQuillmarkHttpAPI;
 using quillmark::IWinHttpFactory;
+using quillmark::Logger;
 using quillmark::LogScope;
 using quillmark::WideString;
 using quillmark::WinHttpFactory;
@@ -19,20 +20,23 @@ namespace Services = quillmark::Services;
 
 DWORD Init(std::uint64_t loggingContext, std::shared_ptr<Services::ServicesCollection> services) {
     // Opened first, so that the entry is still recorded by the previous context; the exit goes to the new one.
-    const LogScope scope("Init", LogSource::QuillmarkHttpExports);
-    quillmark::SetLogContext(loggingContext);
-    quillmark::InstallServices(std::move(services));
+    LogScope::Run("Init", LogSource::QuillmarkHttpExports, [&](const Logger&) {
+        quillmark::SetLogContext(loggingContext);
+        quillmark::InstallServices(std::move(services));
+    });
     return ERROR_SUCCESS;
 }
 
 void Exit() {}
 
 IQuillmarkHttpAPI* CreateInstance(const WideString& deviceName) {
-    const LogScope scope("CreateInstance", LogSource::QuillmarkHttpExports);
-    return new CNativeHttp(deviceName, std::make_shared<WinHttpFactory>());
+    return LogScope::Run("CreateInstance", LogSource::QuillmarkHttpExports, [&](const Logger&) -> IQuillmarkHttpAPI* {
+        return new CNativeHttp(deviceName, std::make_shared<WinHttpFactory>());
+    });
 }
 
 IQuillmarkHttpAPI* CreateInstanceWithFactory(const WideString& deviceName, std::shared_ptr<IWinHttpFactory> factory) {
-    const LogScope scope("CreateInstanceWithFactory", LogSource::QuillmarkHttpExports);
-    return new CNativeHttp(deviceName, std::move(factory));
+    return LogScope::Run(
+        "CreateInstanceWithFactory", LogSource::QuillmarkHttpExports,
+        [&](const Logger&) -> IQuillmarkHttpAPI* { return new CNativeHttp(deviceName, std::move(factory)); });
 }

@@ -25,20 +25,21 @@ EndpointMap ReadEndpoints(const Json::Value& versions) {
 }  // namespace
 
 bool GetEndpointsFromResponse(const ResponseBuffer& reply, EndpointMap& sync, EndpointMap& logging) {
-    const LogScope scope("CNativeHttp::GetEndpointsFromResponse", LogSource::NativeHttp);
-    try {
-        Json::Value root;
-        if (!ParseJSONFromServer(reply, JSONComments::Skip, scope, root)) {
+    return LogScope::Run("CNativeHttp::GetEndpointsFromResponse", LogSource::NativeHttp, [&](const Logger& log) {
+        try {
+            Json::Value root;
+            if (!ParseJSONFromServer(reply, JSONComments::Skip, log, root)) {
+                return false;
+            }
+            const Json::Value& lists = std::as_const(root)["qm"];
+            sync = ReadEndpoints(lists["sync"]);
+            logging = ReadEndpoints(lists["audit"]);
+            return true;
+        } catch (const Json::Exception& exception) {
+            LogJSONException(log, exception);
             return false;
         }
-        const Json::Value& lists = std::as_const(root)["qm"];
-        sync = ReadEndpoints(lists["sync"]);
-        logging = ReadEndpoints(lists["audit"]);
-        return true;
-    } catch (const Json::Exception& exception) {
-        LogJSONException(scope, exception);
-        return false;
-    }
+    });
 }
 
 }  // namespace quillmark

@@ -33,34 +33,36 @@ DWORD ConfiguredReceive() {
 DWORD WinHttpConnection::Initialise(const WideString& server, WORD port,
                                     const std::shared_ptr<IWinHttpSession>& session, DWORD connect, DWORD resolve,
                                     DWORD send, DWORD receive) {
-    DWORD status = 0;
-    const LogScope scope("WinHttpConnection::Initialise", LogSource::WinHttpImpl, &status);
+    return LogScope::Run("WinHttpConnection::Initialise", LogSource::WinHttpImpl, [&](const Logger& log) -> DWORD {
+        DWORD status = 0;
 
-    if (!Attach(WinHttp()->WinHttpConnect(session->GetHandle(), server.c_str(), port, 0))) {
-        status = FailureCode();
-        scope.Error("WinHttpConnect failed, error code: %d", status);
+        if (!Attach(WinHttp()->WinHttpConnect(session->GetHandle(), server.c_str(), port, 0))) {
+            status = FailureCode();
+            log.Error("WinHttpConnect failed, error code: %d", status);
+            return status;
+        }
+
+        // All four are read at the first connection, overridden or not: what holds for the process does not depend on
+        // which operation came first.
+        const DWORD configuredConnect = ConfiguredConnect();
+        const DWORD configuredResolve = ConfiguredResolve();
+        const DWORD configuredSend = ConfiguredSend();
+        const DWORD configuredReceive = ConfiguredReceive();
+        connect = connect != 0 ? connect : configuredConnect;
+        resolve = resolve != 0 ? resolve : configuredResolve;
+        send = send != 0 ? send : configuredSend;
+        receive = receive != 0 ? receive : configuredReceive;
+
+        // They go to the session, not to this connection, and so hold for every later request of the session.
+        log.Information("Calling WinHttpSetTimeouts. CONN:%d, RES:%d, SEND:%d, RECV:%d", connect, resolve, send,
+                        receive);
+        if (!session->SetTimeouts(connect, resolve, send, receive)) {
+            log.Warning("WinHttpSetTimeouts failed with error code: [%d]. Failed to override timeout defaults.",
+                        ::GetLastError());
+        }
+        log.Information("Successfully initialised http connection");
         return status;
-    }
-
-    // All four are read at the first connection, overridden or not: what holds for the process does not depend on which
-    // operation came first.
-    const DWORD configuredConnect = ConfiguredConnect();
-    const DWORD configuredResolve = ConfiguredResolve();
-    const DWORD configuredSend = ConfiguredSend();
-    const DWORD configuredReceive = ConfiguredReceive();
-    connect = connect != 0 ? connect : configuredConnect;
-    resolve = resolve != 0 ? resolve : configuredResolve;
-    send = send != 0 ? send : configuredSend;
-    receive = receive != 0 ? receive : configuredReceive;
-
-    // They go to the session, not to this connection, and so hold for every later request of the session.
-    scope.Information("Calling WinHttpSetTimeouts. CONN:%d, RES:%d, SEND:%d, RECV:%d", connect, resolve, send, receive);
-    if (!session->SetTimeouts(connect, resolve, send, receive)) {
-        scope.Warning("WinHttpSetTimeouts failed with error code: [%d]. Failed to override timeout defaults.",
-                      ::GetLastError());
-    }
-    scope.Information("Successfully initialised http connection");
-    return status;
+    });
 }
 
 }  // namespace quillmark

@@ -22,17 +22,17 @@ void CloseOwned(HINTERNET handle) {
 }  // namespace
 
 WinHttpHandle::WinHttpHandle() {
-    const LogScope scope("WinHttpHandle::WinHttpHandle", LogSource::WinHttpImpl);
+    LogScope::Run("WinHttpHandle::WinHttpHandle", LogSource::WinHttpImpl, [](const Logger&) {});
 }
 
 WinHttpHandle::~WinHttpHandle() {
-    const LogScope scope("WinHttpHandle::~WinHttpHandle", LogSource::WinHttpImpl);
-    WinHttpHandle::Close();
+    LogScope::Run("WinHttpHandle::~WinHttpHandle", LogSource::WinHttpImpl,
+                  [&](const Logger&) { WinHttpHandle::Close(); });
 }
 
 void WinHttpHandle::Close() {
-    const LogScope scope("WinHttpHandle::Close", LogSource::WinHttpImpl);
-    CloseOwned(m_handle.exchange(nullptr));
+    LogScope::Run("WinHttpHandle::Close", LogSource::WinHttpImpl,
+                  [&](const Logger&) { CloseOwned(m_handle.exchange(nullptr)); });
 }
 
 bool WinHttpHandle::Attach(HINTERNET handle) {

@@ -7,22 +7,23 @@
 namespace quillmark {
 
 DWORD WinHttpSession::Initialise() {
-    DWORD status = 0;
-    const LogScope scope("WinHttpSession::Initialise", LogSource::WinHttpImpl, &status);
+    return LogScope::Run("WinHttpSession::Initialise", LogSource::WinHttpImpl, [&](const Logger& log) -> DWORD {
+        DWORD status = 0;
 
-    if (!Attach(WinHttp()->WinHttpOpen(nullptr, WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
-                                       WINHTTP_NO_PROXY_BYPASS, 0))) {
-        status = FailureCode();
-        scope.Error("WinHttpOpen failed, error code: %d", status);
+        if (!Attach(WinHttp()->WinHttpOpen(nullptr, WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
+                                           WINHTTP_NO_PROXY_BYPASS, 0))) {
+            status = FailureCode();
+            log.Error("WinHttpOpen failed, error code: %d", status);
+            return status;
+        }
+        if (!SetTimeouts(60000, 60000, 300000, 300000)) {
+            status = FailureCode();
+            log.Error("WinHttpSetTimeouts failed, error code: %d", status);
+            return status;
+        }
+        log.Information("Successfully initialised http session");
         return status;
-    }
-    if (!SetTimeouts(60000, 60000, 300000, 300000)) {
-        status = FailureCode();
-        scope.Error("WinHttpSetTimeouts failed, error code: %d", status);
-        return status;
-    }
-    scope.Information("Successfully initialised http session");
-    return status;
+    });
 }
 
 // Positional on purpose: the parameters of WinHttpSetTimeouts are resolve, connect, send and receive, so the first two

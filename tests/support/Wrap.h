@@ -9,14 +9,15 @@
 #include "quillmark/Platform.h"
 
 #ifdef _WIN32
-// A call of a DLL's function goes through a pointer of the program's: the linker is told to use this one.
+// A call of a DLL's function goes through a pointer of the program's, or to a stub that does, as the function's header
+// declares it: the linker is told to use this pointer and this function.
 #define QUILLMARK_WRAP(result, name, parameters)                                 \
     extern "C" result(WINAPI* __real___imp_##name) parameters;                   \
-    static result WINAPI Wrapped##name parameters;                               \
+    extern "C" result WINAPI __wrap_##name parameters;                           \
     extern "C" {                                                                 \
-    result(WINAPI* __wrap___imp_##name) parameters = Wrapped##name; /* NOLINT */ \
+    result(WINAPI* __wrap___imp_##name) parameters = __wrap_##name; /* NOLINT */ \
     }                                                                            \
-    static result WINAPI Wrapped##name parameters
+    extern "C" result WINAPI __wrap_##name parameters
 #define QUILLMARK_REAL(name) __real___imp_##name
 #else
 #define QUILLMARK_WRAP(result, name, parameters)       \

@@ -1,83 +1,14 @@
 // quillmark.exe as a person at a prompt has it.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
-#include <string>
-#include <vector>
+#include <algorithm>
 
-#include "LoadedLibrary.h"
+#include "BareWinHttp.h"
+#include "CommandLine.h"
+#include "TrustedAuthority.h"
 
 namespace quillmark::test {
 namespace {
-
-struct Outcome {
-    DWORD exitCode = 0;
-    std::string output;
-    std::string errors;
-};
-
-std::wstring Quoted(const std::wstring& argument) {
-    return L"\"" + argument + L"\"";
-}
-
-class CommandLineTest : public ::testing::Test {
-protected:
-    CommandLineTest() {
-        ::SetEnvironmentVariableW(L"QUILLMARK_PASSWORD", L"secret");
-        m_session = (m_folder.Path() / "state" / "session").wstring();
-    }
-
-    [[nodiscard]] std::wstring Path(const std::wstring& name) const { return (m_folder.Path() / name).wstring(); }
-    void Write(const std::wstring& name, const std::string& content) const {
-        std::ofstream(m_folder.Path() / name, std::ios::binary) << content;
-    }
-    [[nodiscard]] std::string Read(const std::wstring& name) const {
-        std::ifstream file(m_folder.Path() / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
-    // Runs the program with these arguments, its login kept in the test's folder.
-    Outcome Run(const std::vector<std::wstring>& arguments) const {
-        std::wstring line = L"quillmark.exe --session " + Quoted(m_session);
-        for (const std::wstring& argument : arguments) {
-            line += L" " + Quoted(argument);
-        }
-        return RunLine(line);
-    }
-    // Runs any program.
-    Outcome RunLine(std::wstring line) const {
-        SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
-        STARTUPINFOW start = {};
-        start.cb = sizeof(start);
-        start.dwFlags = STARTF_USESTDHANDLES;
-        start.hStdOutput = OpenFor(L"output", inherited);
-        start.hStdError = OpenFor(L"errors", inherited);
-        PROCESS_INFORMATION process = {};
-        Outcome outcome;
-        EXPECT_TRUE(
-            ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process));
-        ::WaitForSingleObject(process.hProcess, INFINITE);
-        ::GetExitCodeProcess(process.hProcess, &outcome.exitCode);
-        for (const HANDLE handle : {process.hProcess, process.hThread, start.hStdOutput, start.hStdError}) {
-            ::CloseHandle(handle);
-        }
-        outcome.output = Read(L"output");
-        outcome.errors = Read(L"errors");
-        return outcome;
-    }
-    Outcome Login(const std::string& url = HttpUrl()) const {
-        return Run({L"login", std::wstring(url.begin(), url.end()), L"--user", L"anna"});
-    }
-
-private:
-    [[nodiscard]] HANDLE OpenFor(const wchar_t* name, SECURITY_ATTRIBUTES& inherited) const {
-        return ::CreateFileW(Path(name).c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr);
-    }
-
-    TempFolder m_folder{"prompt"};
-    std::wstring m_session;
-};
 
 TEST_F(CommandLineTest, UploadsListsAndDownloadsFilesWithBackslashesInTheirPaths) {
     ASSERT_EQ(Login().exitCode, 0u);
@@ -133,6 +64,25 @@ TEST_F(CommandLineTest, NamesThatThisSystemWouldTakeForSomethingElseAreNotWritte
     EXPECT_TRUE(std::filesystem::is_empty(Path(L"copy")));
 }
 
+TEST_F(CommandLineTest, AFileWithSuchANameGoesIntoNoFolderButUnderAnotherName) {
+    ASSERT_EQ(Login().exitCode, 0u);
+    Write(L"plain", "content");
+    std::filesystem::create_directory(Path(L"folder"));
+    for (const wchar_t* name : {L"/NUL", L"/a:b", L"/dot."}) {
+        ASSERT_EQ(Run({L"put", Path(L"plain"), name}).exitCode, 0u);
+        for (const std::wstring& target : {Path(L"folder"), Path(L"new") + L"/"}) {
+            const Outcome outcome = Run({L"get", name, target});
+            EXPECT_EQ(outcome.exitCode, 8u);
+            EXPECT_NE(outcome.errors.find("cannot be a local name"), std::string::npos) << outcome.errors;
+        }
+        EXPECT_EQ(Run({L"get", L"--range", L"0-3", name, Path(L"folder")}).exitCode, 8u);
+        EXPECT_EQ(Run({L"get", name, Path(L"back")}).exitCode, 0u);
+        EXPECT_EQ(Read(L"back"), "content");
+    }
+    EXPECT_TRUE(std::filesystem::is_empty(Path(L"folder")));
+    EXPECT_FALSE(std::filesystem::exists(Path(L"new")));
+}
+
 // The machine's settings that a test has imported, gone with it.
 class ImportedSettings {
 public:
@@ -150,7 +100,7 @@ TEST_F(CommandLineTest, SettingsThatRegeditHasImportedHoldAndAPolicyBeforeThem) 
     const auto import = [this](const std::string& key, const std::string& hours) {
         Write(L"settings.reg", "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_LOCAL_MACHINE\\Software\\" + key +
                                    "]\r\n\"UploadExpiry\"=dword:" + hours + "\r\n");
-        return RunLine(L"regedit.exe /S " + Quoted(Path(L"settings.reg"))).exitCode;
+        return RunLine(L"regedit.exe /S \"" + Path(L"settings.reg") + L"\"").exitCode;
     };
     const auto expiryIsTheLastDay = [this] {
         EXPECT_EQ(Run({L"--log", Path(L"log"), L"put", L"--resumable", Path(L"file"), L"/data"}).exitCode, 0u);
@@ -165,6 +115,101 @@ TEST_F(CommandLineTest, SettingsThatRegeditHasImportedHoldAndAPolicyBeforeThem) 
     EXPECT_FALSE(expiryIsTheLastDay());
     ASSERT_EQ(import("Policies\\Brevant\\Quillmark", "ffffffff"), 0u);
     EXPECT_TRUE(expiryIsTheLastDay());
+}
+
+// A tree with names in several scripts goes there and comes back; then its large file as the server's only copy of it
+// changes: in chunks, as a delta either way, in pieces.
+class MainJobTest : public CommandLineTest {
+protected:
+    void DoAllOfIt(const std::string& url) {
+        ASSERT_EQ(Login(url).exitCode, 0u);
+        PutATreeAndGetItBack();
+        SendInChunksAndByDelta();
+        GetByDeltaAndInPieces();
+    }
+
+private:
+    void PutATreeAndGetItBack() const {
+        const std::wstring names[] = {L"empty", L"one chunk", L"\x00E4\x00DF \x65E5\x672C\x8A9E",
+                                      L"\x0440\x0443\x0441 \xD83D\xDE00", L"100% & a+b #c;d"};
+        std::filesystem::create_directories(Path(L"tree/inner folder"));
+        std::size_t size = 0;
+        for (const std::wstring& name : names) {
+            Write(L"tree/" + name, Pattern(size));
+            Write(L"tree/inner folder/" + name, Pattern(size + 1));
+            size += 16384;
+        }
+        const Outcome sent = Run({L"put", L"--quiet", Path(L"tree"), L"/tree"});
+        EXPECT_EQ(sent.exitCode, 0u) << sent.errors;
+        const std::string listed = Run({L"ls", L"-R", L"/tree"}).output;
+        EXPECT_EQ(std::count(listed.begin(), listed.end(), '\n'), 11) << listed;
+        EXPECT_EQ(Run({L"get", L"--quiet", L"/tree", Path(L"copy")}).exitCode, 0u);
+        for (const std::wstring& name : names) {
+            EXPECT_TRUE(Read(L"copy/" + name) == Read(L"tree/" + name)) << NarrowUtf8(name);
+            EXPECT_TRUE(Read(L"copy/inner folder/" + name) == Read(L"tree/inner folder/" + name)) << NarrowUtf8(name);
+            EXPECT_EQ(ModifiedMilliseconds(L"copy/" + name), ModifiedMilliseconds(L"tree/" + name)) << NarrowUtf8(name);
+        }
+    }
+    [[nodiscard]] std::uint64_t ModifiedMilliseconds(const std::wstring& name) const {
+        WIN32_FILE_ATTRIBUTE_DATA data = {};
+        EXPECT_TRUE(::GetFileAttributesExW(Path(name).c_str(), GetFileExInfoStandard, &data)) << NarrowUtf8(name);
+        return ((std::uint64_t{data.ftLastWriteTime.dwHighDateTime} << 32) | data.ftLastWriteTime.dwLowDateTime) /
+               10'000;
+    }
+    void SendInChunksAndByDelta() const {
+        Write(L"old", m_old);
+        Write(L"new", m_new);
+        const Outcome whole = Run({L"put", L"--resumable", L"--chunk", L"1M", Path(L"old"), L"/data"});
+        EXPECT_EQ(whole.exitCode, 0u) << whole.errors;
+        const Outcome delta = Run({L"put", L"--delta", Path(L"old"), Path(L"new"), L"/data"});
+        EXPECT_EQ(delta.exitCode, 0u) << delta.errors;
+        const Outcome job = Run({L"put", L"--async-delta", Path(L"new"), Path(L"old"), L"/data"});
+        EXPECT_EQ(job.exitCode, 0u) << job.errors;
+        EXPECT_EQ(Run({L"get", L"/data", Path(L"back")}).exitCode, 0u);
+        EXPECT_TRUE(Read(L"back") == m_old);
+        EXPECT_EQ(Run({L"put", L"--delta", Path(L"old"), Path(L"new"), L"/data"}).exitCode, 0u);
+    }
+    void GetByDeltaAndInPieces() const {
+        const Outcome delta = Run({L"get", L"--delta", Path(L"old"), L"/data", Path(L"by delta")});
+        EXPECT_EQ(delta.exitCode, 0u) << delta.errors;
+        EXPECT_TRUE(Read(L"by delta") == m_new);
+        EXPECT_EQ(Run({L"get", L"--range", L"1M-", L"/data", Path(L"pieces")}).exitCode, 0u);
+        EXPECT_EQ(Run({L"get", L"--range", L"0-1M", L"/data", Path(L"pieces")}).exitCode, 0u);
+        EXPECT_TRUE(Read(L"pieces") == m_new);
+    }
+
+    const std::string m_old = Pattern(3'000'000);
+    const std::string m_new = m_old.substr(0, 1'000'000) + "changed" + m_old.substr(1'000'000);
+};
+
+TEST_F(MainJobTest, OverHttpEveryByteComesBack) {
+    DoAllOfIt(HttpUrl());
+}
+
+TEST_F(MainJobTest, OverHttpsEveryByteComesBack) {
+    const TrustedAuthority trusted;
+    DoAllOfIt(HttpsUrl());
+}
+
+TEST_F(CommandLineTest, AResumableUploadThatWasKilledIsContinuedByTheSameCommand) {
+    ASSERT_EQ(Login().exitCode, 0u);
+    const std::string content = Pattern(6'000'000);
+    Write(L"large", content);
+    const std::vector<std::wstring> command = {L"put", L"--resumable", L"--chunk", L"1M", Path(L"large"), L"/large"};
+    HoldUpTheThirdChunk(5000);
+    Program program = Start(command);
+    AwaitHeldUp();
+    program.Kill();
+    const Outcome killed = Finish(program);
+    EXPECT_EQ(killed.exitCode, Program::Killed);
+    // Two chunks are there, and the one that was on its way may be.
+    const std::string state = Run({L"uploads", L"state", L"/large"}).output;
+    EXPECT_NE(state.find("\t6000000\t"), std::string::npos) << state;
+    const Outcome again = Run(command);
+    EXPECT_EQ(again.exitCode, 0u) << again.errors;
+    EXPECT_EQ(Run({L"uploads"}).output, "");
+    EXPECT_EQ(Run({L"get", L"/large", Path(L"back")}).exitCode, 0u);
+    EXPECT_TRUE(Read(L"back") == content);
 }
 
 }  // namespace

@@ -2,41 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 
 #include "BareWinHttp.h"
 #include "LoadedLibrary.h"
+#include "TrustedAuthority.h"
 #include "support/Wine.h"
 
 namespace quillmark::test {
 namespace {
-
-// Puts the server's authority into the user's store of trusted roots for as long as it lives.
-class TrustedAuthority {
-public:
-    TrustedAuthority() {
-        std::ifstream file(AuthorityFile(), std::ios::binary);
-        const std::string text{std::istreambuf_iterator<char>(file), {}};
-        BYTE bytes[8192];
-        DWORD size = sizeof(bytes);
-        EXPECT_TRUE(::CryptStringToBinaryA(text.c_str(), 0, CRYPT_STRING_BASE64HEADER, bytes, &size, nullptr, nullptr));
-        m_store = ::CertOpenSystemStoreW(0, L"ROOT");
-        EXPECT_TRUE(::CertAddEncodedCertificateToStore(m_store, X509_ASN_ENCODING, bytes, size,
-                                                       CERT_STORE_ADD_REPLACE_EXISTING, &m_certificate));
-        EXPECT_TRUE(::CertControlStore(m_store, 0, CERT_STORE_CTRL_COMMIT, nullptr));
-    }
-    ~TrustedAuthority() {
-        ::CertDeleteCertificateFromStore(m_certificate);
-        ::CertCloseStore(m_store, 0);
-    }
-    TrustedAuthority(const TrustedAuthority&) = delete;
-    TrustedAuthority& operator=(const TrustedAuthority&) = delete;
-
-private:
-    HCERTSTORE m_store = nullptr;
-    PCCERT_CONTEXT m_certificate = nullptr;
-};
 
 TEST(TransferTest, FilesOfEverySizeComeBackAsTheyWere) {
     const Host host;

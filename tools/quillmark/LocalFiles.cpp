@@ -1,7 +1,9 @@
 #include "LocalFiles.h"
 
+#include "ErrorText.h"
 #include "LocalFile.h"
 #include "Paths.h"
+#include "System.h"
 
 namespace quillmark::cli {
 namespace {
@@ -67,6 +69,20 @@ DWORD ApplyTimes(const WideString& path, const IServerAttributes& attributes) {
     const FILETIME creation = attributes.GetCreationTime().ToFileTime();
     const FILETIME write = attributes.GetLastWriteTime().ToFileTime();
     return SetFileTime(file.Get(), &creation, &write, &write) != FALSE ? ERROR_SUCCESS : GetLastError();
+}
+
+WideString TargetInFolder(const WideString& folder, const WideString& server) {
+    const WideString name = LeafName(server);
+    if (!IsLocalName(name)) {
+        throw Failure(Printable(server) + ": '" + Printable(name) + "' cannot be a local name", ERROR_INVALID_NAME);
+    }
+    return JoinPath(folder, name);
+}
+
+WideString FileTarget(const WideString& server, const WideString& local) {
+    LocalItem target;
+    const bool into = FindLocalItem(local, target) == ERROR_SUCCESS && target.folder;
+    return into ? TargetInFolder(local, server) : local;
 }
 
 bool MakeLocalFolders(const WideString& folder) {

@@ -28,6 +28,13 @@ struct LocalItem {
 // Gives a local file the times of a record.
 [[nodiscard]] DWORD ApplyTimes(const WideString& path, const IServerAttributes& attributes);
 
+// Where an item of the server goes in a local folder: under its own name. Throws Failure when that cannot be the name
+// of a file here.
+[[nodiscard]] WideString TargetInFolder(const WideString& folder, const WideString& server);
+
+// Where one file of the server goes: to the local path, or in it when a folder is there. Throws as TargetInFolder does.
+[[nodiscard]] WideString FileTarget(const WideString& server, const WideString& local);
+
 // Makes the folder and those above it that are missing. False when it is not there afterwards.
 bool MakeLocalFolders(const WideString& folder);
 

@@ -126,9 +126,7 @@ void Transfer::Get(const WideString& server, const WideString& local) {
     } else if (IsFolder(*item)) {
         GetFolder(server, local);
     } else {
-        LocalItem target;
-        const bool into = FindLocalItem(local, target) == ERROR_SUCCESS && target.folder;
-        GetFile(server, into ? JoinPath(local, LeafName(server)) : local, item);
+        GetFile(server, FileTarget(server, local), item);
     }
 }
 

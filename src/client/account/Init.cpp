@@ -169,30 +169,31 @@ DWORD CNativeHttp::AskServerMode(const Logger& log, const Session& session, DWOR
 }
 
 DWORD CNativeHttp::GetEndpoints(EndpointMap& sync, EndpointMap& logging, HANDLE cancelEvent) {
-    DWORD error = ERROR_SUCCESS;
-    const LogScope scope("CNativeHttp::GetEndpoints", LogSource::NativeHttp, &error);
-    const Session session = GetSession();
-    Connection connection;
-    Request request;
-    // At the server's root: the endpoints are what is asked for.
-    error = CreateRequest(session, QM_W("/endpoints"), QM_W("GET"), request, connection, DiscoveryTimeouts);
-    if (error != ERROR_SUCCESS) {
+    return LogScope::Run("CNativeHttp::GetEndpoints", LogSource::NativeHttp, [&](const Logger& log) -> DWORD {
+        DWORD error = ERROR_SUCCESS;
+        const Session session = GetSession();
+        Connection connection;
+        Request request;
+        // At the server's root: the endpoints are what is asked for.
+        error = CreateRequest(session, QM_W("/endpoints"), QM_W("GET"), request, connection, DiscoveryTimeouts);
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
+        const RequestHandleTracker tracker(m_cancelTrigger, cancelEvent, request);
+        ResponseBuffer reply;
+        error = GetResponse(*request, reply, true).error;
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
+        if (GetEndpointsFromResponse(reply, sync, logging)) {
+            log.Information("Extracted %d QM endpoints from response and %d logging endpoints",
+                            static_cast<std::uint32_t>(sync.size()), static_cast<std::uint32_t>(logging.size()));
+        } else {
+            log.Error("Failed to extract endpoints from response");
+            error = ERROR_INCOMPATIBLE_SERVER;
+        }
         return error;
-    }
-    const RequestHandleTracker tracker(m_cancelTrigger, cancelEvent, request);
-    ResponseBuffer reply;
-    error = GetResponse(*request, reply, true).error;
-    if (error != ERROR_SUCCESS) {
-        return error;
-    }
-    if (GetEndpointsFromResponse(reply, sync, logging)) {
-        scope.Information("Extracted %d QM endpoints from response and %d logging endpoints",
-                          static_cast<std::uint32_t>(sync.size()), static_cast<std::uint32_t>(logging.size()));
-    } else {
-        scope.Error("Failed to extract endpoints from response");
-        error = ERROR_INCOMPATIBLE_SERVER;
-    }
-    return error;
+    });
 }
 
 }  // namespace quillmark

@@ -56,50 +56,51 @@ DWORD CNativeHttp::_Internal_DownloadDelta(const WideString& serverPath, const W
                                            const Attributes& expected, const Attributes& attributes,
                                            const WideString& deltaBase, HANDLE cancelEvent, const Progress& progress,
                                            std::uint64_t progressContext) {
-    DWORD error = ERROR_SUCCESS;
-    const LogScope log("CNativeHttp::_Internal_DownloadDelta", LogSource::NativeHttp, &error);
-    log.Information("Download Delta request for LocalPath: %S, ServerPath: %S", localPath, serverPath);
+    return LogScope::Run("CNativeHttp::_Internal_DownloadDelta", LogSource::NativeHttp, [&](const Logger& log) {
+        DWORD error = ERROR_SUCCESS;
+        log.Information("Download Delta request for LocalPath: %S, ServerPath: %S", localPath, serverPath);
 
-    const Session session = GetSession();
-    const WideString sentToken = TokenOf(session);
-    std::string path;
-    error = EncodePath(serverPath, path);
-    if (error != ERROR_SUCCESS) {
-        return error;
-    }
-    const std::string revision = RevisionQuery("?", expected);
-    const WideString url = FormatWide(QM_W("%s/delta%S%S"), GetApiPath(session), path, revision);
-    Connection connection;
-    Request request;
-    error = CreateRequest(session, url, QM_W("POST"), request, connection, {});
-    if (error != ERROR_SUCCESS) {
-        return error;
-    }
-    const RequestHandleTracker tracker(m_cancelTrigger, cancelEvent, request);
-    if (IsSet(cancelEvent)) {
-        log.Information("Download canceled");
-        return error = ERROR_CANCELLED;
-    }
-    error = SendBase(log, *request, deltaBase, cancelEvent);
-    if (error == ERROR_SUCCESS) {
-        error = LogFailure(log, "httpRequest->GetResponse, error code: %u",
-                           request->GetResponse(localPath, 0, cancelEvent, progress, true, progressContext));
-    }
-    if (error != ERROR_SUCCESS) {
-        return error;
-    }
+        const Session session = GetSession();
+        const WideString sentToken = TokenOf(session);
+        std::string path;
+        error = EncodePath(serverPath, path);
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
+        const std::string revision = RevisionQuery("?", expected);
+        const WideString url = FormatWide(QM_W("%s/delta%S%S"), GetApiPath(session), path, revision);
+        Connection connection;
+        Request request;
+        error = CreateRequest(session, url, QM_W("POST"), request, connection, {});
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
+        const RequestHandleTracker tracker(m_cancelTrigger, cancelEvent, request);
+        if (IsSet(cancelEvent)) {
+            log.Information("Download canceled");
+            return error = ERROR_CANCELLED;
+        }
+        error = SendBase(log, *request, deltaBase, cancelEvent);
+        if (error == ERROR_SUCCESS) {
+            error = LogFailure(log, "httpRequest->GetResponse, error code: %u",
+                               request->GetResponse(localPath, 0, cancelEvent, progress, true, progressContext));
+        }
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
 
-    const DWORD httpStatus = request->GetHTTPStatus();
-    if (httpStatus != HttpStatusOk) {
-        log.Error("GetHTTPStatus shows failure, code: %u", httpStatus);
-        // The bare status, which is meant.
-        return error = CheckForChangedSessionToken(session, httpStatus, sentToken, httpStatus);
-    }
-    log.Information("Successfully downloaded file: %S", localPath);
-    request->Close();  // lets the next request have its connection
-    error = LogFailure(log, "GetPathAttributes() failed with [%u]",
-                       TakeDownloadAttributes(serverPath, expected, attributes, cancelEvent));
-    return error;
+        const DWORD httpStatus = request->GetHTTPStatus();
+        if (httpStatus != HttpStatusOk) {
+            log.Error("GetHTTPStatus shows failure, code: %u", httpStatus);
+            // The bare status, which is meant.
+            return error = CheckForChangedSessionToken(session, httpStatus, sentToken, httpStatus);
+        }
+        log.Information("Successfully downloaded file: %S", localPath);
+        request->Close();  // lets the next request have its connection
+        error = LogFailure(log, "GetPathAttributes() failed with [%u]",
+                           TakeDownloadAttributes(serverPath, expected, attributes, cancelEvent));
+        return error;
+    });
 }
 
 }  // namespace quillmark

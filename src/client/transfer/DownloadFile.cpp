@@ -43,62 +43,64 @@ DWORD CNativeHttp::DownloadFile(const WideString& serverPath, const WideString& 
 DWORD CNativeHttp::_Internal_DownloadFile(const WideString& serverPath, const WideString& localPath,
                                           const Attributes& expected, const Attributes& attributes, HANDLE cancelEvent,
                                           const Progress& progress, std::uint64_t progressContext) {
-    DWORD error = ERROR_SUCCESS;
-    const LogScope log("CNativeHttp::_Internal_DownloadFile", LogSource::NativeHttp, &error);
-    log.Information("Download request for LocalPath: %S, ServerPath: %S", localPath, serverPath);
+    return LogScope::Run("CNativeHttp::_Internal_DownloadFile", LogSource::NativeHttp, [&](const Logger& log) -> DWORD {
+        DWORD error = ERROR_SUCCESS;
+        log.Information("Download request for LocalPath: %S, ServerPath: %S", localPath, serverPath);
 
-    const Session session = GetSession();
-    const WideString sentToken = TokenOf(session);
-    std::string path;
-    error = EncodePath(serverPath, path);
-    if (error != ERROR_SUCCESS) {
-        return error;
-    }
-    const std::string revision = RevisionQuery("?", expected);
-    const WideString url = FormatWide(QM_W("%s/folders%S%S"), GetApiPath(session), path, revision);
-    Connection connection;
-    Request request;
-    error = CreateRequest(session, url, QM_W("GET"), request, connection, {});
-    if (error != ERROR_SUCCESS) {
-        return error;
-    }
-    const RequestHandleTracker tracker(m_cancelTrigger, cancelEvent, request);
-    if (IsSet(cancelEvent)) {
-        log.Information("Download canceled");
-        return error = ERROR_CANCELLED;
-    }
-
-    error = request->SendRequestGetResponse(localPath, 0, cancelEvent, progress, true, progressContext);
-    if (error >= FirstStatusCode && error <= LastStatusCode) {
-        error = ReadRefusal(log, *request, error);
-        if (error == SERVER_ERROR_REVISION_MISMATCH && expected != nullptr) {
-            request->Close();  // lets the next request have its connection
-            error = HandleRevisionMismatch(serverPath, localPath, expected, attributes, cancelEvent, progress,
-                                           progressContext);
+        const Session session = GetSession();
+        const WideString sentToken = TokenOf(session);
+        std::string path;
+        error = EncodePath(serverPath, path);
+        if (error != ERROR_SUCCESS) {
+            return error;
         }
-        return error;
-    }
-    if (error != ERROR_SUCCESS) {
-        log.Error("SendRequestGetResponse failed, error code: %u", error);
-        return error;
-    }
+        const std::string revision = RevisionQuery("?", expected);
+        const WideString url = FormatWide(QM_W("%s/folders%S%S"), GetApiPath(session), path, revision);
+        Connection connection;
+        Request request;
+        error = CreateRequest(session, url, QM_W("GET"), request, connection, {});
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
+        const RequestHandleTracker tracker(m_cancelTrigger, cancelEvent, request);
+        if (IsSet(cancelEvent)) {
+            log.Information("Download canceled");
+            return ERROR_CANCELLED;
+        }
 
-    const DWORD httpStatus = request->GetHTTPStatus();
-    if (httpStatus != HttpStatusOk) {
-        log.Error("GetHTTPStatus shows failure, code: %u", httpStatus);
-        return error = CheckForChangedSessionToken(session, httpStatus, sentToken, ERROR_SUCCESS);
-    }
-    log.Information("Successfully downloaded file: %S", localPath);
-    request->Close();  // lets the next request have its connection
-    error = LogFailure(log, "Download failed with [%u]",
-                       TakeDownloadAttributes(serverPath, expected, attributes, cancelEvent));
-    if (error != ERROR_SUCCESS) {
+        error = request->SendRequestGetResponse(localPath, 0, cancelEvent, progress, true, progressContext);
+        if (error >= FirstStatusCode && error <= LastStatusCode) {
+            error = ReadRefusal(log, *request, error);
+            if (error == SERVER_ERROR_REVISION_MISMATCH && expected != nullptr) {
+                request->Close();  // lets the next request have its connection
+                error = HandleRevisionMismatch(serverPath, localPath, expected, attributes, cancelEvent, progress,
+                                               progressContext);
+            }
+            return error;
+        }
+        if (error != ERROR_SUCCESS) {
+            log.Error("SendRequestGetResponse failed, error code: %u", error);
+            return error;
+        }
+
+        const DWORD httpStatus = request->GetHTTPStatus();
+        if (httpStatus != HttpStatusOk) {
+            log.Error("GetHTTPStatus shows failure, code: %u", httpStatus);
+            return CheckForChangedSessionToken(session, httpStatus, sentToken, ERROR_SUCCESS);
+        }
+        log.Information("Successfully downloaded file: %S", localPath);
+        request->Close();  // lets the next request have its connection
+        error = LogFailure(log, "Download failed with [%u]",
+                           TakeDownloadAttributes(serverPath, expected, attributes, cancelEvent));
+        if (error != ERROR_SUCCESS) {
+            return error;
+        }
+        log.Information("Server attributes which came with download are S[LW[%S] LA[%S] C[%S] A[%d]] Rev:[%s]",
+                        attributes->GetLastWriteTime().ToText(), attributes->GetLastAccessTime().ToText(),
+                        attributes->GetCreationTime().ToText(), attributes->GetFileAttributes(),
+                        attributes->GetRevision());
         return error;
-    }
-    log.Information("Server attributes which came with download are S[LW[%S] LA[%S] C[%S] A[%d]] Rev:[%s]",
-                    attributes->GetLastWriteTime().ToText(), attributes->GetLastAccessTime().ToText(),
-                    attributes->GetCreationTime().ToText(), attributes->GetFileAttributes(), attributes->GetRevision());
-    return error;
+    });
 }
 
 DWORD CNativeHttp::ReadRefusal(const Logger& log, IWinHttpRequest& request, DWORD sendError) const {
@@ -130,24 +132,26 @@ DWORD CNativeHttp::TakeDownloadAttributes(const WideString& serverPath, const At
 DWORD CNativeHttp::HandleRevisionMismatch(const WideString& serverPath, const WideString& localPath,
                                           const Attributes& expected, const Attributes& attributes, HANDLE cancelEvent,
                                           const Progress& progress, std::uint64_t progressContext) {
-    DWORD error = ERROR_SUCCESS;
-    const LogScope log("CNativeHttp::HandleRevisionMismatch", LogSource::NativeHttp, &error);
-    // Into a record of its own: until it is known which one is right, the caller's stays, which may be both of its two.
-    const Attributes present = MakeAttributes();
-    error = _Internal_DownloadFile(serverPath, localPath, nullptr, present, cancelEvent, progress, progressContext);
-    if (error != ERROR_SUCCESS) {
-        log.Error("Failed to download file, error code: %lu", error);
+    return LogScope::Run("CNativeHttp::HandleRevisionMismatch", LogSource::NativeHttp, [&](const Logger& log) -> DWORD {
+        DWORD error = ERROR_SUCCESS;
+        // Into a record of its own: until it is known which one is right, the caller's stays, which may be both of
+        // its two.
+        const Attributes present = MakeAttributes();
+        error = _Internal_DownloadFile(serverPath, localPath, nullptr, present, cancelEvent, progress, progressContext);
+        if (error != ERROR_SUCCESS) {
+            log.Error("Failed to download file, error code: %lu", error);
+            return error;
+        }
+        if (EqualsIgnoreCase(WidenUtf8(present->GetRevision()), WidenUtf8(expected->GetRevision()))) {
+            CopyAttributes(*present, *attributes);
+        } else {
+            log.Information(
+                "File was modified after we downloaded it. "
+                "Returning old cached attributes so that file will be seen as out of sync on next check.");
+            CopyAttributes(*expected, *attributes);
+        }
         return error;
-    }
-    if (EqualsIgnoreCase(WidenUtf8(present->GetRevision()), WidenUtf8(expected->GetRevision()))) {
-        CopyAttributes(*present, *attributes);
-    } else {
-        log.Information(
-            "File was modified after we downloaded it. "
-            "Returning old cached attributes so that file will be seen as out of sync on next check.");
-        CopyAttributes(*expected, *attributes);
-    }
-    return error;
+    });
 }
 
 }  // namespace quillmark

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cxxabi.h>
+
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <vector>
@@ -91,7 +94,7 @@ TEST_F(LogTest, LeavesTheLastErrorAlone) {
     constexpr Logger logger("f", LogSource::NativeHttp);
     logger.Error("text %S", QM_W("wide"));
     EXPECT_TRUE(logger.WantsInformation());
-    { const LogScope scope("f", LogSource::NativeHttp); }
+    LogScope::Run("f", LogSource::NativeHttp, [](const Logger&) {});
     EXPECT_EQ(::GetLastError(), 1234u);
 }
 
@@ -102,13 +105,11 @@ TEST_F(LogTest, ShowsTheLowHalfOfAHandle) {
 
 TEST_F(LogTest, RecordsEntryAndExitOfAScope) {
     const RecordedLog log;
-    std::uint32_t line = 0;
-    {
-        const LogScope scope("Init", LogSource::QuillmarkHttpExports);
-        line = static_cast<std::uint32_t>(__LINE__ - 1);
-        scope.Information("inside");
-        EXPECT_STREQ(scope.Function(), "Init");
-    }
+    const std::uint32_t line = __LINE__ + 1;
+    LogScope::Run("Init", LogSource::QuillmarkHttpExports, [](const Logger& logger) {
+        logger.Information("inside");
+        EXPECT_STREQ(logger.Function(), "Init");
+    });
     const std::vector<LogRecord> records = log.Records();
     ASSERT_EQ(records.size(), 3u);
     EXPECT_EQ(records[0].descriptor.id, 110);
@@ -122,33 +123,38 @@ TEST_F(LogTest, RecordsEntryAndExitOfAScope) {
 
 TEST_F(LogTest, RecordsTheStatusAtTheExitAsACriticalMessage) {
     const RecordedLog log;
-    {
-        DWORD status = 0;
-        const LogScope scope("f", LogSource::NativeHttp, &status);
-        status = 12002;
-    }
+    EXPECT_EQ(LogScope::Run("f", LogSource::NativeHttp, [](const Logger&) -> DWORD { return 12002; }), 12002u);
     EXPECT_EQ(Events(log), (std::vector<int>{110, 104}));
     EXPECT_TRUE(log.Has(104, "NativeHttp", "f", "Exited [status=12002]"));
 }
 
+TEST_F(LogTest, RecordsTheCodeOfAStatusPair) {
+    const RecordedLog log;
+    const auto body = [](const Logger&) { return StatusPair{20017, 2}; };
+    EXPECT_EQ(LogScope::Run("f", LogSource::NativeHttp, body), (StatusPair{20017, 2}));
+    EXPECT_EQ(log.Texts(104), (std::vector<std::string>{"Exited [status=20017]"}));
+}
+
+TEST_F(LogTest, RecordsNoStatusForAResultThatIsNoCode) {
+    const RecordedLog log;
+    EXPECT_TRUE(LogScope::Run("f", LogSource::NativeHttp, [](const Logger&) { return true; }));
+    EXPECT_EQ(*LogScope::Run("f", LogSource::NativeHttp, [](const Logger&) { return std::make_shared<int>(5); }), 5);
+    EXPECT_EQ(Events(log), (std::vector<int>{110, 111, 110, 111}));
+}
+
 TEST_F(LogTest, PrintsAStatusWithTheTopBitAsNegative) {
     const RecordedLog log;
-    {
-        const DWORD status = 0xFFFFFFFF;
-        const LogScope scope("f", LogSource::NativeHttp, &status);
-    }
+    static_cast<void>(LogScope::Run("f", LogSource::NativeHttp, [](const Logger&) -> DWORD { return 0xFFFFFFFF; }));
     EXPECT_TRUE(log.Has(104, "Exited [status=-1]"));
 }
 
 TEST_F(LogTest, RecordsAnExceptionThatPassesInPlaceOfTheStatus) {
     const RecordedLog log;
     int completions = 0;
-    const DWORD status = 5;
-    try {
-        const LogScope scope("f", LogSource::NativeHttp, &status, [&](const char*, const DWORD*) { ++completions; });
-        throw std::runtime_error("passing");
-    } catch (const std::runtime_error&) {
-    }
+    const auto body = [](const Logger&) -> DWORD { throw std::runtime_error("passing"); };
+    EXPECT_THROW(static_cast<void>(LogScope::Run("f", LogSource::NativeHttp, body,
+                                                 [&](const char*, const DWORD*) { ++completions; })),
+                 std::runtime_error);
     EXPECT_EQ(Events(log), (std::vector<int>{110, 104}));
     EXPECT_TRUE(log.Has(104, "NativeHttp", "f", "[EXCEPTION EXIT]"));
     EXPECT_EQ(completions, 0);
@@ -157,8 +163,7 @@ TEST_F(LogTest, RecordsAnExceptionThatPassesInPlaceOfTheStatus) {
 TEST_F(LogTest, EndsNormallyInsideADestructorThatAnExceptionRuns) {
     struct OpensAScope {
         ~OpensAScope() {
-            const DWORD status = 3;
-            const LogScope scope("inner", LogSource::NativeHttp, &status);
+            static_cast<void>(LogScope::Run("inner", LogSource::NativeHttp, [](const Logger&) -> DWORD { return 3; }));
         }
     };
     const RecordedLog log;
@@ -170,34 +175,63 @@ TEST_F(LogTest, EndsNormallyInsideADestructorThatAnExceptionRuns) {
     EXPECT_EQ(log.Texts(104), (std::vector<std::string>{"Exited [status=3]"}));
 }
 
+// What a program with a runtime of its own does: the exception that one runtime counts in, the other counts out.
+class OffCount {
+public:
+    explicit OffCount(int by) : m_by(by) { Add(by); }
+    ~OffCount() { Add(-m_by); }
+    OffCount(const OffCount&) = delete;
+    OffCount& operator=(const OffCount&) = delete;
+
+private:
+    struct Globals {
+        void* caught;
+        unsigned int uncaught;
+    };
+    static void Add(int by) {
+        reinterpret_cast<Globals*>(abi::__cxa_get_globals())->uncaught += static_cast<unsigned int>(by);
+    }
+
+    int m_by;
+};
+
+TEST_F(LogTest, JudgesAnExitByWhatPassesAndNotByTheCountOfExceptionsInFlight) {
+    for (const int by : {-1, 1}) {
+        const RecordedLog log;
+        std::optional<OffCount> off;
+        LogScope::Run("normal", LogSource::NativeHttp, [&](const Logger&) { off.emplace(by); });
+        off.reset();
+        EXPECT_THROW(LogScope::Run("throws", LogSource::NativeHttp,
+                                   [&](const Logger&) {
+                                       off.emplace(by);
+                                       throw std::runtime_error("passing");
+                                   }),
+                     std::runtime_error);
+        EXPECT_EQ(Events(log), (std::vector<int>{110, 111, 110, 104})) << by;
+    }
+}
+
 TEST_F(LogTest, RecordsNoExitWhenScopesAreNotWanted) {
     RecordedLog log;
     log.SetHighestLevel(3);
-    const DWORD status = 5;
-    { const LogScope scope("f", LogSource::NativeHttp, &status); }
-    try {
-        const LogScope scope("f", LogSource::NativeHttp, &status);
-        throw std::runtime_error("passing");
-    } catch (const std::runtime_error&) {
-    }
+    static_cast<void>(LogScope::Run("f", LogSource::NativeHttp, [](const Logger&) -> DWORD { return 5; }));
+    EXPECT_THROW(LogScope::Run("f", LogSource::NativeHttp, [](const Logger&) { throw std::runtime_error("passing"); }),
+                 std::runtime_error);
     // Level 1 would be wanted: it is the exit's own level that decides.
     EXPECT_TRUE(log.Records().empty());
 }
 
 TEST_F(LogTest, CallsTheCompletionAfterTheExitRecord) {
     const RecordedLog log;
-    DWORD status = 1;
     std::string function;
     DWORD seen = 0;
     std::size_t recordsBefore = 0;
-    {
-        const LogScope scope("f", LogSource::NativeHttp, &status, [&](const char* name, const DWORD* value) {
-            function = name;
-            seen = *value;
-            recordsBefore = log.Records().size();
-        });
-        status = 42;
-    }
+    const auto body = [](const Logger&) -> DWORD { return 42; };
+    static_cast<void>(LogScope::Run("f", LogSource::NativeHttp, body, [&](const char* name, const DWORD* value) {
+        function = name;
+        seen = *value;
+        recordsBefore = log.Records().size();
+    }));
     EXPECT_EQ(function, "f");
     EXPECT_EQ(seen, 42u);
     EXPECT_EQ(recordsBefore, 2u);
@@ -207,28 +241,23 @@ TEST_F(LogTest, CallsTheCompletionWithoutStatusAndWithoutLog) {
     RecordedLog log;
     log.SetHighestLevel(0);
     std::optional<bool> hadStatus;
-    {
-        const LogScope scope("f", LogSource::NativeHttp, nullptr,
-                             [&](const char*, const DWORD* status) { hadStatus = status != nullptr; });
-    }
+    LogScope::Run(
+        "f", LogSource::NativeHttp, [](const Logger&) {},
+        [&](const char*, const DWORD* status) { hadStatus = status != nullptr; });
     EXPECT_EQ(hadStatus, std::optional<bool>(false));
 }
 
 TEST_F(LogTest, SwallowsWhatACompletionThrows) {
     const RecordedLog log;
-    EXPECT_NO_THROW({
-        const LogScope scope("f", LogSource::NativeHttp, nullptr,
-                             [](const char*, const DWORD*) { throw std::runtime_error("thrown"); });
-    });
+    EXPECT_NO_THROW(LogScope::Run(
+        "f", LogSource::NativeHttp, [](const Logger&) {},
+        [](const char*, const DWORD*) { throw std::runtime_error("thrown"); }));
     EXPECT_EQ(Events(log), (std::vector<int>{110, 111}));
 }
 
 TEST_F(LogTest, RecordsTheExitUnderTheContextOfThatMoment) {
     const RecordedLog log;
-    {
-        const LogScope scope("Init", LogSource::QuillmarkHttpExports);
-        SetLogContext(78);
-    }
+    LogScope::Run("Init", LogSource::QuillmarkHttpExports, [](const Logger&) { SetLogContext(78); });
     const std::vector<LogRecord> records = log.Records();
     ASSERT_EQ(records.size(), 2u);
     EXPECT_EQ(records[0].context, 77u);

@@ -8,11 +8,11 @@
 #include <new>
 #include <sstream>
 #include <string>
-#include <type_traits>
 
 #include "fakes/RecordingFactory.h"
 #include "quillmark/Eventing.h"
 #include "quillmark/HttpApi.h"
+#include "support/LogExits.h"
 #include "support/TempFolder.h"
 
 namespace quillmark {
@@ -37,6 +37,9 @@ protected:
         std::ostringstream text;
         text << std::ifstream(m_folder.Path() / "log").rdbuf();
         return text.str();
+    }
+    [[nodiscard]] std::string LastExitOf(const std::string& function) const {
+        return test::LastExitOf((m_folder.Path() / "log").string(), function);
     }
 
 private:
@@ -90,9 +93,6 @@ TEST_F(LibraryTest, HostileReplyIsACodeAndALogLine) {
 }
 
 TEST_F(LibraryTest, MemoryShortageCrossesItsBoundaryAsTheStandardException) {
-    // Whether an exception is in flight is asked of the C++ runtime; on Windows the library and its host have one each,
-    // so the library's log does not see one that the host's own code throws through it.
-    constexpr bool OneRuntime = !std::is_same_v<WideChar, wchar_t>;
     class FactoryWithoutMemory final : public IWinHttpFactory {
     public:
         std::shared_ptr<IWinHttpSession> CreateSession() override { throw WideString::OutOfMemory(); }
@@ -102,7 +102,49 @@ TEST_F(LibraryTest, MemoryShortageCrossesItsBoundaryAsTheStandardException) {
         }
     };
     EXPECT_THROW(::CreateInstanceWithFactory(QM_W("device"), std::make_shared<FactoryWithoutMemory>()), std::bad_alloc);
-    EXPECT_EQ(Log().find("[EXCEPTION EXIT]") != std::string::npos, OneRuntime);
+    EXPECT_EQ(LastExitOf("CreateInstanceWithFactory"), "[EXCEPTION EXIT]");
+    const ClientPointer client(::CreateInstanceWithFactory(QM_W("device"), std::make_shared<RecordingFactory>()));
+    EXPECT_EQ(LastExitOf("CreateInstanceWithFactory"), "");
+}
+
+TEST_F(LibraryTest, AnExceptionOfTheHostEndsTheScopesThatItPassesAndNoOther) {
+    const auto factory = std::make_shared<RecordingFactory>();
+    const ClientPointer client(::CreateInstanceWithFactory(QM_W("device"), factory));
+    std::shared_ptr<IServerAttributes> attributes;
+    factory->OnCall([](const std::string& call) {
+        if (call.starts_with("CreateConnection")) {
+            throw std::bad_alloc();
+        }
+    });
+    EXPECT_EQ(client->GetPathAttributes(QM_W("/a"), attributes, nullptr), (StatusPair{8, 0}));
+    EXPECT_EQ(LastExitOf("CNativeHttp::CreateRequest"), "[EXCEPTION EXIT]");
+    EXPECT_EQ(LastExitOf("CNativeHttp::GetPathAttributes"), "[EXCEPTION EXIT]");
+    EXPECT_EQ(LastExitOf("CNativeHttp::GetSession"), "");
+
+    factory->OnCall({});
+    factory->Reply(200, R"({"name":"a","revision":"17","size":5})");
+    EXPECT_EQ(client->GetPathAttributes(QM_W("/a"), attributes, nullptr), StatusPair{});
+    EXPECT_EQ(LastExitOf("CNativeHttp::CreateRequest"), "Exited [status=0]");
+    EXPECT_EQ(LastExitOf("CNativeHttp::GetPathAttributes"), "Exited [status=0]");
+}
+
+TEST_F(LibraryTest, AnExceptionOfTheLibraryIsSeenAlsoAfterOneOfTheHost) {
+    const auto factory = std::make_shared<RecordingFactory>();
+    const ClientPointer client(::CreateInstanceWithFactory(QM_W("device"), factory));
+    std::shared_ptr<IServerAttributes> attributes;
+    // One of the host's, which the library's boundary ends; then one of the JSON library's, which is inside the
+    // library.
+    factory->OnCall([](const std::string& call) {
+        if (call.starts_with("CreateConnection")) {
+            throw std::bad_alloc();
+        }
+    });
+    EXPECT_EQ(client->GetPathAttributes(QM_W("/a"), attributes, nullptr), (StatusPair{8, 0}));
+    factory->OnCall({});
+    factory->Reply(200, R"({"name":"a","directory":"true"})");
+    EXPECT_EQ(client->GetPathAttributes(QM_W("/a"), attributes, nullptr), (StatusPair{13, 0}));
+    EXPECT_EQ(LastExitOf("CNativeHttp::CreateRequest"), "Exited [status=0]");
+    EXPECT_EQ(LastExitOf("CNativeHttp::GetPathAttributes"), "[EXCEPTION EXIT]");
 }
 
 }  // namespace

@@ -20,13 +20,6 @@ struct GetOptions {
     bool quiet = false;
 };
 
-// Where one file goes.
-WideString FileTarget(const WideString& server, const WideString& local) {
-    LocalItem target;
-    const bool into = FindLocalItem(local, target) == ERROR_SUCCESS && target.folder;
-    return into ? JoinPath(local, LeafName(server)) : local;
-}
-
 ByteRange RequireRange(const std::string& text) {
     const auto range = ParseByteRange(text);
     if (!range) {
@@ -40,7 +33,7 @@ ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
     const WideString server = ServerPath(global.Path(options.remote));
     WideString local = global.Path(options.local);
     if (local.view().ends_with(QM_W('/')) && IsOwnName(LeafName(server))) {
-        local = JoinPath(local, LeafName(server));
+        local = TargetInFolder(local, server);
     }
     const ByteRange range = options.range.empty() ? ByteRange() : RequireRange(options.range);
     Client client(global);

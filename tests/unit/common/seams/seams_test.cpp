@@ -1,5 +1,6 @@
 // Each function of a seam calls the platform function of its name with its arguments and returns its result. This
-// program has recorders in the place of the platform's functions.
+// program has recorders in the place of the platform's functions. They record while a seam is called: on Windows the
+// C++ runtime and GoogleTest, which are linked in, come to them as well and are to have the real ones.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "quillmark/Services.h"
+#include "support/Wrap.h"
 
 namespace quillmark {
 namespace {
@@ -20,6 +22,7 @@ struct PlatformCall {
     std::uint64_t result = 0;
 };
 PlatformCall lastCall;
+bool recording = false;
 
 template <typename T>
 std::uint64_t NumberOf(T value) {
@@ -55,7 +58,9 @@ template <typename Seam, typename Result, typename... Arguments, std::size_t... 
 void ExpectForwards(const char* function, Result (Seam::*member)(Arguments...), std::index_sequence<Index...>) {
     Seam seam;
     // Numbers that tell the arguments apart: 101, 102, ...
+    recording = true;
     const Result result = (seam.*member)(ValueOf<Arguments>(101 + Index)...);
+    recording = false;
     EXPECT_EQ(lastCall.function, function);
     EXPECT_EQ(lastCall.arguments, (std::vector<std::uint64_t>{(101 + Index)...})) << function;
     EXPECT_EQ(NumberOf(result), lastCall.result) << function;
@@ -69,237 +74,125 @@ void ExpectForwards(const char* function, Result (Seam::*member)(Arguments...)) 
 }  // namespace
 }  // namespace quillmark
 
-BOOL WINAPI WinHttpAddRequestHeaders(HINTERNET request, LPCWSTR headers, DWORD lengthInCharacters, DWORD modifiers) {
-    return quillmark::Record<BOOL>("WinHttpAddRequestHeaders", request, headers, lengthInCharacters, modifiers);
-}
+#define RECORDED(result, name, parameters, ...)                                     \
+    QUILLMARK_WRAP(result, name, parameters) {                                      \
+        return quillmark::recording ? quillmark::Record<result>(#name, __VA_ARGS__) \
+                                    : QUILLMARK_REAL(name)(__VA_ARGS__);            \
+    }
 
-BOOL WINAPI WinHttpSendRequest(HINTERNET request, LPCWSTR headers, DWORD lengthInCharacters, LPVOID optional,
-                               DWORD optionalLength, DWORD totalLength, DWORD_PTR context) {
-    return quillmark::Record<BOOL>("WinHttpSendRequest", request, headers, lengthInCharacters, optional, optionalLength,
-                                   totalLength, context);
-}
-
-BOOL WINAPI WinHttpReadData(HINTERNET request, LPVOID buffer, DWORD bytesToRead, LPDWORD bytesRead) {
-    return quillmark::Record<BOOL>("WinHttpReadData", request, buffer, bytesToRead, bytesRead);
-}
-
-BOOL WINAPI WinHttpQueryDataAvailable(HINTERNET request, LPDWORD bytesAvailable) {
-    return quillmark::Record<BOOL>("WinHttpQueryDataAvailable", request, bytesAvailable);
-}
-
-BOOL WINAPI WinHttpQueryHeaders(HINTERNET request, DWORD infoLevel, LPCWSTR name, LPVOID buffer, LPDWORD bufferLength,
-                                LPDWORD index) {
-    return quillmark::Record<BOOL>("WinHttpQueryHeaders", request, infoLevel, name, buffer, bufferLength, index);
-}
-
-BOOL WINAPI WinHttpReceiveResponse(HINTERNET request, LPVOID reserved) {
-    return quillmark::Record<BOOL>("WinHttpReceiveResponse", request, reserved);
-}
-
-BOOL WINAPI WinHttpWriteData(HINTERNET request, LPCVOID buffer, DWORD bytesToWrite, LPDWORD bytesWritten) {
-    return quillmark::Record<BOOL>("WinHttpWriteData", request, buffer, bytesToWrite, bytesWritten);
-}
-
-BOOL WINAPI WinHttpSetCredentials(HINTERNET request, DWORD targets, DWORD scheme, LPCWSTR userName, LPCWSTR password,
-                                  LPVOID authParams) {
-    return quillmark::Record<BOOL>("WinHttpSetCredentials", request, targets, scheme, userName, password, authParams);
-}
-
-BOOL WINAPI WinHttpSetTimeouts(HINTERNET handle, int resolve, int connect, int send, int receive) {
-    return quillmark::Record<BOOL>("WinHttpSetTimeouts", handle, resolve, connect, send, receive);
-}
-
-HINTERNET WINAPI WinHttpOpen(LPCWSTR userAgent, DWORD accessType, LPCWSTR proxyName, LPCWSTR proxyBypass, DWORD flags) {
-    return quillmark::Record<HINTERNET>("WinHttpOpen", userAgent, accessType, proxyName, proxyBypass, flags);
-}
-
-HINTERNET WINAPI WinHttpConnect(HINTERNET session, LPCWSTR serverName, INTERNET_PORT port, DWORD reserved) {
-    return quillmark::Record<HINTERNET>("WinHttpConnect", session, serverName, port, reserved);
-}
-
-HINTERNET WINAPI WinHttpOpenRequest(HINTERNET connection, LPCWSTR verb, LPCWSTR objectName, LPCWSTR version,
-                                    LPCWSTR referrer, LPCWSTR* acceptTypes, DWORD flags) {
-    return quillmark::Record<HINTERNET>("WinHttpOpenRequest", connection, verb, objectName, version, referrer,
-                                        acceptTypes, flags);
-}
-
-BOOL WINAPI WinHttpCloseHandle(HINTERNET handle) {
-    return quillmark::Record<BOOL>("WinHttpCloseHandle", handle);
-}
-
-BOOL WINAPI WinHttpQueryOption(HINTERNET handle, DWORD option, LPVOID buffer, LPDWORD bufferLength) {
-    return quillmark::Record<BOOL>("WinHttpQueryOption", handle, option, buffer, bufferLength);
-}
-
-BOOL WINAPI WinHttpSetOption(HINTERNET handle, DWORD option, LPVOID buffer, DWORD bufferLength) {
-    return quillmark::Record<BOOL>("WinHttpSetOption", handle, option, buffer, bufferLength);
-}
-
-DWORD WINAPI GetFileSize(HANDLE hFile, LPDWORD lpFileSizeHigh) {
-    return quillmark::Record<DWORD>("GetFileSize", hFile, lpFileSizeHigh);
-}
-
-HANDLE WINAPI CreateFileW(LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode,
-                          LPSECURITY_ATTRIBUTES lpSecurityAttributes, DWORD dwCreationDisposition,
-                          DWORD dwFlagsAndAttributes, HANDLE hTemplateFile) {
-    return quillmark::Record<HANDLE>("CreateFileW", lpFileName, dwDesiredAccess, dwShareMode, lpSecurityAttributes,
-                                     dwCreationDisposition, dwFlagsAndAttributes, hTemplateFile);
-}
-
-BOOL WINAPI ReadFile(HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead, LPDWORD lpNumberOfBytesRead,
-                     LPOVERLAPPED lpOverlapped) {
-    return quillmark::Record<BOOL>("ReadFile", hFile, lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead,
-                                   lpOverlapped);
-}
-
-BOOL WINAPI SetFilePointerEx(HANDLE hFile, LARGE_INTEGER liDistanceToMove, PLARGE_INTEGER lpNewFilePointer,
-                             DWORD dwMoveMethod) {
-    return quillmark::Record<BOOL>("SetFilePointerEx", hFile, liDistanceToMove, lpNewFilePointer, dwMoveMethod);
-}
-
-BOOL WINAPI WriteFile(HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDWORD lpNumberOfBytesWritten,
-                      LPOVERLAPPED lpOverlapped) {
-    return quillmark::Record<BOOL>("WriteFile", hFile, lpBuffer, nNumberOfBytesToWrite, lpNumberOfBytesWritten,
-                                   lpOverlapped);
-}
-
-DWORD WINAPI SetFilePointer(HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveHigh, DWORD dwMoveMethod) {
-    return quillmark::Record<DWORD>("SetFilePointer", hFile, lDistanceToMove, lpDistanceToMoveHigh, dwMoveMethod);
-}
-
-BOOL WINAPI DeleteFileW(LPCWSTR lpFileName) {
-    return quillmark::Record<BOOL>("DeleteFileW", lpFileName);
-}
-
-BOOL WINAPI CopyFileW(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName, BOOL bFailIfExists) {
-    return quillmark::Record<BOOL>("CopyFileW", lpExistingFileName, lpNewFileName, bFailIfExists);
-}
-
-BOOL WINAPI MoveFileW(LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName) {
-    return quillmark::Record<BOOL>("MoveFileW", lpExistingFileName, lpNewFileName);
-}
-
-BOOL WINAPI GetFileTime(HANDLE hFile, LPFILETIME lpCreationTime, LPFILETIME lpLastAccessTime,
-                        LPFILETIME lpLastWriteTime) {
-    return quillmark::Record<BOOL>("GetFileTime", hFile, lpCreationTime, lpLastAccessTime, lpLastWriteTime);
-}
-
-HANDLE WINAPI FindFirstFileW(LPCWSTR lpFileName, LPWIN32_FIND_DATAW lpFindFileData) {
-    return quillmark::Record<HANDLE>("FindFirstFileW", lpFileName, lpFindFileData);
-}
-
-BOOL WINAPI FindNextFileW(HANDLE hFindFile, LPWIN32_FIND_DATAW lpFindFileData) {
-    return quillmark::Record<BOOL>("FindNextFileW", hFindFile, lpFindFileData);
-}
-
-BOOL WINAPI FindClose(HANDLE hFindFile) {
-    return quillmark::Record<BOOL>("FindClose", hFindFile);
-}
-
-DWORD WINAPI GetCurrentDirectoryW(DWORD nBufferLength, LPWSTR lpBuffer) {
-    return quillmark::Record<DWORD>("GetCurrentDirectoryW", nBufferLength, lpBuffer);
-}
-
-BOOL WINAPI CreateDirectoryW(LPCWSTR lpPathName, LPSECURITY_ATTRIBUTES lpSecurityAttributes) {
-    return quillmark::Record<BOOL>("CreateDirectoryW", lpPathName, lpSecurityAttributes);
-}
-
-BOOL WINAPI RemoveDirectoryW(LPCWSTR lpPathName) {
-    return quillmark::Record<BOOL>("RemoveDirectoryW", lpPathName);
-}
-
-DWORD WINAPI GetTempPathW(DWORD nBufferLength, LPWSTR lpBuffer) {
-    return quillmark::Record<DWORD>("GetTempPathW", nBufferLength, lpBuffer);
-}
-
-UINT WINAPI GetTempFileNameW(LPCWSTR lpPathName, LPCWSTR lpPrefixString, UINT uUnique, LPWSTR lpTempFileName) {
-    return quillmark::Record<UINT>("GetTempFileNameW", lpPathName, lpPrefixString, uUnique, lpTempFileName);
-}
-
-DWORD WINAPI GetFileAttributesW(LPCWSTR lpFileName) {
-    return quillmark::Record<DWORD>("GetFileAttributesW", lpFileName);
-}
-
-BOOL WINAPI GetFileAttributesExW(LPCWSTR lpFileName, GET_FILEEX_INFO_LEVELS fInfoLevelId, LPVOID lpFileInformation) {
-    return quillmark::Record<BOOL>("GetFileAttributesExW", lpFileName, fInfoLevelId, lpFileInformation);
-}
-
-BOOL WINAPI GetFileSizeEx(HANDLE hFile, PLARGE_INTEGER lpFileSize) {
-    return quillmark::Record<BOOL>("GetFileSizeEx", hFile, lpFileSize);
-}
-
-DWORD WINAPI QueryDosDeviceW(LPCWSTR lpDeviceName, LPWSTR lpTargetPath, DWORD ucchMax) {
-    return quillmark::Record<DWORD>("QueryDosDeviceW", lpDeviceName, lpTargetPath, ucchMax);
-}
-
-HRESULT WINAPI SHGetFolderPathW(HWND hwnd, int csidl, HANDLE hToken, DWORD dwFlags, LPWSTR pszPath) {
-    return quillmark::Record<HRESULT>("SHGetFolderPathW", hwnd, csidl, hToken, dwFlags, pszPath);
-}
-
-BOOL WINAPI SetFileAttributesW(LPCWSTR lpFileName, DWORD dwFileAttributes) {
-    return quillmark::Record<BOOL>("SetFileAttributesW", lpFileName, dwFileAttributes);
-}
-
-DWORD WINAPI SetSecurityInfo(HANDLE handle, SE_OBJECT_TYPE objectType, SECURITY_INFORMATION securityInfo,
-                             PSID psidOwner, PSID psidGroup, PACL pDacl, PACL pSacl) {
-    return quillmark::Record<DWORD>("SetSecurityInfo", handle, objectType, securityInfo, psidOwner, psidGroup, pDacl,
-                                    pSacl);
-}
-
-BOOL WINAPI CloseHandle(HANDLE hObject) {
-    return quillmark::Record<BOOL>("CloseHandle", hObject);
-}
-
-LSTATUS WINAPI RegEnumValueW(HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWORD lpcchValueName, LPDWORD lpReserved,
-                             LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData) {
-    return quillmark::Record<LSTATUS>("RegEnumValueW", hKey, dwIndex, lpValueName, lpcchValueName, lpReserved, lpType,
-                                      lpData, lpcbData);
-}
-
-LSTATUS WINAPI RegSetValueExW(HKEY hKey, LPCWSTR lpValueName, DWORD Reserved, DWORD dwType, const BYTE* lpData,
-                              DWORD cbData) {
-    return quillmark::Record<LSTATUS>("RegSetValueExW", hKey, lpValueName, Reserved, dwType, lpData, cbData);
-}
-
-LSTATUS WINAPI RegQueryValueExW(HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData,
-                                LPDWORD lpcbData) {
-    return quillmark::Record<LSTATUS>("RegQueryValueExW", hKey, lpValueName, lpReserved, lpType, lpData, lpcbData);
-}
-
-LSTATUS WINAPI RegDeleteValueW(HKEY hKey, LPCWSTR lpValueName) {
-    return quillmark::Record<LSTATUS>("RegDeleteValueW", hKey, lpValueName);
-}
-
-LSTATUS WINAPI RegEnumKeyExW(HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD lpReserved,
-                             LPWSTR lpClass, LPDWORD lpcchClass, PFILETIME lpftLastWriteTime) {
-    return quillmark::Record<LSTATUS>("RegEnumKeyExW", hKey, dwIndex, lpName, lpcchName, lpReserved, lpClass,
-                                      lpcchClass, lpftLastWriteTime);
-}
-
-LSTATUS WINAPI RegOpenKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD ulOptions, REGSAM samDesired, PHKEY phkResult) {
-    return quillmark::Record<LSTATUS>("RegOpenKeyExW", hKey, lpSubKey, ulOptions, samDesired, phkResult);
-}
-
-LSTATUS WINAPI RegCreateKeyExW(HKEY hKey, LPCWSTR lpSubKey, DWORD Reserved, LPWSTR lpClass, DWORD dwOptions,
-                               REGSAM samDesired, const LPSECURITY_ATTRIBUTES lpSecurityAttributes, PHKEY phkResult,
-                               LPDWORD lpdwDisposition) {
-    return quillmark::Record<LSTATUS>("RegCreateKeyExW", hKey, lpSubKey, Reserved, lpClass, dwOptions, samDesired,
-                                      lpSecurityAttributes, phkResult, lpdwDisposition);
-}
-
-LSTATUS WINAPI RegDeleteKeyExW(HKEY hKey, LPCWSTR lpSubKey, REGSAM samDesired, DWORD Reserved) {
-    return quillmark::Record<LSTATUS>("RegDeleteKeyExW", hKey, lpSubKey, samDesired, Reserved);
-}
-
-LSTATUS WINAPI RegCloseKey(HKEY hKey) {
-    return quillmark::Record<LSTATUS>("RegCloseKey", hKey);
-}
-
-LSTATUS WINAPI RegNotifyChangeKeyValue(HKEY hKey, BOOL bWatchSubtree, DWORD dwNotifyFilter, HANDLE hEvent,
-                                       BOOL fAsynchronous) {
-    return quillmark::Record<LSTATUS>("RegNotifyChangeKeyValue", hKey, bWatchSubtree, dwNotifyFilter, hEvent,
-                                      fAsynchronous);
-}
+RECORDED(BOOL, WinHttpAddRequestHeaders,
+         (HINTERNET request, LPCWSTR headers, DWORD lengthInCharacters, DWORD modifiers), request, headers,
+         lengthInCharacters, modifiers)
+RECORDED(BOOL, WinHttpSendRequest,
+         (HINTERNET request, LPCWSTR headers, DWORD lengthInCharacters, LPVOID optional, DWORD optionalLength,
+          DWORD totalLength, DWORD_PTR context),
+         request, headers, lengthInCharacters, optional, optionalLength, totalLength, context)
+RECORDED(BOOL, WinHttpReadData, (HINTERNET request, LPVOID buffer, DWORD bytesToRead, LPDWORD bytesRead), request,
+         buffer, bytesToRead, bytesRead)
+RECORDED(BOOL, WinHttpQueryDataAvailable, (HINTERNET request, LPDWORD bytesAvailable), request, bytesAvailable)
+RECORDED(BOOL, WinHttpQueryHeaders,
+         (HINTERNET request, DWORD infoLevel, LPCWSTR name, LPVOID buffer, LPDWORD bufferLength, LPDWORD index),
+         request, infoLevel, name, buffer, bufferLength, index)
+RECORDED(BOOL, WinHttpReceiveResponse, (HINTERNET request, LPVOID reserved), request, reserved)
+RECORDED(BOOL, WinHttpWriteData, (HINTERNET request, LPCVOID buffer, DWORD bytesToWrite, LPDWORD bytesWritten), request,
+         buffer, bytesToWrite, bytesWritten)
+RECORDED(BOOL, WinHttpSetCredentials,
+         (HINTERNET request, DWORD targets, DWORD scheme, LPCWSTR userName, LPCWSTR password, LPVOID authParams),
+         request, targets, scheme, userName, password, authParams)
+RECORDED(BOOL, WinHttpSetTimeouts, (HINTERNET handle, int resolve, int connect, int send, int receive), handle, resolve,
+         connect, send, receive)
+RECORDED(HINTERNET, WinHttpOpen,
+         (LPCWSTR userAgent, DWORD accessType, LPCWSTR proxyName, LPCWSTR proxyBypass, DWORD flags), userAgent,
+         accessType, proxyName, proxyBypass, flags)
+RECORDED(HINTERNET, WinHttpConnect, (HINTERNET session, LPCWSTR serverName, INTERNET_PORT port, DWORD reserved),
+         session, serverName, port, reserved)
+RECORDED(HINTERNET, WinHttpOpenRequest,
+         (HINTERNET connection, LPCWSTR verb, LPCWSTR objectName, LPCWSTR version, LPCWSTR referrer,
+          LPCWSTR* acceptTypes, DWORD flags),
+         connection, verb, objectName, version, referrer, acceptTypes, flags)
+RECORDED(BOOL, WinHttpCloseHandle, (HINTERNET handle), handle)
+RECORDED(BOOL, WinHttpQueryOption, (HINTERNET handle, DWORD option, LPVOID buffer, LPDWORD bufferLength), handle,
+         option, buffer, bufferLength)
+RECORDED(BOOL, WinHttpSetOption, (HINTERNET handle, DWORD option, LPVOID buffer, DWORD bufferLength), handle, option,
+         buffer, bufferLength)
+RECORDED(DWORD, GetFileSize, (HANDLE hFile, LPDWORD lpFileSizeHigh), hFile, lpFileSizeHigh)
+RECORDED(HANDLE, CreateFileW,
+         (LPCWSTR lpFileName, DWORD dwDesiredAccess, DWORD dwShareMode, LPSECURITY_ATTRIBUTES lpSecurityAttributes,
+          DWORD dwCreationDisposition, DWORD dwFlagsAndAttributes, HANDLE hTemplateFile),
+         lpFileName, dwDesiredAccess, dwShareMode, lpSecurityAttributes, dwCreationDisposition, dwFlagsAndAttributes,
+         hTemplateFile)
+RECORDED(BOOL, ReadFile,
+         (HANDLE hFile, LPVOID lpBuffer, DWORD nNumberOfBytesToRead, LPDWORD lpNumberOfBytesRead,
+          LPOVERLAPPED lpOverlapped),
+         hFile, lpBuffer, nNumberOfBytesToRead, lpNumberOfBytesRead, lpOverlapped)
+RECORDED(BOOL, SetFilePointerEx,
+         (HANDLE hFile, LARGE_INTEGER liDistanceToMove, PLARGE_INTEGER lpNewFilePointer, DWORD dwMoveMethod), hFile,
+         liDistanceToMove, lpNewFilePointer, dwMoveMethod)
+RECORDED(BOOL, WriteFile,
+         (HANDLE hFile, LPCVOID lpBuffer, DWORD nNumberOfBytesToWrite, LPDWORD lpNumberOfBytesWritten,
+          LPOVERLAPPED lpOverlapped),
+         hFile, lpBuffer, nNumberOfBytesToWrite, lpNumberOfBytesWritten, lpOverlapped)
+RECORDED(DWORD, SetFilePointer, (HANDLE hFile, LONG lDistanceToMove, PLONG lpDistanceToMoveHigh, DWORD dwMoveMethod),
+         hFile, lDistanceToMove, lpDistanceToMoveHigh, dwMoveMethod)
+RECORDED(BOOL, DeleteFileW, (LPCWSTR lpFileName), lpFileName)
+RECORDED(BOOL, CopyFileW, (LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName, BOOL bFailIfExists), lpExistingFileName,
+         lpNewFileName, bFailIfExists)
+RECORDED(BOOL, MoveFileW, (LPCWSTR lpExistingFileName, LPCWSTR lpNewFileName), lpExistingFileName, lpNewFileName)
+RECORDED(BOOL, GetFileTime,
+         (HANDLE hFile, LPFILETIME lpCreationTime, LPFILETIME lpLastAccessTime, LPFILETIME lpLastWriteTime), hFile,
+         lpCreationTime, lpLastAccessTime, lpLastWriteTime)
+RECORDED(HANDLE, FindFirstFileW, (LPCWSTR lpFileName, LPWIN32_FIND_DATAW lpFindFileData), lpFileName, lpFindFileData)
+RECORDED(BOOL, FindNextFileW, (HANDLE hFindFile, LPWIN32_FIND_DATAW lpFindFileData), hFindFile, lpFindFileData)
+RECORDED(BOOL, FindClose, (HANDLE hFindFile), hFindFile)
+RECORDED(DWORD, GetCurrentDirectoryW, (DWORD nBufferLength, LPWSTR lpBuffer), nBufferLength, lpBuffer)
+RECORDED(BOOL, CreateDirectoryW, (LPCWSTR lpPathName, LPSECURITY_ATTRIBUTES lpSecurityAttributes), lpPathName,
+         lpSecurityAttributes)
+RECORDED(BOOL, RemoveDirectoryW, (LPCWSTR lpPathName), lpPathName)
+RECORDED(DWORD, GetTempPathW, (DWORD nBufferLength, LPWSTR lpBuffer), nBufferLength, lpBuffer)
+RECORDED(UINT, GetTempFileNameW, (LPCWSTR lpPathName, LPCWSTR lpPrefixString, UINT uUnique, LPWSTR lpTempFileName),
+         lpPathName, lpPrefixString, uUnique, lpTempFileName)
+RECORDED(DWORD, GetFileAttributesW, (LPCWSTR lpFileName), lpFileName)
+RECORDED(BOOL, GetFileAttributesExW,
+         (LPCWSTR lpFileName, GET_FILEEX_INFO_LEVELS fInfoLevelId, LPVOID lpFileInformation), lpFileName, fInfoLevelId,
+         lpFileInformation)
+RECORDED(BOOL, GetFileSizeEx, (HANDLE hFile, PLARGE_INTEGER lpFileSize), hFile, lpFileSize)
+RECORDED(DWORD, QueryDosDeviceW, (LPCWSTR lpDeviceName, LPWSTR lpTargetPath, DWORD ucchMax), lpDeviceName, lpTargetPath,
+         ucchMax)
+RECORDED(HRESULT, SHGetFolderPathW, (HWND hwnd, int csidl, HANDLE hToken, DWORD dwFlags, LPWSTR pszPath), hwnd, csidl,
+         hToken, dwFlags, pszPath)
+RECORDED(BOOL, SetFileAttributesW, (LPCWSTR lpFileName, DWORD dwFileAttributes), lpFileName, dwFileAttributes)
+RECORDED(DWORD, SetSecurityInfo,
+         (HANDLE handle, SE_OBJECT_TYPE objectType, SECURITY_INFORMATION securityInfo, PSID psidOwner, PSID psidGroup,
+          PACL pDacl, PACL pSacl),
+         handle, objectType, securityInfo, psidOwner, psidGroup, pDacl, pSacl)
+RECORDED(BOOL, CloseHandle, (HANDLE hObject), hObject)
+RECORDED(LSTATUS, RegEnumValueW,
+         (HKEY hKey, DWORD dwIndex, LPWSTR lpValueName, LPDWORD lpcchValueName, LPDWORD lpReserved, LPDWORD lpType,
+          LPBYTE lpData, LPDWORD lpcbData),
+         hKey, dwIndex, lpValueName, lpcchValueName, lpReserved, lpType, lpData, lpcbData)
+RECORDED(LSTATUS, RegSetValueExW,
+         (HKEY hKey, LPCWSTR lpValueName, DWORD Reserved, DWORD dwType, const BYTE* lpData, DWORD cbData), hKey,
+         lpValueName, Reserved, dwType, lpData, cbData)
+RECORDED(LSTATUS, RegQueryValueExW,
+         (HKEY hKey, LPCWSTR lpValueName, LPDWORD lpReserved, LPDWORD lpType, LPBYTE lpData, LPDWORD lpcbData), hKey,
+         lpValueName, lpReserved, lpType, lpData, lpcbData)
+RECORDED(LSTATUS, RegDeleteValueW, (HKEY hKey, LPCWSTR lpValueName), hKey, lpValueName)
+RECORDED(LSTATUS, RegEnumKeyExW,
+         (HKEY hKey, DWORD dwIndex, LPWSTR lpName, LPDWORD lpcchName, LPDWORD lpReserved, LPWSTR lpClass,
+          LPDWORD lpcchClass, PFILETIME lpftLastWriteTime),
+         hKey, dwIndex, lpName, lpcchName, lpReserved, lpClass, lpcchClass, lpftLastWriteTime)
+RECORDED(LSTATUS, RegOpenKeyExW, (HKEY hKey, LPCWSTR lpSubKey, DWORD ulOptions, REGSAM samDesired, PHKEY phkResult),
+         hKey, lpSubKey, ulOptions, samDesired, phkResult)
+RECORDED(LSTATUS, RegCreateKeyExW,
+         (HKEY hKey, LPCWSTR lpSubKey, DWORD Reserved, LPWSTR lpClass, DWORD dwOptions, REGSAM samDesired,
+          const LPSECURITY_ATTRIBUTES lpSecurityAttributes, PHKEY phkResult, LPDWORD lpdwDisposition),
+         hKey, lpSubKey, Reserved, lpClass, dwOptions, samDesired, lpSecurityAttributes, phkResult, lpdwDisposition)
+RECORDED(LSTATUS, RegDeleteKeyExW, (HKEY hKey, LPCWSTR lpSubKey, REGSAM samDesired, DWORD Reserved), hKey, lpSubKey,
+         samDesired, Reserved)
+RECORDED(LSTATUS, RegCloseKey, (HKEY hKey), hKey)
+RECORDED(LSTATUS, RegNotifyChangeKeyValue,
+         (HKEY hKey, BOOL bWatchSubtree, DWORD dwNotifyFilter, HANDLE hEvent, BOOL fAsynchronous), hKey, bWatchSubtree,
+         dwNotifyFilter, hEvent, fAsynchronous)
 
 namespace quillmark {
 namespace {

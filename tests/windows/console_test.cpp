@@ -1,0 +1,105 @@
+// quillmark.exe at a console: Ctrl-C, and the password that is asked for. How fast Ctrl-C ends a command is not looked
+// at: Windows ends a call whose handle is closed at once, Wine when the reply comes.
+#include "BareWinHttp.h"
+#include "CommandLine.h"
+#include "PseudoConsole.h"
+
+namespace quillmark::test {
+namespace {
+
+class ConsoleTest : public CommandLineTest {
+protected:
+    // Starts the command at the console and presses Ctrl-C when the server holds it up.
+    Outcome InterruptWhenHeldUp(const std::vector<std::wstring>& arguments) const {
+        const Program program = Start(arguments, &console);
+        AwaitHeldUp();
+        PseudoConsole::PressControlC(program.Id());
+        return Finish(program);
+    }
+
+    PseudoConsole console;
+};
+
+TEST_F(ConsoleTest, ControlCEndsAListing) {
+    ASSERT_EQ(Login().exitCode, 0u);
+    Ask(HttpUrl(), L"POST", L"/control/faults",
+        R"({"method": "GET", "path": "/api/1.7/folders/", "match": "prefix", "kind": "delay", "ms": 8000})");
+    const Outcome outcome = InterruptWhenHeldUp({L"ls"});
+    EXPECT_EQ(outcome.exitCode, 7u);
+    EXPECT_EQ(outcome.errors, "quillmark: cancelled\n");
+    EXPECT_EQ(outcome.output, "");
+}
+
+TEST_F(ConsoleTest, ControlCEndsAnUploadWithAWordOfItAndNothingIsStored) {
+    ASSERT_EQ(Login().exitCode, 0u);
+    Write(L"large", Pattern(30'000'000));
+    Ask(HttpUrl(), L"POST", L"/control/faults",
+        R"({"method": "POST", "path": "/api/1.7/folders/large", "kind": "stall", "direction": "request",
+            "after": 1000000, "ms": 8000})");
+    const Outcome outcome = InterruptWhenHeldUp({L"put", Path(L"large"), L"/large"});
+    EXPECT_EQ(outcome.exitCode, 7u);
+    EXPECT_EQ(outcome.errors, "0 files, 0 folders, 0 bytes, 1 failed, cancelled\n");
+    EXPECT_EQ(Run({L"ls", L"/"}).output, "");
+}
+
+TEST_F(ConsoleTest, ControlCEndsADownloadAndLeavesNoPartOfTheFile) {
+    ASSERT_EQ(Login().exitCode, 0u);
+    Write(L"large", Pattern(5'000'000));
+    ASSERT_EQ(Run({L"put", Path(L"large"), L"/large"}).exitCode, 0u);
+    std::filesystem::create_directory(Path(L"folder"));
+    Write(L"folder/large", "old");
+    // The first request asks for the item's record, the second for its contents.
+    Ask(HttpUrl(), L"POST", L"/control/faults",
+        R"({"method": "GET", "path": "/api/1.7/folders/large", "kind": "delay", "ms": 1})");
+    Ask(HttpUrl(), L"POST", L"/control/faults",
+        R"({"method": "GET", "path": "/api/1.7/folders/large", "kind": "stall", "after": 3000000, "ms": 8000})");
+    const Outcome outcome = InterruptWhenHeldUp({L"get", L"/large", Path(L"folder/large")});
+    EXPECT_EQ(outcome.exitCode, 7u);
+    EXPECT_EQ(outcome.errors, "0 files, 0 folders, 0 bytes, 1 failed, cancelled\n");
+    EXPECT_EQ(NamesIn(L"folder"), std::vector<std::wstring>{L"large"});
+    EXPECT_EQ(Read(L"folder/large"), "old");
+}
+
+TEST_F(ConsoleTest, AResumableUploadThatControlCEndedIsContinued) {
+    ASSERT_EQ(Login().exitCode, 0u);
+    const std::string content = Pattern(6'000'000);
+    Write(L"large", content);
+    const std::vector<std::wstring> command = {L"put", L"--resumable", L"--chunk", L"1M", Path(L"large"), L"/large"};
+    HoldUpTheThirdChunk(8000);
+    const Outcome outcome = InterruptWhenHeldUp(command);
+    EXPECT_EQ(outcome.exitCode, 7u);
+    EXPECT_EQ(outcome.errors, "0 files, 0 folders, 0 bytes, 1 failed, cancelled\n");
+    const std::string state = Run({L"uploads", L"state", L"/large"}).output;
+    EXPECT_NE(state.find("\t6000000\t"), std::string::npos) << state;
+    const Outcome again = Run(command);
+    EXPECT_EQ(again.exitCode, 0u) << again.errors;
+    EXPECT_EQ(Run({L"get", L"/large", Path(L"back")}).exitCode, 0u);
+    EXPECT_TRUE(Read(L"back") == content);
+    EXPECT_EQ(Run({L"uploads"}).output, "");
+}
+
+TEST_F(ConsoleTest, APasswordIsAskedForAndNotShown) {
+    ::SetEnvironmentVariableW(L"QUILLMARK_PASSWORD", nullptr);
+    const std::string url = HttpUrl();
+    const Program program = Start({L"login", std::wstring(url.begin(), url.end()), L"--user", L"anna"}, &console);
+    ASSERT_TRUE(console.Shows("Password")) << console.Shown();
+    console.Type("secret\r");
+    const Outcome outcome = Finish(program);
+    EXPECT_EQ(outcome.exitCode, 0u) << outcome.errors << console.Shown();
+    EXPECT_EQ(outcome.output, "Logged in to " + url + " as anna.\n");
+    // No letter of it that the question does not have.
+    EXPECT_EQ(console.Shown().find_first_of("ect"), std::string::npos) << console.Shown();
+    EXPECT_EQ(Run({L"ls", L"/"}).exitCode, 0u);
+}
+
+TEST_F(ConsoleTest, AWrongPasswordAtThePromptIsRefused) {
+    ::SetEnvironmentVariableW(L"QUILLMARK_PASSWORD", nullptr);
+    const std::string url = HttpUrl();
+    const Program program = Start({L"login", std::wstring(url.begin(), url.end()), L"--user", L"anna"}, &console);
+    ASSERT_TRUE(console.Shows("Password")) << console.Shown();
+    console.Type("guess\r");
+    EXPECT_EQ(Finish(program).exitCode, 4u);
+}
+
+}  // namespace
+}  // namespace quillmark::test
