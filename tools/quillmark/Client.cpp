@@ -7,6 +7,7 @@
 #include "Output.h"
 #include "Paths.h"
 #include "System.h"
+#include "Trace.h"
 #include "account/Password.h"
 #include "quillmark/Eventing.h"
 
@@ -84,7 +85,7 @@ bool GlobalOptions::Interrupted() const {
     return WaitForSingleObject(interrupt, 0) == WAIT_OBJECT_0;
 }
 
-Client::Client(const GlobalOptions& options) : m_options(options) {
+Client::Client(const GlobalOptions& options, const std::shared_ptr<WinHttpInterface>& winHttp) : m_options(options) {
     if (options.sessionPath.empty()) {
         throw Failure("there is no home folder to keep the login in; name a file with --session", ExitCode::Usage);
     }
@@ -95,7 +96,12 @@ Client::Client(const GlobalOptions& options) : m_options(options) {
     if (!options.caPath.empty()) {
         TrustAuthorities(options.caPath);
     }
-    ::Init(m_log, std::make_shared<Services::ServicesCollection>());
+    const auto services = std::make_shared<Services::ServicesCollection>();
+    services->winHttp = winHttp;
+    if (options.trace && winHttp == nullptr) {
+        services->winHttp = std::make_shared<TraceWinHttp>(PrintError);
+    }
+    ::Init(m_log, services);
     m_api.reset(::CreateInstance(WidenUtf8(DeviceName())));
     m_events = std::make_unique<CancelEvents>(options.interrupt);
     m_observer = std::make_unique<RepetitionLines>();

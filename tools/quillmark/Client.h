@@ -48,8 +48,9 @@ class CancelEvents;
 // object of its own; what those need of this object, they may use at the same time.
 class Client {
 public:
-    // Opens the log, trusts the extra certificates and makes the client object; talks to nobody yet. Throws Failure.
-    explicit Client(const GlobalOptions& options);
+    // Opens the log, trusts the extra certificates and makes the client object; talks to nobody yet. winHttp: watches
+    // the requests, in place of what --trace asks for; may be null. Throws Failure.
+    explicit Client(const GlobalOptions& options, const std::shared_ptr<WinHttpInterface>& winHttp = nullptr);
     ~Client();
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;

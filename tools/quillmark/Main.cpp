@@ -13,10 +13,11 @@ using namespace quillmark;       // NOLINT: this file is the program
 using namespace quillmark::cli;  // NOLINT
 
 constexpr CommandRegistration Commands[] = {
-    RegisterRegister, RegisterLogin, RegisterVersion, RegisterFolders, RegisterLs,        RegisterStat,
-    RegisterMkdir,    RegisterPut,   RegisterGet,     RegisterUploads, RegisterDeltaJobs, RegisterMv,
-    RegisterRm,       RegisterTouch, RegisterChanges, RegisterLock,    RegisterUnlock,    RegisterLockState,
-    RegisterShare,    RegisterStats, RegisterWipeAck, RegisterLogout,  RegisterWhoami,    RegisterProfiles};
+    RegisterRegister,  RegisterLogin,  RegisterVersion,   RegisterFolders,  RegisterLs,
+    RegisterStat,      RegisterMkdir,  RegisterPut,       RegisterGet,      RegisterUploads,
+    RegisterDeltaJobs, RegisterMv,     RegisterRm,        RegisterTouch,    RegisterChanges,
+    RegisterLock,      RegisterUnlock, RegisterLockState, RegisterShare,    RegisterStats,
+    RegisterWipeAck,   RegisterLogout, RegisterWhoami,    RegisterProfiles, RegisterDoctor};
 
 constexpr const char* Epilogue =
     "\nExamples:\n"
@@ -113,7 +114,9 @@ ExitCode Run(const Action& action, GlobalOptions& options, const GlobalTexts& te
         return ExitCode::SomeFailed;
     } catch (const Failure& failure) {
         const bool cancelled = options.Interrupted();
-        PrintError("quillmark: " + (cancelled ? "cancelled" : failure.Sentence()));
+        // Some commands say more of a cancellation: what is left.
+        const bool says = !cancelled || failure.Sentence().starts_with("cancelled");
+        PrintError("quillmark: " + (says ? failure.Sentence() : "cancelled"));
         return cancelled ? ExitCode::Cancelled : failure.Exit();
     } catch (const std::bad_alloc&) {
         PrintError("quillmark: " + ErrorText(ERROR_NOT_ENOUGH_MEMORY));

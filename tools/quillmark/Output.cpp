@@ -38,8 +38,9 @@ void FinishOutput() {
 }
 
 void PrintError(const std::string& line) {
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fputc('\n', stderr);
+    // In one piece: several threads may have something to say.
+    const std::string whole = line + '\n';
+    std::fwrite(whole.data(), 1, whole.size(), stderr);
 }
 
 bool IsFolder(const IServerAttributes& item) {

@@ -72,7 +72,11 @@ std::string RepetitionText(DWORD error, int attempt, int most, std::chrono::mill
            std::to_string(most) + ")";
 }
 
-RetryBudget::RetryBudget(int retries, std::uint32_t seed) : m_retries(std::max(retries, 0)), m_random(seed) {}
+RetryBudget::RetryBudget(int retries, std::uint32_t seed) : m_retries(std::max(retries, 0)), m_random(seed) {
+    // The first numbers after neighbouring seeds are neighbours themselves.
+    constexpr int UntilTheySpread = 8;
+    m_random.discard(UntilTheySpread);
+}
 
 std::optional<std::chrono::milliseconds> RetryBudget::Next(Remedy remedy) {
     if (remedy == Remedy::None || m_attempt >= m_retries) {

@@ -19,7 +19,7 @@ struct LoginOptions {
 // With a ticket the front end of the server knows who it is; the session serves like any other from then on.
 ExitCode RunLogin(const LoginOptions& options, const GlobalOptions& global) {
     if (options.integrated && !global.passwordFile.empty()) {
-        throw Failure("--integrated needs no password: leave --password-file out", ExitCode::Usage);
+        throw Failure("--integrated excludes --password-file: a ticket needs no password", ExitCode::Usage);
     }
     Client client(global);
     client.UseServer(options.server);
