@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <system_error>
 
+#include "Client.h"
 #include "ErrorText.h"
+#include "Json.h"
 #include "Paths.h"
 
 namespace quillmark::cli {
@@ -27,13 +29,18 @@ void Print(const std::string& line) {
     RequireOutput(std::fwrite(line.data(), 1, line.size(), stdout) == line.size() && std::fputc('\n', stdout) != EOF);
 }
 
+void PrintResult(const GlobalOptions& options, const std::string& line, const JsonObject& object) {
+    Print(options.json ? object.Text() : line);
+}
+
 void FinishOutput() {
     RequireOutput(std::fflush(stdout) == 0 && std::ferror(stdout) == 0);
 }
 
 void PrintError(const std::string& line) {
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fputc('\n', stderr);
+    // In one piece: several threads may have something to say.
+    const std::string whole = line + '\n';
+    std::fwrite(whole.data(), 1, whole.size(), stderr);
 }
 
 bool IsFolder(const IServerAttributes& item) {

@@ -34,6 +34,10 @@ void PrepareOutput();
 // What this computer is called, empty when it does not tell.
 [[nodiscard]] std::string ComputerName();
 
+// The proxy through which the system reaches a server ("https://host:port"), for a person to read and without a
+// password; empty when there is none.
+[[nodiscard]] std::string ProxyText(const std::string& server);
+
 // Asks for a secret on the terminal without echoing it. False when there is no terminal.
 [[nodiscard]] bool AskSecret(const std::string& prompt, std::string& secret);
 

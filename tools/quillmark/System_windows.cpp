@@ -178,6 +178,20 @@ std::string ComputerName() {
     return Environment("COMPUTERNAME");
 }
 
+std::string ProxyText(const std::string&) {
+    WINHTTP_PROXY_INFO information = {};
+    if (::WinHttpGetDefaultProxyConfiguration(&information) == FALSE) {
+        return {};
+    }
+    std::string text;
+    if (information.dwAccessType == WINHTTP_ACCESS_TYPE_NAMED_PROXY && information.lpszProxy != nullptr) {
+        text = NarrowUtf8(WideString(information.lpszProxy));
+    }
+    ::GlobalFree(information.lpszProxy);
+    ::GlobalFree(information.lpszProxyBypass);
+    return text;
+}
+
 bool AskSecret(const std::string& prompt, std::string& secret) {
     const Handle input(::CreateFileW(L"CONIN$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                      nullptr, OPEN_EXISTING, 0, nullptr));

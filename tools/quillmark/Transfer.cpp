@@ -193,7 +193,7 @@ void Transfer::Failed(const std::string& what, DWORD error) {
         m_counts.firstError = error;
     }
     if (!m_client.Options().Interrupted()) {
-        PrintError("failed: " + what + ": " + ErrorText(error));
+        PrintError("failed: " + what + ": " + ErrorReason(error));
     }
 }
 

@@ -17,8 +17,9 @@ void CliTest::StartAndLogin(Arguments options) {
     ASSERT_EQ(0, login.exitCode) << login.errors;
 }
 
+// Without repetitions: a test that wants some says so.
 CliTest::Arguments CliTest::Command(const Arguments& arguments) const {
-    Arguments command = {ProgramPath("quillmark"), "--session", SessionFile()};
+    Arguments command = {ProgramPath("quillmark"), "--session", SessionFile(), "--retries", "0"};
     command.insert(command.end(), arguments.begin(), arguments.end());
     return command;
 }

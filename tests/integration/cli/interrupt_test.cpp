@@ -55,6 +55,39 @@ TEST_F(InterruptTest, EndsAnUploadWithAWordOfIt) {
     EXPECT_EQ("0 files, 0 folders, 0 bytes, 1 failed, cancelled\n", Read(Local("err")));
 }
 
+TEST_F(InterruptTest, SaysWhatOfSeveralItemsIsLeft) {
+    Start({.request = "DELETE /api/1.7/folders/b"});
+    EXPECT_EQ(7, InterruptWhenHeldUp({"rm", "-r", "/a", "/b", "/c"}));
+    EXPECT_EQ("quillmark: cancelled after 1 of 3; repeat the command for /b, /c\n", Read(Local("err")));
+}
+
+TEST_F(InterruptTest, SaysHowToFindOutWhetherAMoveHappened) {
+    Start({.request = "POST /api/1.7/folders/a"});
+    EXPECT_EQ(7, InterruptWhenHeldUp({"mv", "/a", "/b"}));
+    EXPECT_EQ("quillmark: cancelled; whether /a was moved, 'quillmark ls' shows\n", Read(Local("err")));
+}
+
+TEST_F(InterruptTest, EndsThePauseBeforeARepetition) {
+    StartAndLogin();
+    Server().AddFaults({{"method", "GET"},
+                        {"path", "/api/1.7/folders/"},
+                        {"kind", "reply"},
+                        {"status", 503},
+                        {"body", ""},
+                        {"count", 100}});
+    // The pauses grow: behind the fifth line is one of four seconds or more.
+    Process process(Command({"--retries", "50", "ls"}), Local("out"), Local("err"), HomeEnvironment());
+    const Clock::time_point limit = Clock::now() + std::chrono::minutes(1);
+    while (Read(Local("err")).find("(5 of 50)") == std::string::npos && Clock::now() < limit) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    const Clock::time_point sent = Clock::now();
+    process.Signal(SIGINT);
+    EXPECT_EQ(7, process.Wait());
+    EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LongestEnd);
+    EXPECT_TRUE(Read(Local("err")).ends_with("quillmark: cancelled\n")) << Read(Local("err"));
+}
+
 TEST_F(InterruptTest, ARequestToTerminateCountsAsWell) {
     Start({.request = "GET /api/1.7/folders/"});
     EXPECT_EQ(7, InterruptWhenHeldUp({"ls"}, SIGTERM));

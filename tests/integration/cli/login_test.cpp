@@ -51,8 +51,10 @@ TEST_F(LoginCommandTest, TakesTheFirstLineOfStandardInput) {
 TEST_F(LoginCommandTest, NamesThePasswordFileThatIsMissing) {
     const ProcessResult result = Login({"--password-file", "/nonexistent/password"}, NO_PASSWORD);
     EXPECT_EQ(8, result.exitCode);
-    EXPECT_EQ("quillmark: cannot read the password file '/nonexistent/password': the local folder does not exist (3)\n",
-              result.errors);
+    EXPECT_EQ(
+        "quillmark: cannot read the password file '/nonexistent/password': the local folder does not exist (3) "
+        "[ERROR_PATH_NOT_FOUND]\n",
+        result.errors);
 }
 
 TEST_F(LoginCommandTest, ReportsAWrongPassword) {
@@ -60,7 +62,8 @@ TEST_F(LoginCommandTest, ReportsAWrongPassword) {
     EXPECT_EQ(4, result.exitCode);
     EXPECT_EQ("", result.output);
     EXPECT_EQ("quillmark: cannot log in to " + Server().HttpUrl() +
-                  " as anna: the user name or the password is wrong (21010)\n",
+                  " as anna: the user name or the password is wrong (21010) [SERVER_ERROR_WRONG_PASSWORD]. Check both, "
+                  "and the keyboard's layout.\n",
               result.errors);
 }
 
@@ -99,7 +102,9 @@ TEST_F(LoginCommandTest, ReportsThatNothingListens) {
     const std::string url = "http://127.0.0.1:" + std::to_string(test::UnusedPort());
     const ProcessResult result = Quillmark({"login", url, "--user", "anna"});
     EXPECT_EQ(3, result.exitCode);
-    EXPECT_EQ("quillmark: cannot log in to " + url + " as anna: nothing answers at this address and port (12029)\n",
+    EXPECT_EQ("quillmark: cannot log in to " + url +
+                  " as anna: nothing answers at this address and port (12029) [ERROR_WINHTTP_CANNOT_CONNECT]. Check "
+                  "the address and the port; 'quillmark doctor' looks closer.\n",
               result.errors);
 }
 
@@ -122,7 +127,8 @@ TEST_F(LoginCommandTest, TrustsTheServerOnlyWithItsAuthority) {
     const ProcessResult untrusted = Quillmark(login);
     EXPECT_EQ(3, untrusted.exitCode);
     EXPECT_EQ("quillmark: cannot log in to " + Server().HttpsUrl() +
-                  " as anna: the server's certificate is not trusted; name its authority with --ca FILE (12175)\n",
+                  " as anna: the server's certificate is not trusted (12175) [ERROR_WINHTTP_SECURE_FAILURE]. Name its "
+                  "authority with --ca FILE; 'quillmark doctor' looks closer.\n",
               untrusted.errors);
     const ProcessResult trusted =
         Quillmark({"--ca", Server().AuthorityFile(), "login", Server().HttpsUrl(), "--user", "anna"});
@@ -144,7 +150,8 @@ TEST_F(LoginCommandTest, NamesTheAuthorityFileThatIsNone) {
     EXPECT_EQ("quillmark: '" + text + "' holds no certificate in PEM form\n", noCertificate.errors);
     const ProcessResult missing = Quillmark({"--ca", Local("missing"), "ls"});
     EXPECT_EQ(8, missing.exitCode);
-    EXPECT_EQ("quillmark: cannot read the certificates '" + Local("missing") + "': the local file does not exist (2)\n",
+    EXPECT_EQ("quillmark: cannot read the certificates '" + Local("missing") +
+                  "': the local file does not exist (2) [ERROR_FILE_NOT_FOUND]\n",
               missing.errors);
 }
 
@@ -178,10 +185,12 @@ TEST_F(LoginCommandTest, IsAskedForWhereNobodyIsLoggedIn) {
 TEST_F(LoginCommandTest, IsAskedForAgainWhenTheSessionHasEnded) {
     ExpectLoggedIn(Login());
     Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/folders/"}, {"kind", "expire-token"}});
-    const ProcessResult result = Quillmark({"ls"});
+    const ProcessResult result = Quillmark({"ls"}, NO_PASSWORD);
     EXPECT_EQ(4, result.exitCode);
-    EXPECT_EQ("quillmark: cannot list /: the session has ended; log in again with 'quillmark login' (20006)\n",
-              result.errors);
+    EXPECT_EQ(
+        "quillmark: cannot list /: the session has ended (20006) [SERVER_ERROR_SESSION_TOKEN]. Log in again with "
+        "'quillmark login'.\n",
+        result.errors);
     EXPECT_EQ(0u, Server().UnusedFaults());
 }
 

@@ -13,6 +13,12 @@ TEST_F(UsageTest, HelpNamesCommandsOptionsExamplesAndExitCodes) {
           "--session FILE",
           "--log FILE",
           "--ca FILE",
+          "--profile NAME",
+          "--password-file FILE",
+          "--retries N",
+          "--json",
+          "-q,--quiet",
+          "--trace",
           "--version",
           "  login  ",
           "  version  ",
@@ -46,9 +52,9 @@ TEST_F(UsageTest, HelpNamesCommandsOptionsExamplesAndExitCodes) {
 
 TEST_F(UsageTest, EveryCommandHasHelpOfItsOwn) {
     for (const std::string command :
-         {"login",   "version",    "ls",         "stat",  "mkdir", "put",      "get",
-          "uploads", "delta-jobs", "mv",         "rm",    "touch", "folders",  "changes",
-          "lock",    "unlock",     "lock-state", "share", "stats", "register", "wipe-ack"}) {
+         {"login", "version",  "ls",       "stat",    "mkdir",   "put",      "get",    "uploads",    "delta-jobs",
+          "mv",    "rm",       "touch",    "folders", "changes", "lock",     "unlock", "lock-state", "share",
+          "stats", "register", "wipe-ack", "logout",  "whoami",  "profiles", "doctor"}) {
         EXPECT_NE(std::string::npos, OutputOf({command, "--help"}).find("Usage: quillmark " + command)) << command;
     }
 }
@@ -90,6 +96,9 @@ TEST_F(UsageTest, WrongCommandLinesEndWithTwoAndPointToHelp) {
                                           {"lock-state", "/a", "/b"},
                                           {"share", "/a"},
                                           {"stats"},
+                                          {"--retries", "-1", "ls"},
+                                          {"--retries", "x", "ls"},
+                                          {"--profile", "a", "--session", "b", "ls"},
                                           {"changes", "--follow", "0"}};
     for (const Arguments& arguments : wrong) {
         const ProcessResult result = Quillmark(arguments);

@@ -40,7 +40,8 @@ TEST_F(IntegratedLoginTest, SaysThatTheServerDoesNotTakeIt) {
     EXPECT_EQ("", login.output);
     EXPECT_EQ(
         "quillmark: cannot log in to " + Front().Url() +
-            " with the ticket of the logged-on user: the server refuses the user name, password or session (20401)\n",
+            " with the ticket of the logged-on user: the server refuses the user name, password or session (20401) "
+            "[HTTP_STATUS_DENIED]. Log in again with 'quillmark login'.\n",
         login.errors);
 }
 

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Once.h"
 #include "Paths.h"
 
 namespace quillmark::cli {
@@ -34,10 +35,13 @@ ExitCode RunMv(const MvOptions& options, const GlobalOptions& global) {
     const bool backslash = (source + target).Find(QM_W('\\')) != WideString::npos;
     Client client(global);
     client.Resume();
-    std::shared_ptr<IServerAttributes> item;
-    Require(client.Api().RenamePath(source, options.force || backslash ? AsMove(target) : target, options.force ? 1 : 0,
-                                    item, client.CancelEvent()),
-            "cannot move " + Printable(source) + " to " + Printable(target));
+    const DWORD error =
+        MoveItem(client.MainCalls(), source, options.force || backslash ? AsMove(target) : target, options.force);
+    if (error != ERROR_SUCCESS && global.Interrupted()) {
+        throw Failure("cancelled; whether " + Printable(source) + " was moved, 'quillmark ls' shows",
+                      ExitCode::Cancelled);
+    }
+    Require(error, "cannot move " + Printable(source) + " to " + Printable(target));
     return ExitCode::Success;
 }
 
