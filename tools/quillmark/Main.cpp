@@ -11,7 +11,7 @@ using namespace quillmark::cli;  // NOLINT
 
 constexpr CommandRegistration Commands[] = {
     RegisterRegister, RegisterLogin, RegisterVersion, RegisterFolders,   RegisterLs,    RegisterStat,  RegisterMkdir,
-    RegisterPut,      RegisterGet,   RegisterUploads, RegisterDeltaJobs, RegisterMv,    RegisterRm,    RegisterTouch,
+    RegisterPut,      RegisterGet,   RegisterSync,    RegisterUploads, RegisterDeltaJobs, RegisterMv,    RegisterRm,    RegisterTouch,
     RegisterChanges,  RegisterLock,  RegisterUnlock,  RegisterLockState, RegisterShare, RegisterStats, RegisterWipeAck};
 
 constexpr const char* Epilogue =
