@@ -26,7 +26,8 @@ namespace quillmark::cli {
 class CallObserver {
 public:
     virtual ~CallObserver() = default;
-    // The call failed with this error and is repeated after the pause; attempt counts from 1 up to most.
+    // The call failed with this error and is repeated after the pause, which is zero where the session was renewed or
+    // the library asked for it; attempt counts from 1 up to most.
     virtual void Retrying(DWORD error, int attempt, int most, std::chrono::milliseconds pause) = 0;
 };
 
@@ -52,11 +53,17 @@ public:
     [[nodiscard]] const GlobalOptions& Options() const;
     [[nodiscard]] const StoredSession& Session() const;
 
-    // For what may be repeated: what only reads, and what makes the same state each time.
+    // For what may be repeated: what only reads, and what makes the same state each time. The error of the last
+    // attempt.
     [[nodiscard]] DWORD Run(const Operation& operation);
     // For a change that must not be repeated blindly (a move, a rename, the making of a folder): when the answer may
-    // have been lost, settle says what became of it.
+    // have been lost, settle says what became of it. It may use Run for its own calls, and gives back their error when
+    // they fail: then nothing is repeated.
     [[nodiscard]] DWORD RunOnce(const Operation& operation, const Settlement& settle);
+
+    // For a change that must not be repeated blindly and that the server cannot be asked about: it is repeated only
+    // when it has certainly not happened.
+    [[nodiscard]] DWORD RunUnlessLost(const Operation& operation);
 
     // Waits, unless interrupted: false then.
     [[nodiscard]] bool Pause(std::chrono::milliseconds pause) const;
@@ -65,11 +72,20 @@ public:
 
 private:
     [[nodiscard]] DWORD RunWith(const Operation& operation, const Settlement& settle);
+    [[nodiscard]] std::optional<DWORD> Settle(const Settlement& settle);
+    // Whether another attempt is to be made; it has waited for it, or logged in for it.
+    [[nodiscard]] bool PrepareAnother(DWORD error, unsigned login, bool& loggedIn);
+    [[nodiscard]] bool LogIn(DWORD error, unsigned login, bool& loggedIn);
+    [[nodiscard]] bool TellAndPause(DWORD error, std::chrono::milliseconds pause) const;
+    void BeginCall();
 
     Client& m_client;
     CallObserver* m_observer;
     HANDLE m_cancel;
     RetryBudget m_budget;
+    // The server could not be reached, for all the attempts that a call has: later calls get one attempt each until it
+    // answers again.
+    bool m_unreachable = false;
 };
 
 }  // namespace quillmark::cli

@@ -2,8 +2,12 @@
 
 #include <charconv>
 
+#include "Calls.h"
+#include "CancelEvents.h"
+#include "Output.h"
 #include "Paths.h"
 #include "System.h"
+#include "account/Password.h"
 #include "quillmark/Eventing.h"
 
 namespace quillmark::cli {
@@ -51,6 +55,20 @@ void TrustAuthorities(const WideString& path) {
     Require(error, "cannot read the certificates '" + Printable(path) + "'");
 }
 
+// Says of each repetition that no view shows: "the connection was lost (12030); trying again in 1.2 s (2 of 5)".
+class RepetitionLines : public CallObserver {
+public:
+    void Retrying(DWORD error, int attempt, int most, std::chrono::milliseconds pause) override {
+        PrintError("quillmark: " + RepetitionText(error, attempt, most, pause));
+    }
+};
+
+void Tell(DWORD error, const std::string& what) {
+    if (error != ERROR_SUCCESS) {
+        PrintError("quillmark: " + what + ": " + ErrorText(error));
+    }
+}
+
 }  // namespace
 
 WideString GlobalOptions::Path(const std::string& argument) const {
@@ -79,9 +97,13 @@ Client::Client(const GlobalOptions& options) : m_options(options) {
     }
     ::Init(m_log, std::make_shared<Services::ServicesCollection>());
     m_api.reset(::CreateInstance(WidenUtf8(DeviceName())));
+    m_events = std::make_unique<CancelEvents>(options.interrupt);
+    m_observer = std::make_unique<RepetitionLines>();
+    m_calls = std::make_unique<Calls>(*this, m_observer.get());
 }
 
 Client::~Client() {
+    m_calls.reset();
     m_api.reset();
     ::Exit();
     ::Init(0, nullptr);
@@ -99,16 +121,106 @@ void Client::UseServer(const std::string& server) {
 }
 
 void Client::Discover() {
-    DWORD mode = 0;
-    DWORD extra = 0;
-    Require(m_api->Init(mode, extra, CancelEvent()), "cannot reach " + m_server);
+    Require(Run([this] {
+                DWORD mode = 0;
+                DWORD extra = 0;
+                return m_api->Init(mode, extra, CancelEvent());
+            }),
+            "cannot reach " + m_server);
 }
 
 void Client::Resume() {
     m_session = RequireSession(m_options);
     UseServer(m_session.server);
     Discover();
-    m_api->SetSessionToken(WidenUtf8(m_session.token));
+    m_token = m_session.token;
+    m_api->SetSessionToken(WidenUtf8(m_token));
+}
+
+DWORD Client::RunCall(const std::function<DWORD()>& operation) {
+    return m_calls->Run(operation);
+}
+
+DWORD Client::RunOnce(const std::function<DWORD()>& operation, const std::function<std::optional<DWORD>()>& settle) {
+    return m_calls->RunOnce(operation, settle);
+}
+
+DWORD Client::RunUnlessLost(const std::function<DWORD()>& operation) {
+    return m_calls->RunUnlessLost(operation);
+}
+
+HANDLE Client::CancelEvent() const {
+    return m_calls->CancelEvent();
+}
+
+void Client::Login(StoredSession session, const std::string& password, const std::string& what) {
+    Require(Run([&] { return SignIn(session, password, CancelEvent()); }), what);
+    const std::lock_guard lock(m_loginLock);
+    Require(KeepToken(std::move(session)), "cannot keep the session");
+}
+
+DWORD Client::RenewLogin(unsigned number, HANDLE cancelEvent, bool& loggedIn) {
+    const std::lock_guard lock(m_loginLock);
+    if (m_loginNumber != number || TakeStoredToken()) {
+        return ERROR_SUCCESS;
+    }
+    const std::optional<std::string> password = PasswordForRenewal();
+    if (!password) {
+        return ERROR_ACCESS_DENIED;
+    }
+    const DWORD error = SignIn(m_session, *password, cancelEvent);
+    if (error == ERROR_SUCCESS) {
+        loggedIn = true;
+        // A session that cannot be kept still serves this command.
+        Tell(KeepToken(m_session), "cannot keep the session");
+    } else if (RemedyFor(error) == Remedy::None && !m_options.Interrupted()) {
+        m_loginRefused = true;
+        Tell(error, "cannot log in again to " + m_session.server + " as " + m_session.user);
+    }
+    return error;
+}
+
+// Nothing more once a login was refused: a wrong password that is sent over and over locks accounts.
+std::optional<std::string> Client::PasswordForRenewal() {
+    if (m_loginRefused || !m_session.integrated.empty() || m_session.user.empty()) {
+        return std::nullopt;
+    }
+    try {
+        return PasswordAtHand(m_options);
+    } catch (const Failure& failure) {
+        m_loginRefused = true;
+        PrintError("quillmark: " + failure.Sentence());
+        return std::nullopt;
+    }
+}
+
+bool Client::TakeStoredToken() {
+    StoredSession stored;
+    if (LoadSession(m_options.sessionPath, stored) != ERROR_SUCCESS || stored.token == m_token ||
+        stored.server != m_session.server || stored.user != m_session.user) {
+        return false;
+    }
+    m_token = stored.token;
+    m_api->SetSessionToken(WidenUtf8(m_token));
+    ++m_loginNumber;
+    return true;
+}
+
+DWORD Client::SignIn(const StoredSession& session, const std::string& password, HANDLE cancelEvent) {
+    WideString policy;
+    return m_api->Login(WidenUtf8(session.user), WidenUtf8(password), WidenUtf8(session.deviceToken),
+                        WidenUtf8(session.device), policy, QM_W(""), QM_W(""), cancelEvent);
+}
+
+// The number changes after the token: who sees the new number has sent, or sends, the new token.
+DWORD Client::KeepToken(StoredSession session) {
+    WideString token;
+    m_api->GetSessionToken(token);
+    m_token = NarrowUtf8(token);
+    ++m_loginNumber;
+    session.token = m_token;
+    session.since = NarrowUtf8(CAttributeTime::Now().ToText());
+    return SaveSession(m_options.sessionPath, session);
 }
 
 StoredSession RequireSession(const GlobalOptions& options) {

@@ -21,7 +21,17 @@ enum class ExitCode : int {
     InvalidReply = 9,
 };
 
-// A sentence for a person, with the number at its end: "the server does not know this item (20404)".
+// What went wrong, in words for a person, with the number: "the server has no such item (20404)".
+[[nodiscard]] std::string ErrorReason(DWORD error);
+
+// The number's name, "HTTP_STATUS_NOT_FOUND"; empty for one that has none.
+[[nodiscard]] std::string ErrorName(DWORD error);
+
+// What to do about it, a whole sentence; empty when there is nothing to say.
+[[nodiscard]] std::string NextStep(DWORD error);
+
+// All of them: "the server has no such item (20404) [HTTP_STATUS_NOT_FOUND]. Look with 'quillmark ls' at what is
+// there."
 [[nodiscard]] std::string ErrorText(DWORD error);
 
 // The exit code for an operation that ended with this error. cancelled: the host's own cancel event was set.

@@ -2,7 +2,10 @@
 #include "Client.h"
 #include "Output.h"
 #include "Paths.h"
+#include "Retry.h"
 #include "System.h"
+#include "account/Password.h"
+#include "account/Profiles.h"
 
 namespace {
 
@@ -10,9 +13,11 @@ using namespace quillmark;       // NOLINT: this file is the program
 using namespace quillmark::cli;  // NOLINT
 
 constexpr CommandRegistration Commands[] = {
-    RegisterRegister, RegisterLogin, RegisterVersion, RegisterFolders,   RegisterLs,    RegisterStat,  RegisterMkdir,
-    RegisterPut,      RegisterGet,   RegisterSync,    RegisterUploads, RegisterDeltaJobs, RegisterMv,    RegisterRm,    RegisterTouch,
-    RegisterChanges,  RegisterLock,  RegisterUnlock,  RegisterLockState, RegisterShare, RegisterStats, RegisterWipeAck};
+    RegisterRegister, RegisterLogin, RegisterVersion, RegisterFolders, RegisterLs,        RegisterStat,
+    RegisterMkdir,    RegisterPut,   RegisterGet,     RegisterSync,    RegisterUploads,   RegisterDeltaJobs,
+    RegisterMv,       RegisterRm,    RegisterTouch,   RegisterChanges, RegisterLock,      RegisterUnlock,
+    RegisterLockState, RegisterShare, RegisterStats,  RegisterWipeAck, RegisterLogout,    RegisterWhoami,
+    RegisterProfiles};
 
 constexpr const char* Epilogue =
     "\nExamples:\n"
@@ -22,6 +27,7 @@ constexpr const char* Epilogue =
     "  quillmark get /Shared/Photos photos\n"
     "  quillmark put --resumable disk.img /Backups/        the same again after an interruption: it goes on\n"
     "  quillmark put --delta old.db new.db /Shared/data.db sends only what differs\n"
+    "  quillmark sync --delete photos /Shared/Photos       shows what it will do, and asks before it deletes\n"
     "  quillmark get --range 0-64K /Shared/video head      the first 65536 bytes\n"
     "  quillmark mv --force /Shared/draft /Shared/final\n"
     "  quillmark changes --follow 10\n"
@@ -31,15 +37,44 @@ constexpr const char* Epilogue =
     "6 conflict, 7 cancelled, 8 local file error, 9 invalid reply.";
 
 struct GlobalTexts {
+    std::string profile;
     std::string session;
     std::string ca;
 };
 
-void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& texts) {
+void AddLoginOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& texts) {
+    CLI::Option* profile =
+        program
+            .add_option("--profile", texts.profile,
+                        "The login of this name (default: the variable QUILLMARK_PROFILE, else the unnamed one)")
+            ->type_name("NAME");
     program
         .add_option("--session", texts.session,
-                    "The file that keeps the login (default: quillmark/session in the user's data folder)")
+                    "The file that keeps the login (default: quillmark/session in the user's data folder, and "
+                    "quillmark/profiles/NAME for a profile)")
+        ->type_name("FILE")
+        ->excludes(profile);
+    program
+        .add_option("--password-file", options.passwordFile,
+                    "A file whose first line is the password; - is standard input. Without it: the variable "
+                    "QUILLMARK_PASSWORD. 'login' asks on the terminal when there is neither; other commands use the "
+                    "password when the session has ended")
         ->type_name("FILE");
+}
+
+void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& texts) {
+    AddLoginOptions(program, options, texts);
+    program
+        .add_option("--retries", options.retries,
+                    "How often a request is repeated after a lost connection or a failure of the server; 0 is never")
+        ->default_val(RetryBudget::DefaultRetries)
+        ->check(CLI::Range(0, 1000))
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)
+        ->type_name("N");
+    program.add_flag("--json", options.json, "Print results as JSON objects, one on each line");
+    program.add_flag("-q,--quiet", options.quiet, "Print neither names of files nor progress");
+    program.add_flag("--trace", options.trace,
+                     "Show each request on standard error: method, path, status, time, bytes; never a secret");
     program
         .add_option("--log", options.logPath,
                     "Append the library's log to this file, - is standard error; passwords are masked in it, the "
@@ -53,8 +88,26 @@ void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& te
     program.fallthrough();                       // these options may also stand after the command
 }
 
-ExitCode Run(const Action& action, const GlobalOptions& options) {
+void ChooseSession(GlobalOptions& options, const GlobalTexts& texts) {
+    if (!texts.session.empty()) {
+        options.sessionPath = options.Path(texts.session);
+        return;
+    }
+    options.profile = texts.profile.empty() ? Environment("QUILLMARK_PROFILE") : texts.profile;
+    if (!options.profile.empty() && !IsProfileName(options.profile)) {
+        throw Failure("'" + Printable(WidenUtf8(options.profile)) +
+                          "' cannot be a profile's name: one has letters, digits, - and _, and is not 'uploads'",
+                      ExitCode::Usage);
+    }
+    options.sessionPath = ProfilePath(options.profile);
+}
+
+ExitCode Run(const Action& action, GlobalOptions& options, const GlobalTexts& texts) {
     try {
+        ChooseSession(options, texts);
+        if (options.passwordFile == "-") {
+            options.inputPassword = ReadPasswordLine();
+        }
         const ExitCode result = action();
         FinishOutput();
         return result;
@@ -93,8 +146,7 @@ int main(int count, char** values) {
     } catch (const CLI::ParseError& error) {
         return program.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::Usage);
     }
-    options.sessionPath = texts.session.empty() ? DefaultSessionPath() : options.Path(texts.session);
     options.caPath = texts.ca.empty() ? WideString() : options.Path(texts.ca);
     options.interrupt = InterruptEvent();
-    return static_cast<int>(Run(action, options));
+    return static_cast<int>(Run(action, options, texts));
 }

@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <system_error>
 
+#include "Client.h"
 #include "ErrorText.h"
+#include "Json.h"
 #include "Paths.h"
 
 namespace quillmark::cli {
@@ -25,6 +27,10 @@ void RequireOutput(bool written) {
 
 void Print(const std::string& line) {
     RequireOutput(std::fwrite(line.data(), 1, line.size(), stdout) == line.size() && std::fputc('\n', stdout) != EOF);
+}
+
+void PrintResult(const GlobalOptions& options, const std::string& line, const JsonObject& object) {
+    Print(options.json ? object.Text() : line);
 }
 
 void FinishOutput() {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <random>
+#include <string>
 
 #include "quillmark/HttpApi.h"
 
@@ -22,6 +23,9 @@ enum class Remedy {
 
 // Whether a change that failed with this error may have happened all the same: the answer was lost, not refused.
 [[nodiscard]] bool IsAnswerLost(DWORD error);
+
+// What a person is told of a repetition: "the connection was lost (12030); trying again in 1.2 s (2 of 5)".
+[[nodiscard]] std::string RepetitionText(DWORD error, int attempt, int most, std::chrono::milliseconds pause);
 
 // The attempts of one call after the other.
 class RetryBudget {

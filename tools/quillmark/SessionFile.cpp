@@ -18,7 +18,10 @@ std::vector<std::pair<const char*, std::string StoredSession::*>> Lines() {
     return {{"server", &StoredSession::server},
             {"user", &StoredSession::user},
             {"device", &StoredSession::device},
-            {"token", &StoredSession::token}};
+            {"token", &StoredSession::token},
+            {"device-token", &StoredSession::deviceToken},
+            {"integrated", &StoredSession::integrated},
+            {"since", &StoredSession::since}};
 }
 
 void MakeFolderOf(const WideString& path) {
@@ -66,7 +69,9 @@ DWORD SaveSession(const WideString& path, const StoredSession& session) {
         if (value.find_first_of("\r\n") != std::string::npos) {
             return ERROR_INVALID_DATA;
         }
-        text += std::string("\n") + name + " " + value;
+        if (!value.empty()) {
+            text += std::string("\n") + name + " " + value;
+        }
     }
     MakeFolderOf(path);
     return WritePrivateFile(path, text + "\n");

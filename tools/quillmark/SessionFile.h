@@ -1,5 +1,5 @@
 // The file that keeps a login from one command to the next: server, user, device and session token, readable by its
-// owner only. The password is never in it.
+// owner only. The password is never in it; the device's token is, for a new login when the session has ended.
 #pragma once
 
 #include <string>
@@ -13,6 +13,9 @@ struct StoredSession {
     std::string user;
     std::string device;
     std::string token;
+    std::string deviceToken;  // where the server wanted one
+    std::string integrated;   // "yes": logged in with a Kerberos ticket
+    std::string since;        // when the token was given: "2026-01-02T03:04:05.678Z"
 };
 
 // Where the file is when no other place is named; empty for a user without a home.

@@ -39,10 +39,23 @@ ExitCode RunRegister(AccountOptions options, const GlobalOptions& global) {
         client.Api().SetDeviceName(options.deviceName.c_str());
     }
     client.Discover();
-    Require(client.Api().Register(WidenUtf8(options.user), WidenUtf8(options.device), client.CancelEvent()),
+    Require(client.RunUnlessLost([&] {
+        return client.Api().Register(WidenUtf8(options.user), WidenUtf8(options.device), client.CancelEvent()).error;
+    }),
             "cannot register the device '" + options.device + "' of " + options.user);
     Print("The server sends " + options.user + " a message to confirm the device '" + options.device + "'.");
     return ExitCode::Success;
+}
+
+DWORD AcknowledgeWipe(Client& client, const AccountOptions& options) {
+    const DWORD error =
+        client.Api()
+            .AcknowledgeRemoteWipe(WidenUtf8(options.user), WidenUtf8(options.device), client.CancelEvent())
+            .error;
+    // What the server refuses is the bare HTTP status here.
+    constexpr DWORD LowestStatus = 300;
+    constexpr DWORD HighestStatus = 599;
+    return error >= LowestStatus && error <= HighestStatus ? error + SERVER_ERROR_BASE : error;
 }
 
 ExitCode RunWipeAck(AccountOptions options, const GlobalOptions& global) {
@@ -50,16 +63,8 @@ ExitCode RunWipeAck(AccountOptions options, const GlobalOptions& global) {
     Client client(global);
     client.UseServer(options.server);
     client.Discover();
-    DWORD error = client.Api()
-                      .AcknowledgeRemoteWipe(WidenUtf8(options.user), WidenUtf8(options.device), client.CancelEvent())
-                      .error;
-    // What the server refuses is the bare HTTP status here.
-    constexpr DWORD LowestStatus = 300;
-    constexpr DWORD HighestStatus = 599;
-    if (error >= LowestStatus && error <= HighestStatus) {
-        error += SERVER_ERROR_BASE;
-    }
-    Require(error, "cannot acknowledge the wipe of the device '" + options.device + "' of " + options.user);
+    Require(client.Run([&] { return AcknowledgeWipe(client, options); }),
+            "cannot acknowledge the wipe of the device '" + options.device + "' of " + options.user);
     return ExitCode::Success;
 }
 

@@ -24,7 +24,8 @@ std::string Line(const CNotificationAction& action) {
 
 void PrintChanges(Client& client) {
     NotificationList actions;
-    Require(client.Api().GetChanges(actions, client.CancelEvent()), "cannot get the changes");
+    Require(client.Run([&] { return client.Api().GetChanges(actions, client.CancelEvent()); }),
+            "cannot get the changes");
     for (const std::shared_ptr<CNotificationAction>& action : actions) {
         Print(Line(*action));
     }
@@ -36,7 +37,7 @@ ExitCode RunChanges(DWORD pause, const GlobalOptions& global) {
     client.Resume();
     PrintChanges(client);
     while (pause != OnlyOnce) {
-        if (WaitForSingleObject(client.CancelEvent(), pause * 1000) == WAIT_OBJECT_0) {
+        if (!client.MainCalls().Pause(std::chrono::seconds(pause))) {
             throw Failure("cancelled", ExitCode::Cancelled);
         }
         PrintChanges(client);

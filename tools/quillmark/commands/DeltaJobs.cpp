@@ -30,6 +30,17 @@ const char* StateWord(DWORD state) {
     return state < std::size(Words) ? Words[state] : Words[0];
 }
 
+// What became of a job's cancellation whose answer was lost.
+std::optional<DWORD> WhetherCancelled(Client& client, const GUID& job) {
+    constexpr DWORD Unknown = 4;
+    AsyncDeltaJobList jobs = {{job, 0}};
+    const DWORD error = client.Run([&] { return client.Api().AsyncDeltaStatus(jobs, client.CancelEvent()); });
+    if (error != ERROR_SUCCESS || jobs.front().state == Unknown) {
+        return error;
+    }
+    return std::nullopt;
+}
+
 ExitCode ShowStates(const DeltaJobsOptions& options, const GlobalOptions& global) {
     AsyncDeltaJobList jobs;
     for (const std::string& text : options.jobs) {
@@ -37,7 +48,8 @@ ExitCode ShowStates(const DeltaJobsOptions& options, const GlobalOptions& global
     }
     Client client(global);
     client.Resume();
-    Require(client.Api().AsyncDeltaStatus(jobs, client.CancelEvent()), "cannot ask for the jobs' states");
+    Require(client.Run([&] { return client.Api().AsyncDeltaStatus(jobs, client.CancelEvent()); }),
+            "cannot ask for the jobs' states");
     for (const AsyncDeltaJob& job : jobs) {
         Print(GuidText(job.id) + "\t" + StateWord(job.state));
     }
@@ -59,7 +71,9 @@ ExitCode Cancel(const DeltaJobsOptions& options, const GlobalOptions& global) {
     Client client(global);
     client.Resume();
     for (const GUID& job : jobs) {
-        Require(client.Api().AsyncDeltaCancel(job, client.CancelEvent()), "cannot cancel the job " + GuidText(job));
+        Require(client.RunOnce([&] { return client.Api().AsyncDeltaCancel(job, client.CancelEvent()).error; },
+                               [&] { return WhetherCancelled(client, job); }),
+                "cannot cancel the job " + GuidText(job));
     }
     return ExitCode::Success;
 }

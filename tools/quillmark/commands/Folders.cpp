@@ -68,7 +68,8 @@ void RegisterFolders(CLI::App& program, const GlobalOptions& global, Action& act
             client.Resume();
             MappingList mappings;
             ResponseBuffer reply;
-            const DWORD error = client.Api().GetRemoteFolderMap(mappings, reply, client.CancelEvent()).error;
+            const DWORD error =
+                client.Run([&] { return client.Api().GetRemoteFolderMap(mappings, reply, client.CancelEvent()); });
             if (error != ERROR_INVALID_DATA || !TellsOfNone(client, reply)) {
                 Require(error, "cannot list the mapped folders");
             }

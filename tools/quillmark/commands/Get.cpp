@@ -49,10 +49,10 @@ ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
     client.Resume();
     Calls calls(client);
     if (!options.range.empty()) {
-        return GetRange(calls, server, FileTarget(server, local), range, options.revision, options.flags.quiet);
+        return GetRange(calls, server, FileTarget(server, local), range, options.revision, global.quiet);
     }
     if (!options.delta.empty()) {
-        return GetDelta(calls, server, FileTarget(server, local), global.Path(options.delta), options.flags.quiet);
+        return GetDelta(calls, server, FileTarget(server, local), global.Path(options.delta), global.quiet);
     }
     request.plan.always = options.always;
     return RunTransfer(client, std::move(request));

@@ -14,8 +14,19 @@ struct LockOptions {
     DWORD seconds = 300;
 };
 
+constexpr DWORD Locked = 1;
+
+// What became of a request to give a lock up, whose answer was lost.
+std::optional<DWORD> WhetherReleased(Client& client, const WideString& server) {
+    DWORD state = 0;
+    const DWORD error = client.Run([&] { return client.Api().TestLock(server, state, client.CancelEvent()); });
+    if (error != ERROR_SUCCESS || state != Locked) {
+        return error;
+    }
+    return std::nullopt;
+}
+
 const char* StateWord(DWORD state) {
-    constexpr DWORD Locked = 1;
     constexpr DWORD ReadOnly = 2;
     switch (state) {
         case Locked:
@@ -42,7 +53,8 @@ void RegisterLock(CLI::App& program, const GlobalOptions& global, Action& action
             Client client(global);
             client.Resume();
             return ForEachServerPath(client, options->paths, "lock", [&](const WideString& server) {
-                return client.Api().RequestLock(server, options->seconds, client.CancelEvent()).error;
+                return client.Run(
+                    [&] { return client.Api().RequestLock(server, options->seconds, client.CancelEvent()); });
             });
         };
     });
@@ -57,7 +69,8 @@ void RegisterUnlock(CLI::App& program, const GlobalOptions& global, Action& acti
             Client client(global);
             client.Resume();
             return ForEachServerPath(client, options->paths, "unlock", [&](const WideString& server) {
-                return client.Api().ReleaseLock(server, client.CancelEvent()).error;
+                return client.RunOnce([&] { return client.Api().ReleaseLock(server, client.CancelEvent()).error; },
+                                      [&] { return WhetherReleased(client, server); });
             });
         };
     });
@@ -73,7 +86,7 @@ void RegisterLockState(CLI::App& program, const GlobalOptions& global, Action& a
             client.Resume();
             const WideString server = ServerPath(global.Path(*path));
             DWORD state = 0;
-            Require(client.Api().TestLock(server, state, client.CancelEvent()),
+            Require(client.Run([&] { return client.Api().TestLock(server, state, client.CancelEvent()); }),
                     "cannot ask for the lock of " + Printable(server));
             Print(StateWord(state));
             return ExitCode::Success;

@@ -25,7 +25,7 @@ std::string Line(const IServerAttributes& item, const WideString& path, const Ls
 void List(Client& client, const WideString& folder, const LsOptions& options) {
     ItemList children;
     std::shared_ptr<IServerAttributes> self;
-    Require(client.Api().GetPathListing(folder, children, self, client.CancelEvent()),
+    Require(client.Run([&] { return client.Api().GetPathListing(folder, children, self, client.CancelEvent()); }),
             "cannot list " + Printable(folder));
     if (self != nullptr && !IsFolder(*self)) {
         Print(Line(*self, folder, options));

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "EachPath.h"
+#include "Once.h"
 
 namespace quillmark::cli {
 
@@ -14,8 +15,7 @@ void RegisterMkdir(CLI::App& program, const GlobalOptions& global, Action& actio
             Client client(global);
             client.Resume();
             return ForEachServerPath(client, *paths, "make", [&client](const WideString& server) {
-                std::shared_ptr<IServerAttributes> folder;
-                return client.Api().CreateFolder(server, folder, client.CancelEvent()).error;
+                return MakeFolder(client.MainCalls(), server);
             });
         };
     });

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Once.h"
 #include "Paths.h"
 
 namespace quillmark::cli {
@@ -34,9 +35,7 @@ ExitCode RunMv(const MvOptions& options, const GlobalOptions& global) {
     const bool backslash = (source + target).Find(QM_W('\\')) != WideString::npos;
     Client client(global);
     client.Resume();
-    std::shared_ptr<IServerAttributes> item;
-    Require(client.Api().RenamePath(source, options.force || backslash ? AsMove(target) : target, options.force ? 1 : 0,
-                                    item, client.CancelEvent()),
+    Require(MoveItem(client.MainCalls(), source, options.force || backslash ? AsMove(target) : target, options.force),
             "cannot move " + Printable(source) + " to " + Printable(target));
     return ExitCode::Success;
 }

@@ -67,7 +67,7 @@ ExitCode RunPut(const PutOptions& options, const GlobalOptions& global) {
         return PutFiles(client, options, std::move(request));
     }
     Calls calls(client);
-    const DeltaPut put{global.Path(old), local, server, options.revision, options.optimise, options.flags.quiet};
+    const DeltaPut put{global.Path(old), local, server, options.revision, options.optimise, global.quiet};
     return options.delta.empty() ? PutAsyncDelta(calls, put, !options.noCommit) : PutDelta(calls, put);
 }
 

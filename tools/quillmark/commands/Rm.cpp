@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "EachPath.h"
+#include "Once.h"
 #include "Output.h"
 #include "Paths.h"
 
@@ -17,7 +18,7 @@ struct RmOptions {
 // The server deletes a folder with all that it holds: only for one who says that this is meant.
 DWORD RefuseFolder(Client& client, const WideString& server) {
     std::shared_ptr<IServerAttributes> item;
-    const DWORD error = client.Api().GetPathAttributes(server, item, client.CancelEvent()).error;
+    const DWORD error = client.Run([&] { return client.Api().GetPathAttributes(server, item, client.CancelEvent()); });
     if (error == ERROR_SUCCESS && IsFolder(*item)) {
         return ERROR_DIR_NOT_EMPTY;
     }
@@ -43,7 +44,7 @@ ExitCode RunRm(const RmOptions& options, const GlobalOptions& global) {
         }
         const std::shared_ptr<IServerAttributes> expected = MakeAttributes();
         expected->SetRevision(options.revision);
-        return client.Api().DeletePath(server, expected, client.CancelEvent()).error;
+        return DeleteItem(client.MainCalls(), server, expected);
     });
 }
 

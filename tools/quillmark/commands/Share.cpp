@@ -27,7 +27,8 @@ ExitCode RunShare(const ShareOptions& options, const GlobalOptions& global) {
     request->message = WidenUtf8(options.message);
     Client client(global);
     client.Resume();
-    Require(client.Api().GenerateLink(request, client.CancelEvent()), "cannot share");
+    Require(client.RunUnlessLost([&] { return client.Api().GenerateLink(request, client.CancelEvent()).error; }),
+            "cannot share");
     return ExitCode::Success;
 }
 

@@ -33,7 +33,7 @@ void RegisterStat(CLI::App& program, const GlobalOptions& global, Action& action
             client.Resume();
             const WideString server = ServerPath(global.Path(*path));
             std::shared_ptr<IServerAttributes> item;
-            Require(client.Api().GetPathAttributes(server, item, client.CancelEvent()),
+            Require(client.Run([&] { return client.Api().GetPathAttributes(server, item, client.CancelEvent()); }),
                     "cannot look at " + Printable(server));
             PrintItem(*item);
             return ExitCode::Success;

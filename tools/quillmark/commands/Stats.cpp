@@ -46,7 +46,9 @@ ExitCode RunStats(const StatsOptions& options, const GlobalOptions& global) {
     }
     Client client(global);
     client.Resume();
-    Require(client.Api().PublishSyncStats(text.c_str(), client.CancelEvent()), "cannot post the statistics");
+    Require(
+        client.RunUnlessLost([&] { return client.Api().PublishSyncStats(text.c_str(), client.CancelEvent()).error; }),
+        "cannot post the statistics");
     return ExitCode::Success;
 }
 

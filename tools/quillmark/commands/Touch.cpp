@@ -51,8 +51,10 @@ ExitCode RunTouch(const TouchOptions& options, const GlobalOptions& global) {
     Client client(global);
     client.Resume();
     return ForEachServerPath(client, options.paths, "touch", [&](const WideString& server) {
-        std::shared_ptr<IServerAttributes> item = wanted->Clone();
-        return client.Api().SetPathAttributes(server, item, client.CancelEvent()).error;
+        return client.Run([&] {
+            std::shared_ptr<IServerAttributes> item = wanted->Clone();
+            return client.Api().SetPathAttributes(server, item, client.CancelEvent());
+        });
     });
 }
 

@@ -17,7 +17,6 @@ void AddTransferFlags(CLI::App& command, TransferFlags& flags) {
     command.add_flag("--delete", flags.remove,
                      "Afterwards delete in the target folder what the source folder has not; never what --exclude names");
     command.add_flag("-n,--dry-run", flags.dryRun, "Only say what would be done");
-    command.add_flag("-q,--quiet", flags.quiet, "Do not name each file");
 }
 
 TransferRequest RequestFrom(const TransferFlags& flags, Direction direction, const WideString& local,
@@ -30,7 +29,6 @@ TransferRequest RequestFrom(const TransferFlags& flags, Direction direction, con
     request.plan.deleteExtra = flags.remove;
     request.jobs = flags.jobs;
     request.dryRun = flags.dryRun;
-    request.quiet = flags.quiet;
     return request;
 }
 

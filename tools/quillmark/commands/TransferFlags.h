@@ -14,7 +14,6 @@ struct TransferFlags {
     int jobs = TransferEngine::DefaultJobs;
     bool remove = false;  // --delete
     bool dryRun = false;
-    bool quiet = false;
 };
 
 void AddTransferFlags(CLI::App& command, TransferFlags& flags);

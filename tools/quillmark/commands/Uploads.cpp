@@ -67,8 +67,10 @@ ExitCode List(const GlobalOptions& global) {
 std::string StateLine(Client& client, const UploadRecord& record) {
     std::int64_t received = 0;
     bool locked = false;
-    const DWORD error =
-        client.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked, client.CancelEvent());
+    const DWORD error = client.Run([&] {
+        return client.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
+                                                       client.CancelEvent());
+    });
     if (error != UploadUnknown) {
         Require(error, "cannot ask for the upload to " + Printable(record.key.remote));
     }
@@ -92,7 +94,8 @@ ExitCode Cancel(const UploadsOptions& options, const GlobalOptions& global) {
     client.Resume();
     const UploadStore store(global.sessionPath);
     for (const UploadRecord& record : SelectAll(AllRecords(store, client.Session()), options.uploads, global)) {
-        const DWORD error = client.Api().CancelUpload(record.key.remote, record.id, client.CancelEvent());
+        const DWORD error =
+            client.Run([&] { return client.Api().CancelUpload(record.key.remote, record.id, client.CancelEvent()); });
         if (error != UploadUnknown) {
             Require(error, "cannot cancel the upload to " + Printable(record.key.remote));
         }
@@ -116,7 +119,10 @@ ExitCode Complete(const UploadsOptions& options, const GlobalOptions& global) {
     if (options.newPath.ends_with('/')) {
         target = JoinPath(target, LeafName(record.key.remote));
     }
-    Require(client.Api().CompleteUpload(record.key.remote, target, record.id, MakeAttributes(), client.CancelEvent()),
+    Require(client.Run([&] {
+        return client.Api().CompleteUpload(record.key.remote, target, record.id, MakeAttributes(),
+                                           client.CancelEvent());
+    }),
             "cannot complete the upload to " + Printable(record.key.remote) + " as " + Printable(target));
     Require(store.Remove(record.key), "cannot forget the upload to " + Printable(record.key.remote));
     Print(Printable(target));

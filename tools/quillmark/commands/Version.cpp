@@ -12,7 +12,7 @@ void RegisterVersion(CLI::App& program, const GlobalOptions& global, Action& act
             Client client(global);
             client.Resume();
             WideString version;
-            Require(client.Api().Version(version), "cannot get the server's version");
+            Require(client.Run([&] { return client.Api().Version(version); }), "cannot get the server's version");
             Print(Printable(version));
             return ExitCode::Success;
         };

@@ -47,14 +47,6 @@ std::shared_ptr<IServerAttributes> ItemOf(const PlanStep& step) {
     return item;
 }
 
-TransferResult FailedWith(DWORD error) {
-    TransferResult result;
-    result.outcome = Outcome::Failed;
-    result.error = error;
-    result.why = ErrorText(error);
-    return result;
-}
-
 TransferResult DoneWith(const IServerAttributes& item) {
     TransferResult result;
     result.bytes = item.HasSize() ? item.GetSize() : 0;
@@ -63,6 +55,18 @@ TransferResult DoneWith(const IServerAttributes& item) {
 }
 
 }  // namespace
+
+TransferResult FailedWith(DWORD error) {
+    TransferResult result;
+    result.outcome = Outcome::Failed;
+    result.error = error;
+    result.why = ErrorReason(error);
+    if (const std::string name = ErrorName(error); !name.empty()) {
+        result.why += " [" + name + "]";
+    }
+    result.nextStep = NextStep(error);
+    return result;
+}
 
 FileTransfer::FileTransfer(Calls& calls, const TransferOptions& options)
     : m_calls(calls), m_options(options), m_resumable(calls, options.resumable) {}

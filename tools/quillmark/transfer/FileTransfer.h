@@ -29,6 +29,9 @@ struct TransferOptions {
     ResumableOptions resumable;
 };
 
+// The result of what failed with this error: why, and what to do about it.
+[[nodiscard]] TransferResult FailedWith(DWORD error);
+
 class FileTransfer {
 public:
     using Progress = std::shared_ptr<IProgressSink>;

@@ -4,8 +4,7 @@
 #include <utility>
 
 #include "LocalFiles.h"
-#include "Output.h"
-#include "Paths.h"
+#include "Once.h"
 #include "transfer/Trees.h"
 
 namespace quillmark::cli {
@@ -18,7 +17,7 @@ public:
 
     void Begin(std::uint64_t id) { m_id = id; }
     void Retrying(DWORD error, int attempt, int most, std::chrono::milliseconds pause) override {
-        m_observer.Retrying(m_id, ErrorText(error), attempt, most, pause);
+        m_observer.Retrying(m_id, ErrorReason(error), attempt, most, pause);
     }
 
 private:
@@ -57,7 +56,17 @@ std::string Left(std::uint64_t count, bool complete) {
            " left; the same command goes on where it stopped";
 }
 
-// The local item is not what the plan saw.
+// Why a step cannot be carried out: what the plan found, or an error of the listing.
+TransferResult FailedStep(const PlanStep& step) {
+    TransferResult result = FailedWith(ReasonError(step));
+    if (step.reason != StepReason::Unreadable) {
+        result.why = ReasonText(step);
+        result.nextStep.clear();
+    }
+    return result;
+}
+
+// The local item may not be what the plan saw.
 DWORD DeleteLocalItem(const PlanStep& step, const WideString& path) {
     if (step.folder) {
         return RemoveDirectoryW(path.c_str()) != FALSE ? ERROR_SUCCESS : GetLastError();
@@ -127,14 +136,9 @@ TreePlanner::Answer TransferEngine::Take(const PlanStep& step) {
         case StepKind::Skip:
             Skip(step);
             break;
-        case StepKind::Fail: {
-            TransferResult result;
-            result.outcome = Outcome::Failed;
-            result.error = ReasonError(step);
-            result.why = ReasonText(step);
-            Tell(FileOf(step), result);
+        case StepKind::Fail:
+            Tell(FileOf(step), FailedStep(step));
             break;
-        }
     }
     return TreePlanner::Answer::GoOn;
 }
@@ -178,8 +182,7 @@ void TransferEngine::RunFile(std::size_t thread, const PlanStep& step, const Tra
 }
 
 TransferResult TransferEngine::RunGuarded(std::size_t thread, const PlanStep& step, const TransferFile& file) {
-    TransferResult result;
-    result.outcome = Outcome::Failed;
+    TransferResult result = FailedWith(ERROR_NOT_ENOUGH_MEMORY);
     try {
         if (m_workers[thread] == nullptr) {
             m_workers[thread] = std::make_unique<Worker>(m_client, m_options, m_observer);
@@ -191,9 +194,9 @@ TransferResult TransferEngine::RunGuarded(std::size_t thread, const PlanStep& st
     } catch (const Failure& failure) {
         result.error = ERROR_GEN_FAILURE;
         result.why = failure.Sentence();
+        result.nextStep.clear();
     } catch (const std::bad_alloc&) {
-        result.error = ERROR_NOT_ENOUGH_MEMORY;
-        result.why = ErrorText(ERROR_NOT_ENOUGH_MEMORY);
+        return result;
     }
     return result;
 }
@@ -202,7 +205,7 @@ bool TransferEngine::MakeFolder(const PlanStep& step) {
     TransferFile file = FileOf(step);
     DWORD error = ERROR_SUCCESS;
     if (m_options.direction == Direction::Up) {
-        error = MakeServerFolder(file.server);
+        error = cli::MakeFolder(m_calls, file.server);
         file.local.Clear();  // what failed is the folder on the other side alone
     } else if (!MakeLocalFolders(file.local)) {
         error = GetLastError();
@@ -213,26 +216,9 @@ bool TransferEngine::MakeFolder(const PlanStep& step) {
         return true;
     }
     if (!m_calls.Interrupted()) {
-        TransferResult result;
-        result.outcome = Outcome::Failed;
-        result.error = error;
-        result.why = ErrorText(error);
-        Tell(file, result);
+        Tell(file, FailedWith(error));
     }
     return false;
-}
-
-DWORD TransferEngine::MakeServerFolder(const WideString& path) {
-    std::shared_ptr<IServerAttributes> folder;
-    return m_calls.RunOnce([&] { return m_calls.Api().CreateFolder(path, folder, m_calls.CancelEvent()).error; },
-                           [&]() -> std::optional<DWORD> {
-                               TreeEntry present;
-                               const DWORD error = LookAtServer(m_calls, path, present);
-                               if (ExitCodeFor(error, false) == ExitCode::NotFound) {
-                                   return std::nullopt;
-                               }
-                               return present.kind == TreeEntry::Kind::Folder ? error : DWORD{ERROR_DIRECTORY};
-                           });
 }
 
 void TransferEngine::Delete(const PlanStep& step) {
@@ -247,12 +233,15 @@ void TransferEngine::Delete(const PlanStep& step) {
         return;
     }
     TransferResult result;
-    result.outcome = error == ERROR_SUCCESS ? Outcome::Deleted : Outcome::Failed;
-    result.error = error;
+    if (error == ERROR_SUCCESS) {
+        result.outcome = Outcome::Deleted;
+    } else {
+        result = FailedWith(error);
+        result.why = "not deleted: " + result.why;
+    }
     if (error == ERROR_FILE_INVALID) {
         result.why = "not deleted: it has changed since the plan was made";
-    } else if (error != ERROR_SUCCESS) {
-        result.why = "not deleted: " + ErrorText(error);
+        result.nextStep.clear();
     }
     Tell(file, result);
 }
@@ -268,16 +257,7 @@ DWORD TransferEngine::DeleteServerItem(const PlanStep& step, const WideString& p
     }
     const std::shared_ptr<IServerAttributes> planned = MakeAttributes();
     planned->SetRevision(step.revision);
-    const DWORD error = m_calls.RunOnce(
-        [&] { return m_calls.Api().DeletePath(path, planned, m_calls.CancelEvent()).error; },
-        [&]() -> std::optional<DWORD> {
-            TreeEntry present;
-            const DWORD looked = LookAtServer(m_calls, path, present);
-            if (ExitCodeFor(looked, false) == ExitCode::NotFound) {
-                return DWORD{ERROR_SUCCESS};
-            }
-            return looked == ERROR_SUCCESS ? std::optional<DWORD>() : looked;
-        });
+    const DWORD error = DeleteItem(m_calls, path, planned);
     return error == SERVER_ERROR_REVISION_MISMATCH ? DWORD{ERROR_FILE_INVALID} : error;
 }
 
@@ -301,11 +281,7 @@ void TransferEngine::Fail(const WideString& local, const WideString& server, DWO
     file.direction = m_options.direction;
     file.local = local;
     file.server = server;
-    TransferResult result;
-    result.outcome = Outcome::Failed;
-    result.error = error;
-    result.why = ErrorText(error);
-    Tell(file, result);
+    Tell(file, FailedWith(error));
 }
 
 void TransferEngine::Tell(const TransferFile& file, const TransferResult& result) {

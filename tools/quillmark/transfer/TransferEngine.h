@@ -48,7 +48,6 @@ private:
     void RunFile(std::size_t thread, const PlanStep& step, const TransferFile& file);
     [[nodiscard]] TransferResult RunGuarded(std::size_t thread, const PlanStep& step, const TransferFile& file);
     [[nodiscard]] bool MakeFolder(const PlanStep& step);
-    [[nodiscard]] DWORD MakeServerFolder(const WideString& path);
     void Delete(const PlanStep& step);
     [[nodiscard]] DWORD DeleteServerItem(const PlanStep& step, const WideString& path);
     void Skip(const PlanStep& step);

@@ -20,28 +20,20 @@ using Answer = TreePlanner::Answer;
 class WalkTeller : public CallObserver {
 public:
     explicit WalkTeller(TransferObserver& observer) : m_observer(observer) {}
-    void Retrying(DWORD error, int attempt, int most, std::chrono::milliseconds) override {
-        m_observer.Note("trying again, " + std::to_string(attempt) + " of " + std::to_string(most) + ": " +
-                        ErrorText(error));
+    void Retrying(DWORD error, int attempt, int most, std::chrono::milliseconds pause) override {
+        m_observer.Note(RepetitionText(error, attempt, most, pause));
     }
 
 private:
     TransferObserver& m_observer;
 };
 
-GlobalOptions ViewOptions(const Client& client, bool quiet) {
-    GlobalOptions options = client.Options();
-    options.quiet = options.quiet || quiet;
-    return options;
-}
-
 // A transfer with all that it needs, for the length of one command.
 class Run {
 public:
     Run(Client& client, TransferRequest request)
         : m_request(std::move(request)),
-          m_viewOptions(ViewOptions(client, m_request.quiet)),
-          m_view(MakeTransferView(m_viewOptions)),
+          m_view(MakeTransferView(client.Options())),
           m_teller(*m_view),
           m_calls(client, &m_teller),
           m_client(client),
@@ -75,7 +67,6 @@ private:
     [[nodiscard]] static ExitCode Printed(const PlanCounts& counts);
 
     TransferRequest m_request;
-    const GlobalOptions m_viewOptions;
     std::unique_ptr<TransferObserver> m_view;
     WalkTeller m_teller;
     Calls m_calls;

@@ -10,7 +10,6 @@ struct TransferRequest {
     PlanOptions plan;
     int jobs = TransferEngine::DefaultJobs;
     bool dryRun = false;
-    bool quiet = false;
 };
 
 // A file to the path itself, a folder's contents below it; what is the same already is left alone in a folder. The
