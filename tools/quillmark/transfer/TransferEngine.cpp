@@ -372,7 +372,7 @@ std::string ReasonText(const PlanStep& step) {
             return "it has " + std::to_string(step.size) + " bytes, and this folder of the server takes files of up to " +
                    std::to_string(step.limit);
         default:
-            return ErrorText(ReasonError(step));
+            return ErrorReason(ReasonError(step));
     }
 }
 
