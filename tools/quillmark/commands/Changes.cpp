@@ -3,7 +3,7 @@
 #include <iterator>
 #include <memory>
 
-#include "Client.h"
+#include "Calls.h"
 #include "Output.h"
 #include "Texts.h"
 

@@ -71,7 +71,7 @@ ExitCode Cancel(const DeltaJobsOptions& options, const GlobalOptions& global) {
     Client client(global);
     client.Resume();
     for (const GUID& job : jobs) {
-        Require(client.RunOnce([&] { return client.Api().AsyncDeltaCancel(job, client.CancelEvent()).error; },
+        Require(client.RunOnce([&] { return client.Api().AsyncDeltaCancel(job, client.CancelEvent()); },
                                [&] { return WhetherCancelled(client, job); }),
                 "cannot cancel the job " + GuidText(job));
     }
