@@ -13,11 +13,11 @@ using namespace quillmark;       // NOLINT: this file is the program
 using namespace quillmark::cli;  // NOLINT
 
 constexpr CommandRegistration Commands[] = {
-    RegisterRegister, RegisterLogin, RegisterVersion, RegisterFolders, RegisterLs,        RegisterStat,
-    RegisterMkdir,    RegisterPut,   RegisterGet,     RegisterSync,    RegisterUploads,   RegisterDeltaJobs,
-    RegisterMv,       RegisterRm,    RegisterTouch,   RegisterChanges, RegisterLock,      RegisterUnlock,
-    RegisterLockState, RegisterShare, RegisterStats,  RegisterWipeAck, RegisterLogout,    RegisterWhoami,
-    RegisterProfiles};
+    RegisterRegister, RegisterLogin,     RegisterVersion, RegisterFolders,   RegisterLs,
+    RegisterStat,     RegisterMkdir,     RegisterPut,     RegisterGet,       RegisterSync,
+    RegisterUploads,  RegisterDeltaJobs, RegisterMv,      RegisterRm,        RegisterTouch,
+    RegisterChanges,  RegisterLock,      RegisterUnlock,  RegisterLockState, RegisterShare,
+    RegisterStats,    RegisterWipeAck,   RegisterLogout,  RegisterWhoami,    RegisterProfiles};
 
 constexpr const char* Epilogue =
     "\nExamples:\n"

@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "integration/cli/CliTest.h"
-#include "integration/cli/Summary.h"
+#include "integration/cli/Facts.h"
 
 namespace quillmark::testing {
 
@@ -35,8 +35,8 @@ protected:
         return path;
     }
     static void Age(const std::string& path, int seconds) {
-        std::filesystem::last_write_time(
-            path, std::filesystem::file_time_type::clock::now() - std::chrono::seconds(seconds));
+        std::filesystem::last_write_time(path,
+                                         std::filesystem::file_time_type::clock::now() - std::chrono::seconds(seconds));
     }
     // A file, a folder with a file, an empty folder.
     std::string WriteTree() const {
@@ -77,7 +77,7 @@ protected:
         const ProcessResult result = Quillmark(arguments);
         EXPECT_EQ(exitCode, result.exitCode);
         EXPECT_EQ(output, result.output);
-        EXPECT_EQ(errors, WithoutTime(result.errors));
+        EXPECT_EQ(errors, Facts(result.errors));
     }
     // Runs a command as somebody whom permissions stop.
     ProcessResult Unprivileged(const Arguments& arguments) const {

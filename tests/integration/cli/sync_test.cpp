@@ -1,7 +1,7 @@
 // quillmark sync: the plan first, then what it says; in both directions; what is deleted and what never is.
-#include <csignal>
 #include <pty.h>
 #include <sys/wait.h>
+#include <csignal>
 
 #include "integration/cli/TransferTreeTest.h"
 
@@ -61,7 +61,8 @@ TEST_F(SyncTest, ShowsThePlanAndCarriesItOut) {
     Expect(0,
            "put " + Local("tree/new") + " to /copy/new (new, 3 bytes)\ndelete /copy/one\n" +
                "1 to send, 3 bytes, 1 to delete, 1 same\n/copy/new\ndeleted: /copy/one\n",
-           "1 file, 3 folders, 3 bytes, 1 skipped, 1 deleted, 0 failed\n", {"sync", "--delete", Local("tree"), "/copy"});
+           "1 file, 3 folders, 3 bytes, 1 skipped, 1 deleted, 0 failed\n",
+           {"sync", "--delete", Local("tree"), "/copy"});
     EXPECT_EQ(TreeAt(Local("tree")), TreeOnServer("/copy"));
 }
 

@@ -45,11 +45,10 @@ TEST_F(PartFileTest, GoesOnWithWhatIsThereOfTheSame) {
 
 TEST_F(PartFileTest, BeginsAnewForAnythingElse) {
     const PartSource same = source;
-    for (const auto& change : {+[](PartSource& other) { other.server = "https://other"; },
-                               +[](PartSource& other) { other.user = "ben"; },
-                               +[](PartSource& other) { other.item = QM_W("/Shared/c"); },
-                               +[](PartSource& other) { other.revision = "r 8"; },
-                               +[](PartSource& other) { other.size = 11; }}) {
+    for (const auto& change :
+         {+[](PartSource& other) { other.server = "https://other"; }, +[](PartSource& other) { other.user = "ben"; },
+          +[](PartSource& other) { other.item = QM_W("/Shared/c"); },
+          +[](PartSource& other) { other.revision = "r 8"; }, +[](PartSource& other) { other.size = 11; }}) {
         source = same;
         Begin();
         WritePart("1234");

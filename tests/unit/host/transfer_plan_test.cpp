@@ -18,9 +18,9 @@ const char* Word(StepKind kind) {
 }
 
 const char* Word(StepReason reason) {
-    constexpr const char* Words[] = {"new",        "changed",        "asked",    "same",       "excluded",
-                                     "link",       "special",        "unfinished", "only-there", "no-local-name",
-                                     "no-text",    "name-taken",     "wrong-kind", "too-large",  "unreadable"};
+    constexpr const char* Words[] = {"new",     "changed",    "asked",      "same",       "excluded",
+                                     "link",    "special",    "unfinished", "only-there", "no-local-name",
+                                     "no-text", "name-taken", "wrong-kind", "too-large",  "unreadable"};
     return Words[static_cast<int>(reason)];
 }
 
@@ -74,11 +74,11 @@ protected:
         TreePlanner planner(options, source, target);
         planner.Walk(targetThere, [&](const PlanStep& step) {
             if (!step.path.empty() || step.kind != StepKind::Skip) {
-                lines.push_back(std::string(Word(step.kind)) + " " + Word(step.reason) + " " +
-                                NarrowUtf8(step.path) + (step.folder ? "/" : ""));
+                lines.push_back(std::string(Word(step.kind)) + " " + Word(step.reason) + " " + NarrowUtf8(step.path) +
+                                (step.folder ? "/" : ""));
             }
             return answers.count(NarrowUtf8(step.path)) != 0 ? answers[NarrowUtf8(step.path)]
-                                                               : TreePlanner::Answer::GoOn;
+                                                             : TreePlanner::Answer::GoOn;
         });
         complete = planner.IsSourceComplete();
         withheld = planner.Withheld();
@@ -166,7 +166,8 @@ TEST_F(TransferPlanTest, WhatAPatternExcludesIsNeitherSentNorWalkedNorDeleted) {
     target.Add("gone/not");
     target.Add("old.tmp");
     target.Add("build");  // a file that the pattern does not mean, and that the source's folder of the name covers
-    EXPECT_EQ(Plan(), (Lines{"skip excluded a.tmp", "send new b", "skip excluded build/", "delete only-there gone/not"}));
+    EXPECT_EQ(Plan(),
+              (Lines{"skip excluded a.tmp", "send new b", "skip excluded build/", "delete only-there gone/not"}));
     EXPECT_EQ(source.listed, Lines{""});
 }
 
@@ -187,8 +188,9 @@ TEST_F(TransferPlanTest, DeletesTheDeepestFirstAndAfterEverythingElse) {
     target.Folder("old/deep");
     target.Add("old/deep/x");
     target.Add("old/y");
-    EXPECT_EQ(Plan(), (Lines{"send new z", "skip same kept/", "delete only-there old/deep/x", "delete only-there old/deep/",
-                             "delete only-there old/y", "delete only-there old/", "delete only-there kept/extra"}));
+    EXPECT_EQ(Plan(),
+              (Lines{"send new z", "skip same kept/", "delete only-there old/deep/x", "delete only-there old/deep/",
+                     "delete only-there old/y", "delete only-there old/", "delete only-there kept/extra"}));
 }
 
 TEST_F(TransferPlanTest, NothingIsDeletedWhenAFolderOfTheSourceCannotBeRead) {
@@ -238,8 +240,8 @@ TEST_F(TransferPlanTest, LinksAndSpecialFilesStayWhereTheyAre) {
     target.Add("old-link", Kind::FolderLink);
     target.Folder("old");
     target.Add("old/socket", Kind::Special);
-    EXPECT_EQ(Plan(), (Lines{"fail unreadable broken", "skip link link/", "skip special pipe", "skip special old/socket",
-                             "skip link old-link/"}));
+    EXPECT_EQ(Plan(), (Lines{"fail unreadable broken", "skip link link/", "skip special pipe",
+                             "skip special old/socket", "skip link old-link/"}));
 }
 
 TEST_F(TransferPlanTest, NothingIsDeletedBehindALink) {

@@ -19,9 +19,8 @@ struct SyncOptions {
 };
 
 ExitCode RunSyncCommand(const SyncOptions& options, const GlobalOptions& global) {
-    TransferRequest request =
-        RequestFrom(options.flags, options.down ? Direction::Down : Direction::Up, global.Path(options.local),
-                    ServerPath(global.Path(options.remote)));
+    TransferRequest request = RequestFrom(options.flags, options.down ? Direction::Down : Direction::Up,
+                                          global.Path(options.local), ServerPath(global.Path(options.remote)));
     request.options.base = options.base.empty() ? WideString() : global.Path(options.base);
     Client client(global);
     client.Resume();

@@ -14,8 +14,9 @@ void AddTransferFlags(CLI::App& command, TransferFlags& flags) {
         ->capture_default_str()
         ->check(CLI::Range(1, TransferEngine::MostJobs))
         ->type_name("N");
-    command.add_flag("--delete", flags.remove,
-                     "Afterwards delete in the target folder what the source folder has not; never what --exclude names");
+    command.add_flag(
+        "--delete", flags.remove,
+        "Afterwards delete in the target folder what the source folder has not; never what --exclude names");
     command.add_flag("-n,--dry-run", flags.dryRun, "Only say what would be done");
 }
 

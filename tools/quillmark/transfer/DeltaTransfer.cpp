@@ -233,9 +233,9 @@ ExitCode GetDelta(Calls& calls, const WideString& server, const WideString& loca
     const TemporaryFile whole(TemporaryName(local));
     DeltaSizes sizes;
     const DWORD error = FetchDelta(calls, server, item, base, whole.Path(), sizes);
-    Require(error, error == ERROR_INVALID_DATA ? "cannot apply the delta of " + Printable(server)
-                                               : "cannot get the delta of " + Printable(server) + " against '" +
-                                                     Printable(base) + "'");
+    Require(error, error == ERROR_INVALID_DATA
+                       ? "cannot apply the delta of " + Printable(server)
+                       : "cannot get the delta of " + Printable(server) + " against '" + Printable(base) + "'");
     PrintError(DeltaLine(sizes));
     if (MoveFileExW(whole.Path().c_str(), local.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE) {
         throw Failure("cannot write '" + Printable(local) + "'", GetLastError());

@@ -89,8 +89,7 @@ TransferResult FileTransfer::Put(const PlanStep& step, const TransferFile& file,
     return result;
 }
 
-DWORD FileTransfer::Send(const PlanStep& step, const TransferFile& file, Attributes& stored,
-                         const Progress& progress) {
+DWORD FileTransfer::Send(const PlanStep& step, const TransferFile& file, Attributes& stored, const Progress& progress) {
     if (file.method == Method::Resumable) {
         return SendResumably(file, stored, progress);
     }
@@ -126,8 +125,8 @@ DWORD FileTransfer::SendWhole(const TransferFile& file, Attributes& stored, cons
 std::optional<DWORD> FileTransfer::SettleUpload(const TransferFile& file, const IServerAttributes& sent,
                                                 Attributes& stored) {
     Attributes present;
-    const DWORD error = m_calls.Run(
-        [&] { return m_calls.Api().GetPathAttributes(file.server, present, m_calls.CancelEvent()).error; });
+    const DWORD error =
+        m_calls.Run([&] { return m_calls.Api().GetPathAttributes(file.server, present, m_calls.CancelEvent()).error; });
     if (error != ERROR_SUCCESS) {
         return error;
     }
@@ -155,7 +154,8 @@ TransferResult FileTransfer::Get(const PlanStep& step, const TransferFile& file,
     if (file.method != Method::Delta || (IsDeltaRefused(error) && !m_calls.Interrupted())) {
         error = keep ? FetchPart(file, item, fetched, progress) : FetchWhole(file, item, fetched, progress);
     }
-    if (error == ERROR_SUCCESS && MoveFileExW(fetched.c_str(), file.local.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE) {
+    if (error == ERROR_SUCCESS &&
+        MoveFileExW(fetched.c_str(), file.local.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE) {
         error = GetLastError();
     }
     const PartFile part(file.local);
@@ -174,15 +174,16 @@ TransferResult FileTransfer::Get(const PlanStep& step, const TransferFile& file,
     return result;
 }
 
-// When the item has changed, the library fetches what it is now, under the record that it was asked for: the size tells.
+// When the item has changed, the library fetches what it is now, under the record that it was asked for: the size
+// tells.
 DWORD FileTransfer::FetchWhole(const TransferFile& file, Attributes& item, WideString& fetched,
                                const Progress& progress) {
     fetched = TemporaryName(file.local);
     for (int attempt = 0; attempt < MostAttempts; ++attempt) {
         const Attributes received = MakeAttributes();
         DWORD error = m_calls.Run([&] {
-            return m_calls.Api().DownloadFile(file.server, fetched, item, received, WideString(),
-                                              m_calls.CancelEvent(), progress, 0);
+            return m_calls.Api().DownloadFile(file.server, fetched, item, received, WideString(), m_calls.CancelEvent(),
+                                              progress, 0);
         });
         std::int64_t size = 0;
         if (error == ERROR_SUCCESS) {
@@ -208,9 +209,9 @@ DWORD FileTransfer::FetchPart(const TransferFile& file, Attributes& item, WideSt
     fetched = part.Path();
     for (int attempt = 0; attempt < MostAttempts; ++attempt) {
         std::int64_t have = 0;
-        DWORD error = part.Prepare({m_calls.Session().server, m_calls.Session().user, file.server,
-                                    item->GetRevision(), item->GetSize()},
-                                   have);
+        DWORD error = part.Prepare(
+            {m_calls.Session().server, m_calls.Session().user, file.server, item->GetRevision(), item->GetSize()},
+            have);
         if (error == ERROR_SUCCESS) {
             error = FetchRest(file, item, progress);
         }
@@ -261,8 +262,7 @@ DWORD FileTransfer::FetchAgainst(const TransferFile& file, Attributes& item, Wid
 }
 
 DWORD FileTransfer::LookAgain(const TransferFile& file, Attributes& item) const {
-    return m_calls.Run(
-        [&] { return m_calls.Api().GetPathAttributes(file.server, item, m_calls.CancelEvent()).error; });
+    return m_calls.Run([&] { return m_calls.Api().GetPathAttributes(file.server, item, m_calls.CancelEvent()).error; });
 }
 
 }  // namespace quillmark::cli

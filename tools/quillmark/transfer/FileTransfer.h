@@ -22,10 +22,10 @@ namespace quillmark::cli {
 // What all files of a transfer have in common.
 struct TransferOptions {
     Direction direction = Direction::Up;
-    WideString local;   // the trees' tops, or the one file
+    WideString local;  // the trees' tops, or the one file
     WideString server;
-    WideString base;          // an earlier state of the local tree; empty for none
-    std::string revision;     // that the one item shall have; empty for any
+    WideString base;       // an earlier state of the local tree; empty for none
+    std::string revision;  // that the one item shall have; empty for any
     ResumableOptions resumable;
 };
 

@@ -23,10 +23,12 @@ std::string TransferText(const TransferOptions& options, const PlanStep& step) {
     const std::string local = Printable(InTree(options.local, step.path));
     const std::string server = Printable(InTree(options.server, step.path));
     const bool up = options.direction == Direction::Up;
-    const char* reason = step.reason == StepReason::New ? "new" : step.reason == StepReason::Changed ? "changed" : "again";
+    const char* reason = step.reason == StepReason::New       ? "new"
+                         : step.reason == StepReason::Changed ? "changed"
+                                                              : "again";
     return (up ? "put " + local + " to " + server : "get " + server + " to " + local) + " (" + reason + ", " +
-           std::to_string(step.size) + (step.size == 1 ? " byte" : " bytes") + MethodWord(step.method, options.direction) +
-           ")";
+           std::to_string(step.size) + (step.size == 1 ? " byte" : " bytes") +
+           MethodWord(step.method, options.direction) + ")";
 }
 
 }  // namespace

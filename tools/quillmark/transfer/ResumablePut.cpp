@@ -245,12 +245,12 @@ DWORD ResumablePut::Finish(const Attempt& attempt, const Attributes& item) {
     const UploadRecord& record = attempt.record;
     if (record.revision.empty()) {
         return m_calls.Api().CompleteUpload(record.key.remote, record.key.remote, record.id, item,
-                                             m_calls.CancelEvent());
+                                            m_calls.CancelEvent());
     }
     std::int64_t offset = record.file.size;
     std::int64_t length = 0;
     return m_calls.Api().ResumableUpload(record.key.local, record.key.remote, item, record.id, offset, length, false,
-                                          m_calls.CancelEvent(), nullptr, 0);
+                                         m_calls.CancelEvent(), nullptr, 0);
 }
 
 ResumablePut::Result ResumablePut::Complete(Attempt& attempt, Attributes& stored) {
@@ -284,7 +284,7 @@ DWORD ResumablePut::Ask(const UploadRecord& record, std::int64_t& received, bool
     for (DWORD pause = 50;; pause = std::min(2 * pause, LongestPause)) {
         bool locked = false;
         const DWORD error = m_calls.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
-                                                                      m_calls.CancelEvent());
+                                                                     m_calls.CancelEvent());
         if (error != ERROR_SUCCESS || !locked) {
             return error;
         }

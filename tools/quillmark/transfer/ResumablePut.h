@@ -45,8 +45,8 @@ public:
     ResumablePut(Calls& calls, ResumableOptions options)
         : m_calls(calls), m_options(std::move(options)), m_store(calls.Options().sessionPath) {}
 
-    // Sends one file. stored: the item's record. progress may be null. 1006: the file kept changing. 21077: the server has all of it and did
-    // not store it, or refused it at once; the item has another revision than the one asked for.
+    // Sends one file. stored: the item's record. progress may be null. 1006: the file kept changing. 21077: the server
+    // has all of it and did not store it, or refused it at once; the item has another revision than the one asked for.
     [[nodiscard]] DWORD Send(const WideString& local, const WideString& server, Attributes& stored,
                              const Progress& progress = nullptr);
 

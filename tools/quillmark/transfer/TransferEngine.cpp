@@ -96,8 +96,8 @@ struct TransferEngine::Worker {
     FileTransfer transfer;
 };
 
-TransferEngine::TransferEngine(Client& client, Calls& calls, const TransferOptions& options,
-                               TransferObserver& observer, int jobs)
+TransferEngine::TransferEngine(Client& client, Calls& calls, const TransferOptions& options, TransferObserver& observer,
+                               int jobs)
     : m_client(client),
       m_calls(calls),
       m_options(options),
@@ -227,8 +227,8 @@ void TransferEngine::Delete(const PlanStep& step) {
         return;
     }
     const TransferFile file = FileOf(step);
-    const DWORD error = m_options.direction == Direction::Up ? DeleteServerItem(step, file.server)
-                                                             : DeleteLocalItem(step, file.local);
+    const DWORD error =
+        m_options.direction == Direction::Up ? DeleteServerItem(step, file.server) : DeleteLocalItem(step, file.local);
     if (error != ERROR_SUCCESS && m_calls.Interrupted()) {
         return;
     }
@@ -310,8 +310,7 @@ void TransferEngine::Tell(const TransferFile& file, const TransferResult& result
 TransferSummary TransferEngine::Finish(bool complete) {
     m_queue.Drain();
     m_summary.cancelled = m_client.Options().Interrupted();
-    m_summary.time =
-        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - m_begin);
+    m_summary.time = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - m_begin);
     if (m_summary.cancelled) {
         SayWhatIsLeft(complete);
     }
@@ -369,8 +368,8 @@ std::string ReasonText(const PlanStep& step) {
         case StepReason::WrongKind:
             return step.folder ? "a file stands where the folder is to go" : "a folder stands where the file is to go";
         case StepReason::TooLarge:
-            return "it has " + std::to_string(step.size) + " bytes, and this folder of the server takes files of up to " +
-                   std::to_string(step.limit);
+            return "it has " + std::to_string(step.size) +
+                   " bytes, and this folder of the server takes files of up to " + std::to_string(step.limit);
         default:
             return ErrorReason(ReasonError(step));
     }

@@ -1,6 +1,6 @@
 // TransferEngine: carries out the steps of a plan. Folders are made as their step comes, files are transferred on
-// several threads, deletions wait until everything before them is over. A failure is told and counted, and the rest goes
-// on; an interruption lets nothing new begin and ends what runs.
+// several threads, deletions wait until everything before them is over. A failure is told and counted, and the rest
+// goes on; an interruption lets nothing new begin and ends what runs.
 //
 // Steps come from one thread, in the order of the plan. The observer is told from all of them.
 #pragma once

@@ -136,7 +136,7 @@ PlanStep PlanFile(const PlanOptions& options, const WideString& path, const Tree
         step.limit = abilities.largestFile;
         return step;
     }
-    const StepReason reason = target == nullptr ? StepReason::New
+    const StepReason reason = target == nullptr             ? StepReason::New
                               : IsSameFile(source, *target) ? StepReason::Asked
                                                             : StepReason::Changed;
     PlanStep step = Step(StepKind::Transfer, reason, path, source);

@@ -85,7 +85,7 @@ struct PlanStep {
     WideString path;  // from the trees' top; empty for the top itself
     bool folder = false;
     Method method = Method::Whole;
-    std::int64_t size = 0;  // bytes of the source's file, or of the one to be deleted
+    std::int64_t size = 0;    // bytes of the source's file, or of the one to be deleted
     std::uint64_t limit = 0;  // TooLarge: what the folder takes
     CAttributeTime created;
     CAttributeTime modified;
@@ -106,10 +106,10 @@ struct PlanOptions {
     bool deleteExtra = false;  // what only the target has is deleted
     bool resumable = false;    // every upload goes in chunks
     // All of these may be empty.
-    std::function<FolderAbilities(const WideString& path)> abilities;      // nothing offered without it
-    std::function<std::optional<BaseFile>(const WideString& path)> base;   // uploads: the file's earlier state
-    std::function<bool(const WideString& name)> isLocalName;               // downloads; any name without it
-    std::function<WideString(const WideString& name)> localKey;            // the same for local names that are the same
+    std::function<FolderAbilities(const WideString& path)> abilities;     // nothing offered without it
+    std::function<std::optional<BaseFile>(const WideString& path)> base;  // uploads: the file's earlier state
+    std::function<bool(const WideString& name)> isLocalName;              // downloads; any name without it
+    std::function<WideString(const WideString& name)> localKey;           // the same for local names that are the same
 };
 
 // From this size on an upload goes in chunks where the folder takes them, so that it can be continued.

@@ -149,8 +149,7 @@ ExitCode Run::TransferFile(const TreeEntry& source) {
         throw Failure("nothing is deleted beside a file: --delete is for folders", ExitCode::Usage);
     }
     TreeEntry target;
-    if (!IsUp() && LookAtLocal(Options().local, target) == ERROR_SUCCESS &&
-        target.kind == TreeEntry::Kind::Folder) {
+    if (!IsUp() && LookAtLocal(Options().local, target) == ERROR_SUCCESS && target.kind == TreeEntry::Kind::Folder) {
         m_request.options.local = JoinPath(Options().local, LeafName(Options().server));
     }
     if (source.kind == TreeEntry::Kind::Special) {
@@ -219,8 +218,7 @@ ExitCode Run::Sync(bool yes) {
         return Ended(false);
     }
     if (source.kind != TreeEntry::Kind::Folder) {
-        throw Failure("'" + Printable(IsUp() ? Options().local : Options().server) +
-                          "' is a file; sync is for folders",
+        throw Failure("'" + Printable(IsUp() ? Options().local : Options().server) + "' is a file; sync is for folders",
                       ExitCode::Usage);
     }
     if (!LookAtTarget(there)) {

@@ -80,8 +80,7 @@ DWORD LookAtLocal(const WideString& path, TreeEntry& entry) {
 
 DWORD LookAtServer(Calls& calls, const WideString& path, TreeEntry& entry) {
     std::shared_ptr<IServerAttributes> item;
-    const DWORD error =
-        calls.Run([&] { return calls.Api().GetPathAttributes(path, item, calls.CancelEvent()).error; });
+    const DWORD error = calls.Run([&] { return calls.Api().GetPathAttributes(path, item, calls.CancelEvent()).error; });
     if (error == ERROR_SUCCESS) {
         entry = EntryOf(*item);
     }

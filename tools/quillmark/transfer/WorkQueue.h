@@ -1,5 +1,5 @@
-// WorkQueue: runs tasks on a few threads, which are started as they are needed. Whoever brings tasks waits when too many
-// are waiting already, so that a long walk does not fill the memory with work.
+// WorkQueue: runs tasks on a few threads, which are started as they are needed. Whoever brings tasks waits when too
+// many are waiting already, so that a long walk does not fill the memory with work.
 #pragma once
 
 #include <condition_variable>
