@@ -144,6 +144,7 @@ void RegisterGet(CLI::App& program, const GlobalOptions& options, Action& action
 void RegisterFolders(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterRm(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterMv(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterSync(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterTouch(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterUploads(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterDeltaJobs(CLI::App& program, const GlobalOptions& options, Action& action);

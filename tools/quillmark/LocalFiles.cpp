@@ -9,8 +9,12 @@ namespace quillmark::cli {
 namespace {
 
 LocalItem ItemFrom(const WIN32_FIND_DATAW& data) {
-    return {data.cFileName, (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
-            (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0};
+    return {data.cFileName,
+            (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
+            (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0,
+            (static_cast<std::int64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow,
+            CAttributeTime::FromFileTime(data.ftCreationTime),
+            CAttributeTime::FromFileTime(data.ftLastWriteTime)};
 }
 
 }  // namespace
@@ -20,7 +24,7 @@ DWORD FindLocalItem(const WideString& path, LocalItem& item) {
     if (attributes == INVALID_FILE_ATTRIBUTES) {
         return GetLastError();
     }
-    item = {LeafName(path), (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0, false};
+    item = {LeafName(path), (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0, false, 0, {}, {}};
     return ERROR_SUCCESS;
 }
 

@@ -14,6 +14,9 @@ struct LocalItem {
     WideString name;
     bool folder = false;
     bool link = false;
+    std::int64_t size = 0;  // from here on: what a listing tells; of a link either its own or its target's
+    CAttributeTime created;
+    CAttributeTime modified;
 };
 
 // Looks at one item. 0 or an error code.

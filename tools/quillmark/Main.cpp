@@ -13,11 +13,11 @@ using namespace quillmark;       // NOLINT: this file is the program
 using namespace quillmark::cli;  // NOLINT
 
 constexpr CommandRegistration Commands[] = {
-    RegisterRegister,  RegisterLogin,  RegisterVersion,   RegisterFolders,  RegisterLs,
-    RegisterStat,      RegisterMkdir,  RegisterPut,       RegisterGet,      RegisterUploads,
-    RegisterDeltaJobs, RegisterMv,     RegisterRm,        RegisterTouch,    RegisterChanges,
-    RegisterLock,      RegisterUnlock, RegisterLockState, RegisterShare,    RegisterStats,
-    RegisterWipeAck,   RegisterLogout, RegisterWhoami,    RegisterProfiles, RegisterDoctor};
+    RegisterRegister,  RegisterLogin, RegisterVersion, RegisterFolders, RegisterLs,      RegisterStat,
+    RegisterMkdir,     RegisterPut,   RegisterGet,     RegisterSync,    RegisterUploads, RegisterDeltaJobs,
+    RegisterMv,        RegisterRm,    RegisterTouch,   RegisterChanges, RegisterLock,    RegisterUnlock,
+    RegisterLockState, RegisterShare, RegisterStats,   RegisterWipeAck, RegisterLogout,  RegisterWhoami,
+    RegisterProfiles,  RegisterDoctor};
 
 constexpr const char* Epilogue =
     "\nExamples:\n"
@@ -27,6 +27,7 @@ constexpr const char* Epilogue =
     "  quillmark get /Shared/Photos photos\n"
     "  quillmark put --resumable disk.img /Backups/        the same again after an interruption: it goes on\n"
     "  quillmark put --delta old.db new.db /Shared/data.db sends only what differs\n"
+    "  quillmark sync --delete photos /Shared/Photos       shows what it will do, and asks before it deletes\n"
     "  quillmark get --range 0-64K /Shared/video head      the first 65536 bytes\n"
     "  quillmark mv --force /Shared/draft /Shared/final\n"
     "  quillmark changes --follow 10\n"

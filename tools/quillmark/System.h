@@ -28,6 +28,12 @@ void PrepareOutput();
 // from a server becomes a local name only then.
 [[nodiscard]] bool IsLocalName(const WideString& name);
 
+// The same for two names exactly when they name the same item of a local folder.
+[[nodiscard]] WideString LocalNameKey(const WideString& name);
+
+// Whether a person sits at standard input and reads standard error.
+[[nodiscard]] bool IsInteractive();
+
 // An environment variable's value as UTF-8, empty when it is not set.
 [[nodiscard]] std::string Environment(const char* name);
 

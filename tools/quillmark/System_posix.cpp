@@ -145,6 +145,14 @@ bool IsLocalName(const WideString& name) {
     return IsOwnName(name) && name.Find(QM_W('/')) == WideString::npos && name.Find(QM_W('\0')) == WideString::npos;
 }
 
+WideString LocalNameKey(const WideString& name) {
+    return name;
+}
+
+bool IsInteractive() {
+    return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
+}
+
 std::string Environment(const char* name) {
     const char* value = std::getenv(name);
     return value == nullptr ? std::string() : std::string(value);

@@ -167,6 +167,19 @@ bool IsLocalName(const WideString& name) {
     return IsOwnName(name) && plain && !text.ends_with(L'.') && !text.ends_with(L' ') && !IsDeviceName(text);
 }
 
+WideString LocalNameKey(const WideString& name) {
+    // One unit stays one unit: the file system compares names unit by unit, in capitals.
+    std::wstring key(name.view());
+    ::CharUpperBuffW(key.data(), static_cast<DWORD>(key.size()));
+    return key;
+}
+
+bool IsInteractive() {
+    DWORD mode = 0;
+    return ::GetConsoleMode(::GetStdHandle(STD_INPUT_HANDLE), &mode) != FALSE &&
+           ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
+}
+
 std::string Environment(const char* name) {
     const WideString wide = WidenUtf8(name);
     std::wstring value(::GetEnvironmentVariableW(wide.c_str(), nullptr, 0), L'\0');

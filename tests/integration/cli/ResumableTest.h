@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "integration/cli/CliTest.h"
+#include "integration/cli/Facts.h"
 
 namespace quillmark::testing {
 
@@ -30,13 +31,14 @@ protected:
     // The file, and the command that sends it to /f.
     std::string WriteFile(const std::string& content) const { return Write("file", content); }
     [[nodiscard]] Arguments Put(const Arguments& more = {}) const {
-        Arguments arguments = {"put", "-q", "--resumable", "--chunk", "64K", Local("file"), "/f"};
+        Arguments arguments = {"put", "-q", "--retries", "0", "--resumable", "--chunk", "64K", Local("file"), "/f"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         return arguments;
     }
     ProcessResult Send(const Arguments& more = {}) const { return Quillmark(Put(more)); }
     [[nodiscard]] static std::string Summary(std::size_t bytes) {
-        return "1 file, 0 folders, " + std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes") + ", 0 failed\n";
+        return "1 file, 0 folders, " + std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes") +
+               ", 0 skipped, 0 failed\n";
     }
 
     // Lets so many requests with a chunk of /f pass, and does that to the next one.
@@ -69,7 +71,7 @@ protected:
         return process;
     }
     [[nodiscard]] Arguments PutLarge() const {
-        return {"put", "-q", "--resumable", "--chunk", "2M", Local("file"), "/f"};
+        return {"put", "-q", "--retries", "0", "--resumable", "--chunk", "2M", Local("file"), "/f"};
     }
     static constexpr std::size_t LargeSize = 10 * 1024 * 1024;
     // Waits for something that has no event of its own.

@@ -1,12 +1,12 @@
 // Ctrl-C in the middle of a transfer.
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <memory>
 #include <thread>
 
 #include "integration/cancel/StalledServer.h"
 #include "integration/cli/CliTest.h"
+#include "integration/cli/Facts.h"
 
 namespace quillmark::testing {
 namespace {
@@ -52,7 +52,10 @@ TEST_F(InterruptTest, EndsAnUploadWithAWordOfIt) {
     Start({.request = "POST /api/1.7/folders/item", .readsRequest = false});
     const std::string file = Write("file", std::string(30'000'000, 'x'));
     EXPECT_EQ(7, InterruptWhenHeldUp({"put", file, "/item"}));
-    EXPECT_EQ("0 files, 0 folders, 0 bytes, 1 failed, cancelled\n", Read(Local("err")));
+    EXPECT_EQ(
+        "1 file is left; the same command goes on where it stopped\n"
+        "0 files, 0 folders, 0 bytes, 0 skipped, 0 failed, cancelled\n",
+        Facts(Read(Local("err"))));
 }
 
 TEST_F(InterruptTest, SaysWhatOfSeveralItemsIsLeft) {
@@ -91,31 +94,6 @@ TEST_F(InterruptTest, EndsThePauseBeforeARepetition) {
 TEST_F(InterruptTest, ARequestToTerminateCountsAsWell) {
     Start({.request = "GET /api/1.7/folders/"});
     EXPECT_EQ(7, InterruptWhenHeldUp({"ls"}, SIGTERM));
-}
-
-TEST_F(InterruptTest, EndsADownloadAndLeavesNoPartOfTheFile) {
-    StartAndLogin();
-    ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", std::string(5'000'000, 'x')), "/f"}).exitCode);
-    Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/folders/f"}, {"kind", "delay"}, {"ms", 1}});
-    Server().AddFaults(
-        {{"method", "GET"}, {"path", "/api/1.7/folders/f"}, {"kind", "stall"}, {"after", 3'000'000}, {"ms", 60'000}});
-    const std::string target = Write("folder/f", "old");
-    Process process(Command({"get", "/f", target}), Local("out"), Local("err"), HomeEnvironment());
-    // The download tells how far it has come by the size of its temporary file.
-    const std::string partial = target + ".quillmark-part";
-    std::error_code missing;
-    const Clock::time_point limit = Clock::now() + std::chrono::minutes(1);
-    while ((!std::filesystem::exists(partial) || std::filesystem::file_size(partial, missing) < 2'000'000) &&
-           Clock::now() < limit) {
-        std::this_thread::yield();
-    }
-    const Clock::time_point sent = Clock::now();
-    process.Signal(SIGINT);
-    EXPECT_EQ(7, process.Wait());
-    EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LongestEnd);
-    EXPECT_EQ("0 files, 0 folders, 0 bytes, 1 failed, cancelled\n", Read(Local("err")));
-    EXPECT_EQ(std::vector<std::string>{"f"}, NamesIn(Local("folder")));
-    EXPECT_EQ("old", Read(target));
 }
 
 // What cannot be cancelled, the second Ctrl-C ends.

@@ -76,6 +76,8 @@ private:
                 peer.Send(JsonReply(R"({"qm":{"sync":{"1.7":{"path":"/api/1.7","tos":0}}}})"));
             } else if (head.starts_with("GET /api/1.7/init ")) {
                 peer.Send(JsonReply(R"({"device_token_auth":false})"));
+            } else if (head.starts_with("GET /api/1.7/folders?")) {
+                peer.Send(JsonReply(R"({"contents":[]})"));
             } else {
                 peer.Send(NextReply(head));
             }

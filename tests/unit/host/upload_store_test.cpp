@@ -1,4 +1,4 @@
-#include "UploadStore.h"
+#include "transfer/UploadStore.h"
 
 #include <gtest/gtest.h>
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "Client.h"
-#include "DeltaTransfer.h"
+#include "transfer/DeltaTransfer.h"
 #include "Output.h"
 #include "Texts.h"
 
@@ -60,7 +60,8 @@ ExitCode Commit(const DeltaJobsOptions& options, const GlobalOptions& global) {
     const GUID job = RequireJob(options.job);
     Client client(global);
     client.Resume();
-    CommitJob(client, job, global.Path(options.local), options.revision);
+    Calls calls(client);
+    CommitJob(calls, job, global.Path(options.local), options.revision);
     return ExitCode::Success;
 }
 

@@ -2,11 +2,11 @@
 #include <memory>
 
 #include "Client.h"
-#include "DeltaTransfer.h"
 #include "LocalFiles.h"
 #include "Paths.h"
-#include "RangeDownload.h"
-#include "Transfer.h"
+#include "commands/TransferFlags.h"
+#include "transfer/DeltaTransfer.h"
+#include "transfer/RangeDownload.h"
 
 namespace quillmark::cli {
 namespace {
@@ -17,7 +17,8 @@ struct GetOptions {
     std::string range;
     std::string delta;
     std::string revision;
-    bool quiet = false;
+    TransferFlags flags;
+    bool always = false;
 };
 
 ByteRange RequireRange(const std::string& text) {
@@ -36,17 +37,18 @@ ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
         local = TargetInFolder(local, server);
     }
     const ByteRange range = options.range.empty() ? ByteRange() : RequireRange(options.range);
+    TransferRequest request = RequestFrom(options.flags, Direction::Down, local, server);
     Client client(global);
     client.Resume();
+    Calls calls(client);
     if (!options.range.empty()) {
-        return GetRange(client, server, FileTarget(server, local), range, options.revision, options.quiet);
+        return GetRange(calls, server, FileTarget(server, local), range, options.revision, global.quiet);
     }
     if (!options.delta.empty()) {
-        return GetDelta(client, server, FileTarget(server, local), global.Path(options.delta), options.quiet);
+        return GetDelta(calls, server, FileTarget(server, local), global.Path(options.delta), global.quiet);
     }
-    Transfer transfer(client, options.quiet);
-    transfer.Get(server, local);
-    return transfer.Summarise();
+    request.plan.always = options.always;
+    return RunTransfer(client, std::move(request));
 }
 
 }  // namespace
@@ -60,7 +62,8 @@ void RegisterGet(CLI::App& program, const GlobalOptions& global, Action& action)
             "local", options->local,
             "Its local path; with a trailing / the folder to put it in. A file also goes into a folder that is there")
         ->required();
-    command->add_flag("-q,--quiet", options->quiet, "Do not name each file");
+    AddTransferFlags(*command, options->flags);
+    command->add_flag("--always", options->always, "Get also files of a folder that are here already");
     CLI::Option* range =
         command
             ->add_option("--range", options->range,

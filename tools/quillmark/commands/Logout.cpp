@@ -5,7 +5,7 @@
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
-#include "UploadStore.h"
+#include "transfer/UploadStore.h"
 #include "account/Profiles.h"
 
 namespace quillmark::cli {

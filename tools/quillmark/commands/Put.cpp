@@ -2,11 +2,10 @@
 #include <memory>
 
 #include "Client.h"
-#include "DeltaTransfer.h"
-#include "Output.h"
 #include "Paths.h"
 #include "Texts.h"
-#include "Transfer.h"
+#include "commands/TransferFlags.h"
+#include "transfer/DeltaTransfer.h"
 
 namespace quillmark::cli {
 namespace {
@@ -18,11 +17,13 @@ struct PutOptions {
     std::string chunk;
     std::string delta;
     std::string asyncDelta;
+    std::string base;
+    TransferFlags flags;
     DWORD patience = ResumableOptions::DefaultPatience;
     bool resumable = false;
     bool optimise = false;
     bool noCommit = false;
-    bool quiet = false;
+    bool always = false;
 };
 
 ResumableOptions Resumable(const PutOptions& options) {
@@ -40,14 +41,15 @@ ResumableOptions Resumable(const PutOptions& options) {
     return resumable;
 }
 
-ExitCode PutFiles(Client& client, const PutOptions& options, const WideString& local, const WideString& server) {
-    Transfer transfer(client, options.quiet);
-    if (options.resumable) {
-        transfer.SendResumably(Resumable(options));
+ExitCode PutFiles(Client& client, const PutOptions& options, TransferRequest request) {
+    request.options.revision = options.revision;
+    request.options.resumable = Resumable(options);
+    request.plan.resumable = options.resumable;
+    request.plan.always = options.always;
+    if (!options.base.empty()) {
+        request.options.base = client.Options().Path(options.base);
     }
-    transfer.ExpectRevision(options.revision);
-    transfer.Put(local, server);
-    return transfer.Summarise();
+    return RunTransfer(client, std::move(request));
 }
 
 ExitCode RunPut(const PutOptions& options, const GlobalOptions& global) {
@@ -56,15 +58,17 @@ ExitCode RunPut(const PutOptions& options, const GlobalOptions& global) {
     if (options.remote.ends_with('/') && IsOwnName(LeafName(local))) {
         server = JoinPath(server, LeafName(local));
     }
-    static_cast<void>(Resumable(options));  // a wrong size is told before the server is asked
+    static_cast<void>(Resumable(options));  // a wrong size or pattern is told before the server is asked
+    TransferRequest request = RequestFrom(options.flags, Direction::Up, local, server);
     Client client(global);
     client.Resume();
     const std::string& old = options.delta.empty() ? options.asyncDelta : options.delta;
     if (old.empty()) {
-        return PutFiles(client, options, local, server);
+        return PutFiles(client, options, std::move(request));
     }
-    const DeltaPut put{global.Path(old), local, server, options.revision, options.optimise, options.quiet};
-    return options.delta.empty() ? PutAsyncDelta(client, put, !options.noCommit) : PutDelta(client, put);
+    Calls calls(client);
+    const DeltaPut put{global.Path(old), local, server, options.revision, options.optimise, global.quiet};
+    return options.delta.empty() ? PutAsyncDelta(calls, put, !options.noCommit) : PutDelta(calls, put);
 }
 
 void AddResumableOptions(CLI::App& command, PutOptions& options) {
@@ -112,13 +116,19 @@ void RegisterPut(CLI::App& program, const GlobalOptions& global, Action& action)
     command->add_option("local", options->local, "The local file or folder")->required();
     command->add_option("remote", options->remote, "Its path on the server; with a trailing / the folder to put it in")
         ->required();
-    command->add_flag("-q,--quiet", options->quiet, "Do not name each file");
+    AddTransferFlags(*command, options->flags);
+    command->add_flag("--always", options->always, "Send also files of a folder that the server has already");
     command
         ->add_option("--revision", options->revision,
                      "Only while the item has this revision (see 'stat'); for one file")
         ->type_name("REVISION");
     AddResumableOptions(*command, *options);
     AddDeltaOptions(*command, *options);
+    command
+        ->add_option("--base", options->base,
+                     "A copy of an earlier state of LOCAL, with its times: a file that the server still has as it is "
+                     "there is sent as a delta")
+        ->type_name("FOLDER");
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunPut(*options, global); }; });
 }

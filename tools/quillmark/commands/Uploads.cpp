@@ -6,7 +6,7 @@
 #include "Output.h"
 #include "Paths.h"
 #include "Texts.h"
-#include "UploadStore.h"
+#include "transfer/UploadStore.h"
 
 namespace quillmark::cli {
 namespace {

@@ -1,4 +1,4 @@
-#include "UploadStore.h"
+#include "transfer/UploadStore.h"
 
 #include <algorithm>
 #include <charconv>

@@ -11,13 +11,16 @@
 //
 // Before a chunk goes out the record covers its bytes, so that the server never has bytes that the record cannot tell
 // from others. A file that changes while it is sent is begun anew, three times at most.
+//
+// A lost connection ends Send; sent again, the file goes on where it stood. Each chunk that the server takes counts as
+// progress of the calls. One object sends one file at a time; several, each with calls of its own, send several.
 #pragma once
 
 #include <memory>
 #include <optional>
 
-#include "Client.h"
-#include "UploadStore.h"
+#include "Calls.h"
+#include "transfer/UploadStore.h"
 
 namespace quillmark::cli {
 
@@ -36,12 +39,16 @@ class ResumablePut {
 public:
     using Attributes = std::shared_ptr<IServerAttributes>;
 
-    ResumablePut(Client& client, ResumableOptions options)
-        : m_client(client), m_options(std::move(options)), m_store(client.Options().sessionPath) {}
+    using Progress = std::shared_ptr<IProgressSink>;
 
-    // Sends one file. stored: the item's record. 1006: the file kept changing. 21077: the server has all of it and did
-    // not store it, or refused it at once; the item has another revision than the one asked for.
-    [[nodiscard]] DWORD Send(const WideString& local, const WideString& server, Attributes& stored);
+    // calls: the thread's that sends.
+    ResumablePut(Calls& calls, ResumableOptions options)
+        : m_calls(calls), m_options(std::move(options)), m_store(calls.Options().sessionPath) {}
+
+    // Sends one file. stored: the item's record. progress may be null. 1006: the file kept changing. 21077: the server
+    // has all of it and did not store it, or refused it at once; the item has another revision than the one asked for.
+    [[nodiscard]] DWORD Send(const WideString& local, const WideString& server, Attributes& stored,
+                             const Progress& progress = nullptr);
 
     // Whether the last 21077 left an upload that can be completed under another path.
     [[nodiscard]] bool KeptConflict() const { return m_keptConflict; }
@@ -85,7 +92,8 @@ private:
     [[nodiscard]] DWORD Abandon(const UploadRecord& record) const;
     [[nodiscard]] bool HasChanged(const UploadRecord& record) const;
 
-    Client& m_client;
+    Calls& m_calls;
+    Progress m_progress;
     const ResumableOptions m_options;
     const UploadStore m_store;
     bool m_keptConflict = false;

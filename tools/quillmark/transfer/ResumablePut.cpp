@@ -1,4 +1,4 @@
-#include "ResumablePut.h"
+#include "transfer/ResumablePut.h"
 
 #include <algorithm>
 
@@ -24,7 +24,9 @@ bool IsRefusal(DWORD error) {
 
 }  // namespace
 
-DWORD ResumablePut::Send(const WideString& local, const WideString& server, Attributes& stored) {
+DWORD ResumablePut::Send(const WideString& local, const WideString& server, Attributes& stored,
+                         const Progress& progress) {
+    m_progress = progress;
     m_expected = m_options.revision;
     m_keptConflict = false;
     for (int attempt = 0; attempt < MostAttempts; ++attempt) {
@@ -65,7 +67,7 @@ DWORD ResumablePut::Describe(const WideString& local, const WideString& server, 
     }
     attempt.attributes->SetRevision(m_expected);
     UploadRecord& record = attempt.record;
-    record.key = {m_client.Session().server, m_client.Session().user, server, path};
+    record.key = {m_calls.Session().server, m_calls.Session().user, server, path};
     record.file = IdentityOf(*attempt.attributes);
     record.revision = m_expected;
     record.chunk = m_options.chunk != 0 ? m_options.chunk : ResumableOptions::DefaultChunk;
@@ -138,15 +140,16 @@ ResumablePut::Result ResumablePut::SendChunk(Attempt& attempt, Attributes& store
     std::int64_t offset = attempt.offset;
     std::int64_t sent = length;
     const bool first = attempt.offset == 0;
-    error = m_client.Api().ResumableUpload(record.key.local, record.key.remote, item, record.id, offset, sent, first,
-                                           m_client.CancelEvent(), nullptr, 0);
+    error = m_calls.Api().ResumableUpload(record.key.local, record.key.remote, item, record.id, offset, sent, first,
+                                          m_calls.CancelEvent(), m_progress, 0);
     if (error != ERROR_SUCCESS) {
         // A file that became shorter in the middle of its chunk fails here.
-        const bool changed = !m_client.Options().Interrupted() && HasChanged(record);
+        const bool changed = !m_calls.Interrupted() && HasChanged(record);
         return changed && Abandon(record) == ERROR_SUCCESS ? Result() : Recover(attempt, error, offset);
     }
     attempt.begun = true;
     attempt.setbacks = 0;
+    m_calls.Progressed();
     attempt.offset += sent;
     const bool finished = attempt.offset == record.file.size;
     if (HasChanged(record)) {
@@ -241,13 +244,13 @@ DWORD ResumablePut::KeepConflict(Attempt& attempt) {
 DWORD ResumablePut::Finish(const Attempt& attempt, const Attributes& item) {
     const UploadRecord& record = attempt.record;
     if (record.revision.empty()) {
-        return m_client.Api().CompleteUpload(record.key.remote, record.key.remote, record.id, item,
-                                             m_client.CancelEvent());
+        return m_calls.Api().CompleteUpload(record.key.remote, record.key.remote, record.id, item,
+                                            m_calls.CancelEvent());
     }
     std::int64_t offset = record.file.size;
     std::int64_t length = 0;
-    return m_client.Api().ResumableUpload(record.key.local, record.key.remote, item, record.id, offset, length, false,
-                                          m_client.CancelEvent(), nullptr, 0);
+    return m_calls.Api().ResumableUpload(record.key.local, record.key.remote, item, record.id, offset, length, false,
+                                         m_calls.CancelEvent(), nullptr, 0);
 }
 
 ResumablePut::Result ResumablePut::Complete(Attempt& attempt, Attributes& stored) {
@@ -272,7 +275,7 @@ ResumablePut::Result ResumablePut::Complete(Attempt& attempt, Attributes& stored
 bool ResumablePut::IsFolderMissing(const WideString& remote) const {
     Attributes folder;
     const WideString path = ServerPath(remote.Substring(0, remote.size() - LeafName(remote).size()));
-    return m_client.Api().GetPathAttributes(path, folder, m_client.CancelEvent()).error == ItemUnknown;
+    return m_calls.Api().GetPathAttributes(path, folder, m_calls.CancelEvent()).error == ItemUnknown;
 }
 
 DWORD ResumablePut::Ask(const UploadRecord& record, std::int64_t& received, bool& waited) const {
@@ -280,8 +283,8 @@ DWORD ResumablePut::Ask(const UploadRecord& record, std::int64_t& received, bool
     DWORD left = m_options.patience * 1000;
     for (DWORD pause = 50;; pause = std::min(2 * pause, LongestPause)) {
         bool locked = false;
-        const DWORD error = m_client.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
-                                                                      m_client.CancelEvent());
+        const DWORD error = m_calls.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
+                                                                     m_calls.CancelEvent());
         if (error != ERROR_SUCCESS || !locked) {
             return error;
         }
@@ -291,7 +294,7 @@ DWORD ResumablePut::Ask(const UploadRecord& record, std::int64_t& received, bool
         }
         pause = std::min(pause, left);
         left -= pause;
-        if (WaitForSingleObject(m_client.CancelEvent(), pause) == WAIT_OBJECT_0) {
+        if (!m_calls.Pause(std::chrono::milliseconds(pause))) {
             return ERROR_CANCELLED;
         }
     }
@@ -302,7 +305,7 @@ DWORD ResumablePut::Abandon(const UploadRecord& record) const {
     bool waited = false;
     DWORD error = Ask(record, received, waited);  // not before its last request has ended
     if (error == ERROR_SUCCESS) {
-        error = m_client.Api().CancelUpload(record.key.remote, record.id, m_client.CancelEvent());
+        error = m_calls.Api().CancelUpload(record.key.remote, record.id, m_calls.CancelEvent());
     }
     return error == ERROR_SUCCESS || error == UploadUnknown ? m_store.Remove(record.key) : error;
 }

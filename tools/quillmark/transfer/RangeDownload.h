@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "Client.h"
+#include "Calls.h"
 #include "Texts.h"
 
 namespace quillmark::cli {
@@ -11,7 +11,7 @@ namespace quillmark::cli {
 // Writes the item's bytes to the same offsets of the local file, which is made when it is missing and keeps all other
 // bytes. revision: that the item shall have, empty for the present one. Throws Failure; for a range that ends behind
 // the item's end before anything is written.
-[[nodiscard]] ExitCode GetRange(Client& client, const WideString& server, const WideString& local, ByteRange range,
+[[nodiscard]] ExitCode GetRange(Calls& calls, const WideString& server, const WideString& local, ByteRange range,
                                 const std::string& revision, bool quiet);
 
 }  // namespace quillmark::cli

@@ -1,9 +1,9 @@
-#include "RangeDownload.h"
+#include "transfer/RangeDownload.h"
 
 #include "LocalFile.h"
 #include "Output.h"
 #include "Paths.h"
-#include "Transfer.h"
+#include "transfer/PartFile.h"
 
 namespace quillmark::cli {
 namespace {
@@ -23,26 +23,30 @@ void CheckRange(const IServerAttributes& item, const WideString& server, ByteRan
     }
 }
 
-DWORD Download(Client& client, const WideString& server, const WideString& local, const Attributes& expected,
+DWORD Download(Calls& calls, const WideString& server, const WideString& local, const Attributes& expected,
                ByteRange range) {
-    return client.Api().DownloadData(server, local, expected, MakeAttributes(), static_cast<std::uint64_t>(range.first),
-                                     range.end, client.CancelEvent(), nullptr, 0);
+    return calls.Run([&] {
+        return calls.Api().DownloadData(server, local, expected, MakeAttributes(),
+                                        static_cast<std::uint64_t>(range.first), range.end, calls.CancelEvent(),
+                                        nullptr, 0);
+    });
 }
 
 // The library begins a file anew when the range begins at 0: its bytes go through a file beside the target then.
-DWORD DownloadBeginning(Client& client, const WideString& server, const WideString& local, const Attributes& expected,
+DWORD DownloadBeginning(Calls& calls, const WideString& server, const WideString& local, const Attributes& expected,
                         ByteRange range) {
-    const TemporaryFile partial(PartialName(local));
-    const DWORD error = Download(client, server, partial.Path(), expected, range);
+    const TemporaryFile partial(TemporaryName(local));
+    const DWORD error = Download(calls, server, partial.Path(), expected, range);
     return error == ERROR_SUCCESS ? CopyBeginning(partial.Path(), local, range.end) : error;
 }
 
 }  // namespace
 
-ExitCode GetRange(Client& client, const WideString& server, const WideString& local, ByteRange range,
+ExitCode GetRange(Calls& calls, const WideString& server, const WideString& local, ByteRange range,
                   const std::string& revision, bool quiet) {
     Attributes item;
-    Require(client.Api().GetPathAttributes(server, item, client.CancelEvent()), "cannot look at " + Printable(server));
+    Require(calls.Run([&] { return calls.Api().GetPathAttributes(server, item, calls.CancelEvent()).error; }),
+            "cannot look at " + Printable(server));
     if (!revision.empty() && item->GetRevision() != revision) {
         throw Failure("cannot get " + Printable(server), SERVER_ERROR_REVISION_MISMATCH);
     }
@@ -51,8 +55,8 @@ ExitCode GetRange(Client& client, const WideString& server, const WideString& lo
         LocalFile target;  // its being there is all that is needed
         Require(target.Open(local, GENERIC_WRITE, OPEN_ALWAYS), "cannot write '" + Printable(local) + "'");
     }
-    Require(range.first == 0 ? DownloadBeginning(client, server, local, item, range)
-                             : Download(client, server, local, item, range),
+    Require(range.first == 0 ? DownloadBeginning(calls, server, local, item, range)
+                             : Download(calls, server, local, item, range),
             "cannot get " + Printable(server) + " to '" + Printable(local) + "'");
     if (!quiet) {
         Print(Printable(local));

@@ -1,0 +1,192 @@
+// quillmark sync: the plan first, then what it says; in both directions; what is deleted and what never is.
+#include <pty.h>
+#include <sys/wait.h>
+#include <csignal>
+
+#include "integration/cli/TransferTreeTest.h"
+
+namespace quillmark::testing {
+namespace {
+
+class SyncTest : public TransferTreeTest {
+protected:
+    // Both sides with the tree, then one more file and one less on the local side.
+    void Diverge() {
+        WriteTree();
+        ASSERT_EQ(0, Quillmark({"sync", "-q", Local("tree"), "/copy"}).exitCode);
+        Write("tree/new", "333");
+        std::filesystem::remove(Local("tree/one"));
+    }
+    // Answers on a terminal; its exit code, and what it showed.
+    std::pair<int, std::string> OnTerminal(const Arguments& arguments, const std::string& answer) {
+        const Arguments command = Command(arguments);
+        const Process::Environment environment = HomeEnvironment();
+        int terminal = -1;
+        const pid_t id = ::forkpty(&terminal, nullptr, nullptr, nullptr);
+        if (id == 0) {
+            for (const auto& [name, value] : environment) {
+                value.empty() ? ::unsetenv(name.c_str()) : ::setenv(name.c_str(), value.c_str(), 1);
+            }
+            std::vector<char*> values;
+            for (const std::string& argument : command) {
+                values.push_back(const_cast<char*>(argument.c_str()));
+            }
+            values.push_back(nullptr);
+            ::execv(values[0], values.data());
+            ::_exit(127);
+        }
+        std::string shown;
+        bool answered = false;
+        char bytes[4096];
+        for (ssize_t got = 0; (got = ::read(terminal, bytes, sizeof(bytes))) > 0;) {
+            shown.append(bytes, static_cast<std::size_t>(got));
+            if (!answered && shown.find("[y/N] ") != std::string::npos) {
+                answered = true;
+                if (answer == "ctrl-c") {
+                    ::kill(id, SIGINT);
+                } else {
+                    EXPECT_EQ(static_cast<ssize_t>(answer.size()), ::write(terminal, answer.data(), answer.size()));
+                }
+            }
+        }
+        int status = 0;
+        ::waitpid(id, &status, 0);
+        ::close(terminal);
+        return {WEXITSTATUS(status), shown};
+    }
+};
+
+TEST_F(SyncTest, ShowsThePlanAndCarriesItOut) {
+    Diverge();
+    Expect(0,
+           "put " + Local("tree/new") + " to /copy/new (new, 3 bytes)\ndelete /copy/one\n" +
+               "1 to send, 3 bytes, 1 to delete, 1 same\n/copy/new\ndeleted: /copy/one\n",
+           "1 file, 3 folders, 3 bytes, 1 skipped, 1 deleted, 0 failed\n",
+           {"sync", "--delete", Local("tree"), "/copy"});
+    EXPECT_EQ(TreeAt(Local("tree")), TreeOnServer("/copy"));
+}
+
+TEST_F(SyncTest, WithoutDeleteItSaysWhatItKeeps) {
+    Diverge();
+    Expect(0,
+           "put " + Local("tree/new") + " to /copy/new (new, 3 bytes)\n" +
+               "1 to send, 3 bytes, 0 to delete, 1 same, 1 only in the target and kept (see --delete)\n/copy/new\n",
+           "1 file, 3 folders, 3 bytes, 1 skipped, 0 failed\n", {"sync", "--up", Local("tree"), "/copy"});
+    EXPECT_EQ("1", ContentOf("/copy/one"));
+}
+
+TEST_F(SyncTest, DownMakesTheLocalFolderTheSame) {
+    Diverge();
+    Write("tree/old/x", "x");
+    const ProcessResult result = Quillmark({"sync", "--down", "--delete", "--yes", Local("tree"), "/copy"});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ("get /copy/one to " + Local("tree/one") + " (new, 1 byte)\ndelete " + Local("tree/new") + "\ndelete " +
+                  Local("tree/old/x") + "\ndelete " + Local("tree/old") + "/\n" +
+                  "1 to send, 1 byte, 3 to delete, 1 same\n" + Local("tree/one") + "\ndeleted: " + Local("tree/new") +
+                  "\ndeleted: " + Local("tree/old/x") + "\ndeleted: " + Local("tree/old") + "\n",
+              result.output);
+    EXPECT_EQ(TreeAt(Local("tree")), TreeOnServer("/copy"));
+}
+
+TEST_F(SyncTest, DryRunStopsAfterThePlan) {
+    Diverge();
+    const auto before = TreeOnServer("/copy");
+    Expect(0,
+           "put " + Local("tree/new") + " to /copy/new (new, 3 bytes)\ndelete /copy/one\n" +
+               "1 to send, 3 bytes, 1 to delete, 1 same\n",
+           "", {"sync", "--delete", "--dry-run", Local("tree"), "/copy"});
+    EXPECT_EQ(before, TreeOnServer("/copy"));
+}
+
+TEST_F(SyncTest, AsksOnATerminalBeforeItDeletes) {
+    Diverge();
+    const auto [refused, shown] = OnTerminal({"sync", "--delete", Local("tree"), "/copy"}, "n\n");
+    EXPECT_EQ(7, refused);
+    EXPECT_NE(std::string::npos, shown.find("Delete 1 item of /copy? [y/N] ")) << shown;
+    EXPECT_NE(std::string::npos, shown.find("nothing was changed")) << shown;
+    EXPECT_EQ("empty/\none\nsub/\n", OutputOf({"ls", "/copy"}));
+    EXPECT_EQ(7, OnTerminal({"sync", "--delete", Local("tree"), "/copy"}, "ctrl-c").first);
+    EXPECT_EQ("empty/\none\nsub/\n", OutputOf({"ls", "/copy"}));
+    EXPECT_EQ(0, OnTerminal({"sync", "--delete", Local("tree"), "/copy"}, "y\n").first);
+    EXPECT_EQ("empty/\nnew\nsub/\n", OutputOf({"ls", "/copy"}));
+}
+
+TEST_F(SyncTest, DoesNotAskWithYesAndWithoutDeletions) {
+    Diverge();
+    EXPECT_EQ(0, OnTerminal({"sync", Local("tree"), "/copy"}, "n\n").first);
+    EXPECT_EQ("empty/\nnew\none\nsub/\n", OutputOf({"ls", "/copy"}));
+    EXPECT_EQ(0, OnTerminal({"sync", "--delete", "--yes", Local("tree"), "/copy"}, "n\n").first);
+    EXPECT_EQ("empty/\nnew\nsub/\n", OutputOf({"ls", "/copy"}));
+}
+
+TEST_F(SyncTest, AnUnreadableFolderDoesNotLookEmpty) {
+    Diverge();
+    std::filesystem::permissions(Local("tree/sub"), std::filesystem::perms::none);
+    const ProcessResult result = Unprivileged({"sync", "--delete", Local("tree"), "/copy"});
+    std::filesystem::permissions(Local("tree/sub"), std::filesystem::perms::owner_all);
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.output.find("1 to send, 3 bytes, 0 to delete, 0 same, 1 not possible\n"))
+        << result.output;
+    EXPECT_NE(std::string::npos,
+              result.errors.find("nothing is deleted: a part of " + Local("tree") + " could not be read\n"))
+        << result.errors;
+    EXPECT_EQ("22", ContentOf("/copy/sub/two"));
+    EXPECT_EQ("1", ContentOf("/copy/one"));
+    EXPECT_EQ("333", ContentOf("/copy/new"));
+}
+
+TEST_F(SyncTest, AMissingSourceDeletesNothing) {
+    Diverge();
+    ExpectFailure(8, "the local file does not exist (2)", {"sync", "--delete", Local("none"), "/copy"});
+    EXPECT_EQ("empty/\none\nsub/\n", OutputOf({"ls", "/copy"}));
+    ExpectFailure(5, "the server has no such item (21002)", {"sync", "--down", "--delete", Local("tree"), "/none"});
+    EXPECT_EQ((std::vector<std::string>{"empty", "new", "sub"}), NamesIn(Local("tree")));
+}
+
+TEST_F(SyncTest, IsForFolders) {
+    ExpectFailure(2, "sync is for folders", {"sync", Write("file", "x"), "/copy"});
+    ASSERT_EQ(0, Quillmark({"put", "-q", Local("file"), "/f"}).exitCode);
+    ExpectFailure(2, "sync is for folders", {"sync", "--down", Local("tree"), "/f"});
+}
+
+TEST_F(SyncTest, WhatChangedAfterThePlanIsNotDeleted) {
+    Diverge();
+    // The plan has seen the item; then it gets another revision, before the request that deletes it.
+    Server().AddFaults({{"method", "DELETE"}, {"path", "/api/1.7/folders/copy/one"}, {"kind", "stale-revision"}});
+    const ProcessResult result = Quillmark({"sync", "-q", "--delete", Local("tree"), "/copy"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("not deleted: it has changed since the plan was made\n"))
+        << result.errors;
+    EXPECT_EQ("1", ContentOf("/copy/one"));
+}
+
+TEST_F(SyncTest, IsSilentAboutWhatIsTheSame) {
+    Diverge();
+    ASSERT_EQ(0, Quillmark({"sync", "-q", "--delete", Local("tree"), "/copy"}).exitCode);
+    Expect(0, "0 to send, 0 bytes, 0 to delete, 2 same\n", "0 files, 3 folders, 0 bytes, 2 skipped, 0 failed\n",
+           {"sync", "--delete", Local("tree"), "/copy"});
+}
+
+TEST_F(SyncTest, ExcludedItemsStayOnBothSides) {
+    Diverge();
+    Write("tree/a.log", "here");
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", "there"), "/copy/b.log"}).exitCode);
+    Expect(0, "0 to send, 0 bytes, 1 to delete, 1 same\ndeleted: /copy/one\n",
+           "0 files, 3 folders, 0 bytes, 1 skipped, 1 deleted, 0 failed\n",
+           {"sync", "--delete", "--exclude", "*.log", "--exclude", "new", Local("tree"), "/copy"});
+    EXPECT_EQ("b.log\nempty/\nsub/\n", OutputOf({"ls", "/copy"}));
+}
+
+TEST_F(SyncTest, AFolderThatCannotBeMadeIsLeftOutAndTheRestGoesOn) {
+    Write("tree/a/x", "x");
+    Write("tree/b/y", "y");
+    Server().AddFaults({{"method", "POST"}, {"path", "/api/1.7/folders/copy"}, {"kind", "reply"}, {"status", 403}});
+    ASSERT_EQ(0, Quillmark({"mkdir", "/copy"}).exitCode);
+    const ProcessResult result = Quillmark({"sync", Local("tree"), "/copy"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("1 file, 2 folders, 1 byte, 0 skipped, 1 failed")) << result.errors;
+    EXPECT_EQ("/copy/\n/copy/b/\n/copy/b/y\n", OutputOf({"ls", "-R"}));
+}
+
+}  // namespace
+}  // namespace quillmark::testing

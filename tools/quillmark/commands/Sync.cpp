@@ -1,0 +1,51 @@
+// quillmark sync: makes one side have what the other has, with a plan that is shown first.
+#include <memory>
+
+#include "Client.h"
+#include "Paths.h"
+#include "commands/TransferFlags.h"
+
+namespace quillmark::cli {
+namespace {
+
+struct SyncOptions {
+    std::string local;
+    std::string remote;
+    std::string base;
+    TransferFlags flags;
+    bool up = false;
+    bool down = false;
+    bool yes = false;
+};
+
+ExitCode RunSyncCommand(const SyncOptions& options, const GlobalOptions& global) {
+    TransferRequest request = RequestFrom(options.flags, options.down ? Direction::Down : Direction::Up,
+                                          global.Path(options.local), ServerPath(global.Path(options.remote)));
+    request.options.base = options.base.empty() ? WideString() : global.Path(options.base);
+    Client client(global);
+    client.Resume();
+    return RunSync(client, std::move(request), options.yes);
+}
+
+}  // namespace
+
+void RegisterSync(CLI::App& program, const GlobalOptions& global, Action& action) {
+    const auto options = std::make_shared<SyncOptions>();
+    CLI::App* command = program.add_subcommand(
+        "sync", "Make a folder of the server have what a local folder has, or the other way; shows the plan first");
+    command->add_option("local", options->local, "The local folder")->required();
+    command->add_option("remote", options->remote, "The folder on the server")->required();
+    CLI::Option* up = command->add_flag("--up", options->up, "From the local folder to the server (the default)");
+    command->add_flag("--down", options->down, "From the server to the local folder")->excludes(up);
+    command->add_flag("-y,--yes", options->yes, "Delete without asking");
+    command
+        ->add_option("--base", options->base,
+                     "A copy of an earlier state of the local folder, with its times: a file that the server still has "
+                     "as it is there is sent as a delta")
+        ->type_name("FOLDER");
+    AddTransferFlags(*command, options->flags);
+    command->callback(
+        [options, &global, &action] { action = [options, &global] { return RunSyncCommand(*options, global); }; });
+}
+
+}  // namespace quillmark::cli

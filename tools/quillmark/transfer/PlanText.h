@@ -1,0 +1,29 @@
+// A plan as a person reads it before it is carried out, or instead.
+#pragma once
+
+#include <string>
+
+#include "transfer/FileTransfer.h"
+
+namespace quillmark::cli {
+
+// What a plan amounts to.
+struct PlanCounts {
+    std::uint64_t files = 0;
+    std::uint64_t bytes = 0;
+    std::uint64_t deletions = 0;
+    std::uint64_t same = 0;
+    std::uint64_t sameFolders = 0;
+    std::uint64_t failing = 0;
+    std::uint64_t onlyInTarget = 0;  // and kept
+
+    void Add(const PlanStep& step);
+    // "3 to send, 12 bytes, 1 to delete, 4 same"
+    [[nodiscard]] std::string Line() const;
+};
+
+// Prints one step as far as it does or prevents something: what will be done on standard output, the rest on standard
+// error. would: "would put ..." in place of "put ...".
+void PrintStep(const TransferOptions& options, const PlanStep& step, bool would);
+
+}  // namespace quillmark::cli

@@ -1,0 +1,296 @@
+#include "transfer/TransferRun.h"
+
+#include <utility>
+
+#include "LocalFiles.h"
+#include "Output.h"
+#include "Paths.h"
+#include "System.h"
+#include "terminal/TransferView.h"
+#include "transfer/Ask.h"
+#include "transfer/PlanText.h"
+#include "transfer/Trees.h"
+
+namespace quillmark::cli {
+namespace {
+
+using Answer = TreePlanner::Answer;
+
+// What the walk's own calls have to say belongs to no file.
+class WalkTeller : public CallObserver {
+public:
+    explicit WalkTeller(TransferObserver& observer) : m_observer(observer) {}
+    void Retrying(DWORD error, int attempt, int most, std::chrono::milliseconds pause) override {
+        m_observer.Note(RepetitionText(error, attempt, most, pause));
+    }
+
+private:
+    TransferObserver& m_observer;
+};
+
+// A transfer with all that it needs, for the length of one command.
+class Run {
+public:
+    Run(Client& client, TransferRequest request)
+        : m_request(std::move(request)),
+          m_view(MakeTransferView(client.Options())),
+          m_teller(*m_view),
+          m_calls(client, &m_teller),
+          m_client(client),
+          m_table(m_calls) {
+        CompletePlanOptions();
+    }
+
+    [[nodiscard]] ExitCode Transfer();
+    [[nodiscard]] ExitCode Sync(bool yes);
+
+private:
+    [[nodiscard]] bool IsUp() const { return m_request.options.direction == Direction::Up; }
+    [[nodiscard]] const TransferOptions& Options() const { return m_request.options; }
+    void CompletePlanOptions();
+    [[nodiscard]] TransferEngine& Engine();
+
+    // The source's top, or false after the engine was told of the failure.
+    [[nodiscard]] bool LookAtSource(TreeEntry& source);
+    // Whether the target's top is there; false for found after the engine was told of a failure.
+    [[nodiscard]] bool LookAtTarget(bool& there);
+    [[nodiscard]] bool FailedAtTop(DWORD error);
+
+    [[nodiscard]] ExitCode TransferFile(const TreeEntry& source);
+    [[nodiscard]] ExitCode TransferFolder();
+    // Walks both trees. True when the walk was not ended early.
+    bool Walk(bool targetThere, const TreePlanner::Sink& sink);
+
+    [[nodiscard]] ExitCode CarryOut(const std::vector<PlanStep>& plan, const PlanCounts& counts);
+    [[nodiscard]] bool MayDelete(const PlanCounts& counts, bool yes) const;
+    [[nodiscard]] ExitCode Ended(bool complete);
+    [[nodiscard]] static ExitCode Printed(const PlanCounts& counts);
+
+    TransferRequest m_request;
+    std::unique_ptr<TransferObserver> m_view;
+    WalkTeller m_teller;
+    Calls m_calls;
+    Client& m_client;
+    AbilityTable m_table;
+    std::unique_ptr<TransferEngine> m_engine;
+};
+
+void Run::CompletePlanOptions() {
+    PlanOptions& plan = m_request.plan;
+    plan.direction = Options().direction;
+    plan.abilities = [this](const WideString& path) { return m_table.Of(InTree(Options().server, path)); };
+    plan.isLocalName = IsLocalName;
+    plan.localKey = LocalNameKey;
+    if (!Options().base.empty()) {
+        plan.base = [this](const WideString& path) -> std::optional<BaseFile> {
+            TreeEntry entry;
+            const DWORD error = LookAtLocal(InTree(Options().base, path), entry);
+            const bool file = error == ERROR_SUCCESS && entry.kind == TreeEntry::Kind::File;
+            return file ? std::optional<BaseFile>({entry.size, entry.modified}) : std::nullopt;
+        };
+    }
+}
+
+// Made when the options are final.
+TransferEngine& Run::Engine() {
+    if (m_engine == nullptr) {
+        m_engine = std::make_unique<TransferEngine>(m_client, m_calls, m_request.options, *m_view, m_request.jobs);
+    }
+    return *m_engine;
+}
+
+bool Run::FailedAtTop(DWORD error) {
+    if (!m_calls.Interrupted()) {
+        Engine().Fail(IsUp() ? Options().local : WideString(), Options().server, error);
+    }
+    return false;
+}
+
+bool Run::LookAtSource(TreeEntry& source) {
+    const DWORD error = IsUp() ? LookAtLocal(Options().local, source) : LookAtServer(m_calls, Options().server, source);
+    return error == ERROR_SUCCESS || FailedAtTop(error);
+}
+
+bool Run::LookAtTarget(bool& there) {
+    TreeEntry target;
+    const DWORD error = IsUp() ? LookAtServer(m_calls, Options().server, target) : LookAtLocal(Options().local, target);
+    const bool missing = IsUp() ? ExitCodeFor(error, false) == ExitCode::NotFound
+                                : error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    there = error == ERROR_SUCCESS;
+    if (missing || (there && target.kind == TreeEntry::Kind::Folder)) {
+        return true;
+    }
+    if (!m_calls.Interrupted()) {
+        Engine().Fail(IsUp() ? WideString() : Options().local, Options().server,
+                      there ? DWORD{ERROR_DIRECTORY} : error);
+    }
+    return false;
+}
+
+ExitCode Run::Ended(bool complete) {
+    return ExitCodeOf(Engine().Finish(complete));
+}
+
+ExitCode Run::Printed(const PlanCounts& counts) {
+    Print(counts.Line());
+    return counts.failing == 0 ? ExitCode::Success : ExitCode::SomeFailed;
+}
+
+ExitCode Run::Transfer() {
+    TreeEntry source;
+    if (!LookAtSource(source)) {
+        return Ended(false);
+    }
+    return source.kind == TreeEntry::Kind::Folder ? TransferFolder() : TransferFile(source);
+}
+
+ExitCode Run::TransferFile(const TreeEntry& source) {
+    if (m_request.plan.deleteExtra) {
+        throw Failure("nothing is deleted beside a file: --delete is for folders", ExitCode::Usage);
+    }
+    if (!IsUp()) {
+        m_request.options.local = FileTarget(Options().server, Options().local);
+    }
+    if (source.kind == TreeEntry::Kind::Special) {
+        static_cast<void>(FailedAtTop(ERROR_NOT_SUPPORTED));
+        return Ended(true);
+    }
+    TreeEntry target;
+    const bool looks = !IsUp() || !Options().base.empty();
+    const bool there = looks && (IsUp() ? LookAtServer(m_calls, Options().server, target)
+                                        : LookAtLocal(Options().local, target)) == ERROR_SUCCESS;
+    m_request.plan.always = true;
+    const PlanStep step = PlanFile(m_request.plan, WideString(), source, there ? &target : nullptr);
+    if (m_request.dryRun) {
+        PlanCounts counts;
+        counts.Add(step);
+        PrintStep(Options(), step, true);
+        return Printed(counts);
+    }
+    static_cast<void>(Engine().Take(step));
+    return Ended(true);
+}
+
+bool Run::Walk(bool targetThere, const TreePlanner::Sink& sink) {
+    LocalTree local(Options().local);
+    ServerTree server(m_calls, Options().server);
+    TreeReader& source = IsUp() ? static_cast<TreeReader&>(local) : server;
+    TreeReader& target = IsUp() ? static_cast<TreeReader&>(server) : local;
+    TreePlanner planner(m_request.plan, source, target);
+    bool whole = true;
+    planner.Walk(targetThere, [&](const PlanStep& step) {
+        const Answer answer = m_calls.Interrupted() ? Answer::Stop : sink(step);
+        whole = whole && answer != Answer::Stop;
+        return answer;
+    });
+    if (m_request.plan.deleteExtra && !planner.IsSourceComplete()) {
+        m_view->Note("nothing is deleted: a part of " + Printable(IsUp() ? Options().local : Options().server) +
+                     " could not be read");
+    }
+    return whole && !m_calls.Interrupted();
+}
+
+ExitCode Run::TransferFolder() {
+    if (!Options().revision.empty()) {
+        throw Failure("a folder has no revision to ask for: --revision is for one file", ExitCode::Usage);
+    }
+    bool there = false;
+    if (!LookAtTarget(there)) {
+        return Ended(false);
+    }
+    if (!m_request.dryRun) {
+        return Ended(Walk(there, [this](const PlanStep& step) { return Engine().Take(step); }));
+    }
+    PlanCounts counts;
+    const bool whole = Walk(there, [&](const PlanStep& step) {
+        counts.Add(step);
+        PrintStep(Options(), step, true);
+        return Answer::GoOn;
+    });
+    return whole ? Printed(counts) : ExitCode::Cancelled;
+}
+
+ExitCode Run::Sync(bool yes) {
+    TreeEntry source;
+    bool there = false;
+    if (!LookAtSource(source)) {
+        return Ended(false);
+    }
+    if (source.kind != TreeEntry::Kind::Folder) {
+        throw Failure("'" + Printable(IsUp() ? Options().local : Options().server) + "' is a file; sync is for folders",
+                      ExitCode::Usage);
+    }
+    if (!LookAtTarget(there)) {
+        return Ended(false);
+    }
+    std::vector<PlanStep> plan;
+    PlanCounts counts;
+    const bool whole = Walk(there, [&](const PlanStep& step) {
+        counts.Add(step);
+        if (step.kind != StepKind::Skip) {
+            plan.push_back(step);
+        }
+        return Answer::GoOn;
+    });
+    if (!whole) {
+        return ExitCode::Cancelled;
+    }
+    for (const PlanStep& step : plan) {
+        if (step.kind != StepKind::Fail || m_request.dryRun) {
+            PrintStep(Options(), step, false);
+        }
+    }
+    const ExitCode printed = Printed(counts);
+    if (m_request.dryRun) {
+        return printed;
+    }
+    FinishOutput();  // the plan is to be seen before it is carried out
+    if (!MayDelete(counts, yes)) {
+        PrintError("nothing was changed");
+        return ExitCode::Cancelled;
+    }
+    return CarryOut(plan, counts);
+}
+
+ExitCode Run::CarryOut(const std::vector<PlanStep>& plan, const PlanCounts& counts) {
+    Engine().Announce(counts.files, counts.bytes);
+    Engine().CountSame(counts.same, counts.sameFolders);
+    WideString leftOut;  // a folder that could not be made; what is in it follows it
+    for (const PlanStep& step : plan) {
+        if (!leftOut.empty() && step.kind != StepKind::Delete && step.path.StartsWith(leftOut)) {
+            continue;
+        }
+        const Answer answer = Engine().Take(step);
+        if (answer == Answer::Stop || (answer == Answer::LeaveOut && step.path.empty())) {
+            break;
+        }
+        if (answer == Answer::LeaveOut) {
+            leftOut = step.path + QM_W("/");
+        }
+    }
+    return Ended(true);
+}
+
+// A person is asked; a script has said what it wants with --delete.
+bool Run::MayDelete(const PlanCounts& counts, bool yes) const {
+    if (counts.deletions == 0 || yes || !IsInteractive()) {
+        return true;
+    }
+    std::string answer;
+    return AskLine("Delete " + std::to_string(counts.deletions) + (counts.deletions == 1 ? " item" : " items") +
+                       " of " + Printable(IsUp() ? Options().server : Options().local) + "? [y/N] ",
+                   m_client.Options().interrupt, answer) &&
+           (answer == "y" || answer == "Y" || answer == "yes");
+}
+
+}  // namespace
+
+ExitCode RunTransfer(Client& client, TransferRequest request) {
+    return Run(client, std::move(request)).Transfer();
+}
+
+ExitCode RunSync(Client& client, TransferRequest request, bool yes) {
+    return Run(client, std::move(request)).Sync(yes);
+}
+
+}  // namespace quillmark::cli
