@@ -4,8 +4,9 @@
 #include <cstdio>
 #include <system_error>
 
+#include "Client.h"
 #include "ErrorText.h"
-#include "Paths.h"
+#include "Json.h"
 
 namespace quillmark::cli {
 
@@ -23,8 +24,16 @@ void RequireOutput(bool written) {
 
 }  // namespace
 
+void PrintResult(const GlobalOptions& options, const std::string& line, const JsonObject& object) {
+    Print(options.json ? object.Text() : line);
+}
+
 void Print(const std::string& line) {
     RequireOutput(std::fwrite(line.data(), 1, line.size(), stdout) == line.size() && std::fputc('\n', stdout) != EOF);
+}
+
+void PrintBytes(const void* bytes, std::size_t count) {
+    RequireOutput(std::fwrite(bytes, 1, count, stdout) == count);
 }
 
 void FinishOutput() {
@@ -38,13 +47,6 @@ void PrintError(const std::string& line) {
 
 bool IsFolder(const IServerAttributes& item) {
     return item.HasFileAttributes() && (item.GetFileAttributes() & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-std::string LongLine(const IServerAttributes& item) {
-    const std::string size = IsFolder(item) ? "-" : item.GetSizeText();
-    const std::string padding(size.size() < 14 ? 14 - size.size() : 0, ' ');
-    return std::string(IsFolder(item) ? "d" : "-") + "  " + NarrowUtf8(item.GetLastWriteTime().ToText()) + "  " +
-           padding + size + "  " + Printable(item.GetName());
 }
 
 }  // namespace quillmark::cli
