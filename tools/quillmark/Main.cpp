@@ -1,5 +1,6 @@
 // quillmark: the command-line host of the client library.
 #include "Client.h"
+#include "Help.h"
 #include "Output.h"
 #include "Paths.h"
 #include "System.h"
@@ -10,19 +11,22 @@ using namespace quillmark;       // NOLINT: this file is the program
 using namespace quillmark::cli;  // NOLINT
 
 constexpr CommandRegistration Commands[] = {
-    RegisterRegister, RegisterLogin, RegisterVersion, RegisterFolders,   RegisterLs,    RegisterStat,  RegisterMkdir,
-    RegisterPut,      RegisterGet,   RegisterUploads, RegisterDeltaJobs, RegisterMv,    RegisterRm,    RegisterTouch,
-    RegisterChanges,  RegisterLock,  RegisterUnlock,  RegisterLockState, RegisterShare, RegisterStats, RegisterWipeAck};
+    RegisterRegister, RegisterLogin,   RegisterVersion,    RegisterFolders, RegisterLs,        RegisterTree,
+    RegisterDu,       RegisterFind,    RegisterStat,       RegisterCat,     RegisterMkdir,     RegisterPut,
+    RegisterGet,      RegisterUploads, RegisterDeltaJobs,  RegisterMv,      RegisterRm,        RegisterTouch,
+    RegisterChanges,  RegisterWatch,   RegisterLock,       RegisterUnlock,  RegisterLockState, RegisterShare,
+    RegisterStats,    RegisterWipeAck, RegisterCompletion, RegisterManPage};
 
 constexpr const char* Epilogue =
-    "\nExamples:\n"
+    "Examples:\n"
     "  quillmark login https://files.example.com --user anna\n"
     "  quillmark ls -l /Shared\n"
     "  quillmark put report.pdf /Shared/\n"
     "  quillmark get /Shared/Photos photos\n"
-    "  quillmark put --resumable disk.img /Backups/        the same again after an interruption: it goes on\n"
-    "  quillmark put --delta old.db new.db /Shared/data.db sends only what differs\n"
-    "  quillmark get --range 0-64K /Shared/video head      the first 65536 bytes\n"
+    "  quillmark put --resumable disk.img /Backups/         # the same again after an interruption: it goes on\n"
+    "  quillmark put --delta old.db new.db /Shared/data.db  # sends only what differs\n"
+    "  quillmark get --range 0-64K /Shared/video head       # the first 65536 bytes\n"
+    "  quillmark find /Shared --name '*.pdf'\n"
     "  quillmark mv --force /Shared/draft /Shared/final\n"
     "  quillmark changes --follow 10\n"
     "  quillmark lock --seconds 600 /Shared/plan\n"
@@ -36,17 +40,22 @@ struct GlobalTexts {
 };
 
 void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& texts) {
-    program
-        .add_option("--session", texts.session,
-                    "The file that keeps the login (default: quillmark/session in the user's data folder)")
-        ->type_name("FILE");
-    program
-        .add_option("--log", options.logPath,
-                    "Append the library's log to this file, - is standard error; passwords are masked in it, the "
-                    "session's token is not")
-        ->type_name("FILE");
-    program.add_option("--ca", texts.ca, "Trust the certificate authorities in this PEM file as well")
-        ->type_name("FILE");
+    SetCompletion(*program
+                       .add_option("--session", texts.session,
+                                   "The file that keeps the login (default: quillmark/session in the user's data "
+                                   "folder)")
+                       ->type_name("FILE"),
+                  Completes::LocalPath);
+    SetCompletion(*program
+                       .add_option("--log", options.logPath,
+                                   "Append the library's log to this file, - is standard error; passwords are masked "
+                                   "in it, the session's token is not")
+                       ->type_name("FILE"),
+                  Completes::LocalPath);
+    SetCompletion(*program.add_option("--ca", texts.ca, "Trust the certificate authorities in this PEM file as well")
+                       ->type_name("FILE"),
+                  Completes::LocalPath);
+    program.add_flag("--json", options.json, "Print each result as a JSON object on a line of its own");
     program.set_version_flag("--version", "quillmark " QUILLMARK_VERSION, "Print the version of this program and exit");
     program.require_subcommand(1);
     program.allow_windows_style_options(false);  // "/file" is a path on the server, on every system

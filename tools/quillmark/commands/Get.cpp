@@ -3,6 +3,7 @@
 
 #include "Client.h"
 #include "DeltaTransfer.h"
+#include "Help.h"
 #include "LocalFiles.h"
 #include "Paths.h"
 #include "RangeDownload.h"
@@ -61,12 +62,15 @@ ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
 void RegisterGet(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<GetOptions>();
     CLI::App* command = program.add_subcommand("get", "Download a file, or a folder with all that it holds");
-    command->add_option("remote", options->remote, "The file or folder on the server")->required();
-    command
-        ->add_option(
-            "local", options->local,
-            "Its local path; with a trailing / the folder to put it in. A file also goes into a folder that is there")
-        ->required();
+    SetCompletion(*command->add_option("remote", options->remote, "The file or folder on the server")->required(),
+                  Completes::ServerPath);
+    SetCompletion(
+        *command
+             ->add_option("local", options->local,
+                          "Its local path; with a trailing / the folder to put it in. A file also goes into a folder "
+                          "that is there")
+             ->required(),
+        Completes::LocalPath);
     command->add_flag("-q,--quiet", options->quiet, "Do not name each file");
     CLI::Option* range =
         command
@@ -77,10 +81,15 @@ void RegisterGet(CLI::App& program, const GlobalOptions& global, Action& action)
     command->add_option("--revision", options->revision, "With --range: only while the item has this revision")
         ->type_name("REVISION")
         ->needs(range);
-    command
-        ->add_option("--delta", options->delta, "Get only what differs from BASE, a local file with earlier contents")
-        ->type_name("BASE")
-        ->excludes(range);
+    CLI::Option* delta = command
+                             ->add_option("--delta", options->delta,
+                                          "Get only what differs from BASE, a local file with earlier contents")
+                             ->type_name("BASE")
+                             ->excludes(range);
+    SetCompletion(*delta, Completes::LocalPath);
+    AddExamples(*command, {{"quillmark get /Shared/Photos photos", "a folder with all that it holds"},
+                           {"quillmark get --range 0-64K /Shared/video head", "the first 65536 bytes"},
+                           {"quillmark get --delta old.db /Shared/data.db new.db", "fetches only what differs"}});
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunGet(*options, global); }; });
 }

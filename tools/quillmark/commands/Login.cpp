@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Help.h"
 #include "LocalFiles.h"
 #include "Output.h"
 #include "System.h"
@@ -89,6 +90,9 @@ void RegisterLogin(CLI::App& program, const GlobalOptions& global, Action& actio
                      "A file whose first line is the password; - is standard input. Without it: the variable "
                      "QUILLMARK_PASSWORD, else the terminal is asked")
         ->excludes(integrated);
+    AddExamples(*command,
+                {{"quillmark login https://files.example.com:8443 --user anna", ""},
+                 {"printf 'secret\\n' | quillmark login https://files.example.com --user anna --password-file -", ""}});
     command->callback([options, user, &global, &action] {
         if (user->empty() && !options->integrated) {
             throw CLI::RequiredError("--user");

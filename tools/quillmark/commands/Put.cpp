@@ -3,6 +3,7 @@
 
 #include "Client.h"
 #include "DeltaTransfer.h"
+#include "Help.h"
 #include "Output.h"
 #include "Paths.h"
 #include "Texts.h"
@@ -89,6 +90,7 @@ void AddDeltaOptions(CLI::App& command, PutOptions& options) {
         command.add_option("--delta", options.delta, "Send only what differs from OLD, a copy of what the server has")
             ->type_name("OLD")
             ->excludes(resumable);
+    SetCompletion(*delta, Completes::LocalPath);
     CLI::Option* asyncDelta =
         command
             .add_option("--async-delta", options.asyncDelta,
@@ -96,6 +98,7 @@ void AddDeltaOptions(CLI::App& command, PutOptions& options) {
             ->type_name("OLD")
             ->excludes(resumable)
             ->excludes(delta);
+    SetCompletion(*asyncDelta, Completes::LocalPath);
     command.add_flag("--no-commit", options.noCommit, "Print the job's identifier instead (see 'delta-jobs')")
         ->needs(asyncDelta);
     command
@@ -109,9 +112,13 @@ void AddDeltaOptions(CLI::App& command, PutOptions& options) {
 void RegisterPut(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<PutOptions>();
     CLI::App* command = program.add_subcommand("put", "Upload a file, or a folder with all that it holds");
-    command->add_option("local", options->local, "The local file or folder")->required();
-    command->add_option("remote", options->remote, "Its path on the server; with a trailing / the folder to put it in")
-        ->required();
+    SetCompletion(*command->add_option("local", options->local, "The local file or folder")->required(),
+                  Completes::LocalPath);
+    SetCompletion(*command
+                       ->add_option("remote", options->remote,
+                                    "Its path on the server; with a trailing / the folder to put it in")
+                       ->required(),
+                  Completes::ServerPath);
     command->add_flag("-q,--quiet", options->quiet, "Do not name each file");
     command
         ->add_option("--revision", options->revision,
@@ -119,6 +126,11 @@ void RegisterPut(CLI::App& program, const GlobalOptions& global, Action& action)
         ->type_name("REVISION");
     AddResumableOptions(*command, *options);
     AddDeltaOptions(*command, *options);
+    AddExamples(*command,
+                {{"quillmark put report.pdf /Shared/", "into that folder"},
+                 {"quillmark put photos /Shared/Photos", "a folder with all that it holds"},
+                 {"quillmark put --resumable disk.img /Backups/", "the same again after an interruption: it goes on"},
+                 {"quillmark put --delta old.db new.db /Shared/data.db", "sends only what differs"}});
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunPut(*options, global); }; });
 }
