@@ -20,7 +20,8 @@ tests=(
     squid nginx-light
     rdiff                                              # makes and applies deltas that nobody here wrote
     krb5-kdc krb5-admin-server krb5-user apache2-bin libapache2-mod-auth-gssapi  # tickets, and who asks for them
-    iproute2 procps binutils clang-format clang-tidy-16
+    zsh fish groff-base                                # read the completions and the man page
+    iproute2 util-linux procps binutils clang-format clang-tidy-16
 )
 windows=(
     g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64

@@ -137,6 +137,13 @@ void RegisterProfiles(CLI::App& program, const GlobalOptions& options, Action& a
 void RegisterDoctor(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterVersion(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterLs(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterTree(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterDu(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterFind(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterCat(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterWatch(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterCompletion(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterManPage(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterStat(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterMkdir(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterPut(CLI::App& program, const GlobalOptions& options, Action& action);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,5 +21,8 @@ void AddExamples(CLI::App& command, const std::vector<Example>& examples);
 // of a list (which CLI11 knows itself), or nothing that can be completed.
 enum class Completes { LocalPath, ServerPath, Profile };
 void SetCompletion(CLI::Option& option, Completes what);
+
+// What SetCompletion said of the option; nothing when it said nothing.
+[[nodiscard]] std::optional<Completes> CompletionOf(const CLI::Option& option);
 
 }  // namespace quillmark::cli

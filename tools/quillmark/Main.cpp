@@ -1,5 +1,6 @@
 // quillmark: the command-line host of the client library.
 #include "Client.h"
+#include "Help.h"
 #include "Output.h"
 #include "Paths.h"
 #include "Retry.h"
@@ -13,22 +14,24 @@ using namespace quillmark;       // NOLINT: this file is the program
 using namespace quillmark::cli;  // NOLINT
 
 constexpr CommandRegistration Commands[] = {
-    RegisterRegister,  RegisterLogin, RegisterVersion, RegisterFolders, RegisterLs,      RegisterStat,
-    RegisterMkdir,     RegisterPut,   RegisterGet,     RegisterSync,    RegisterUploads, RegisterDeltaJobs,
-    RegisterMv,        RegisterRm,    RegisterTouch,   RegisterChanges, RegisterLock,    RegisterUnlock,
-    RegisterLockState, RegisterShare, RegisterStats,   RegisterWipeAck, RegisterLogout,  RegisterWhoami,
-    RegisterProfiles,  RegisterDoctor};
+    RegisterRegister,  RegisterLogin,      RegisterVersion, RegisterFolders, RegisterLs,      RegisterStat,
+    RegisterMkdir,     RegisterPut,        RegisterGet,     RegisterSync,    RegisterUploads, RegisterDeltaJobs,
+    RegisterMv,        RegisterRm,         RegisterTouch,   RegisterChanges, RegisterLock,    RegisterUnlock,
+    RegisterLockState, RegisterShare,      RegisterStats,   RegisterWipeAck, RegisterLogout,  RegisterWhoami,
+    RegisterProfiles,  RegisterDoctor,     RegisterTree,    RegisterDu,      RegisterFind,    RegisterCat,
+    RegisterWatch,     RegisterCompletion, RegisterManPage};
 
 constexpr const char* Epilogue =
-    "\nExamples:\n"
+    "Examples:\n"
     "  quillmark login https://files.example.com --user anna\n"
     "  quillmark ls -l /Shared\n"
     "  quillmark put report.pdf /Shared/\n"
     "  quillmark get /Shared/Photos photos\n"
-    "  quillmark put --resumable disk.img /Backups/        the same again after an interruption: it goes on\n"
-    "  quillmark put --delta old.db new.db /Shared/data.db sends only what differs\n"
-    "  quillmark sync --delete photos /Shared/Photos       shows what it will do, and asks before it deletes\n"
-    "  quillmark get --range 0-64K /Shared/video head      the first 65536 bytes\n"
+    "  quillmark put --resumable disk.img /Backups/         # the same again after an interruption: it goes on\n"
+    "  quillmark put --delta old.db new.db /Shared/data.db  # sends only what differs\n"
+    "  quillmark sync --delete photos /Shared/Photos        # shows what it will do, and asks before it deletes\n"
+    "  quillmark get --range 0-64K /Shared/video head       # the first 65536 bytes\n"
+    "  quillmark find /Shared --name '*.pdf'\n"
     "  quillmark mv --force /Shared/draft /Shared/final\n"
     "  quillmark changes --follow 10\n"
     "  quillmark lock --seconds 600 /Shared/plan\n"
@@ -48,18 +51,24 @@ void AddLoginOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& tex
             .add_option("--profile", texts.profile,
                         "The login of this name (default: the variable QUILLMARK_PROFILE, else the unnamed one)")
             ->type_name("NAME");
-    program
-        .add_option("--session", texts.session,
-                    "The file that keeps the login (default: quillmark/session in the user's data folder, and "
-                    "quillmark/profiles/NAME for a profile)")
-        ->type_name("FILE")
-        ->excludes(profile);
-    program
-        .add_option("--password-file", options.passwordFile,
-                    "A file whose first line is the password; - is standard input. Without it: the variable "
-                    "QUILLMARK_PASSWORD. 'login' asks on the terminal when there is neither; other commands use the "
-                    "password when the session has ended")
-        ->type_name("FILE");
+    SetCompletion(*profile, Completes::Profile);
+    CLI::Option* session =
+        program
+            .add_option("--session", texts.session,
+                        "The file that keeps the login (default: quillmark/session in the user's data folder, and "
+                        "quillmark/profiles/NAME for a profile)")
+            ->type_name("FILE")
+            ->excludes(profile);
+    SetCompletion(*session, Completes::LocalPath);
+    CLI::Option* password =
+        program
+            .add_option(
+                "--password-file", options.passwordFile,
+                "A file whose first line is the password; - is standard input. Without it: the variable "
+                "QUILLMARK_PASSWORD. 'login' asks on the terminal when there is neither; other commands use the "
+                "password when the session has ended")
+            ->type_name("FILE");
+    SetCompletion(*password, Completes::LocalPath);
 }
 
 void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& texts) {
@@ -75,13 +84,17 @@ void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& te
     program.add_flag("-q,--quiet", options.quiet, "Print neither names of files nor progress");
     program.add_flag("--trace", options.trace,
                      "Show each request on standard error: method, path, status, time, bytes; never a secret");
-    program
-        .add_option("--log", options.logPath,
-                    "Append the library's log to this file, - is standard error; passwords are masked in it, the "
-                    "session's token is not")
-        ->type_name("FILE");
-    program.add_option("--ca", texts.ca, "Trust the certificate authorities in this PEM file as well")
-        ->type_name("FILE");
+    CLI::Option* log =
+        program
+            .add_option("--log", options.logPath,
+                        "Append the library's log to this file, - is standard error; passwords are masked in it, the "
+                        "session's token is not")
+            ->type_name("FILE");
+    SetCompletion(*log, Completes::LocalPath);
+    CLI::Option* authorities =
+        program.add_option("--ca", texts.ca, "Trust the certificate authorities in this PEM file as well")
+            ->type_name("FILE");
+    SetCompletion(*authorities, Completes::LocalPath);
     program.set_version_flag("--version", "quillmark " QUILLMARK_VERSION, "Print the version of this program and exit");
     program.require_subcommand(1);
     program.allow_windows_style_options(false);  // "/file" is a path on the server, on every system

@@ -7,7 +7,6 @@
 #include "Client.h"
 #include "ErrorText.h"
 #include "Json.h"
-#include "Paths.h"
 
 namespace quillmark::cli {
 
@@ -25,12 +24,20 @@ void RequireOutput(bool written) {
 
 }  // namespace
 
+void PrintResult(const GlobalOptions& options, const std::string& line, const JsonObject& object) {
+    Print(options.json ? object.Text() : line);
+}
+
 void Print(const std::string& line) {
     RequireOutput(std::fwrite(line.data(), 1, line.size(), stdout) == line.size() && std::fputc('\n', stdout) != EOF);
 }
 
 void PrintResult(const GlobalOptions& options, const std::string& line, const JsonObject& object) {
     Print(options.json ? object.Text() : line);
+}
+
+void PrintBytes(const void* bytes, std::size_t count) {
+    RequireOutput(std::fwrite(bytes, 1, count, stdout) == count);
 }
 
 void FinishOutput() {
@@ -45,13 +52,6 @@ void PrintError(const std::string& line) {
 
 bool IsFolder(const IServerAttributes& item) {
     return item.HasFileAttributes() && (item.GetFileAttributes() & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-std::string LongLine(const IServerAttributes& item) {
-    const std::string size = IsFolder(item) ? "-" : item.GetSizeText();
-    const std::string padding(size.size() < 14 ? 14 - size.size() : 0, ' ');
-    return std::string(IsFolder(item) ? "d" : "-") + "  " + NarrowUtf8(item.GetLastWriteTime().ToText()) + "  " +
-           padding + size + "  " + Printable(item.GetName());
 }
 
 }  // namespace quillmark::cli

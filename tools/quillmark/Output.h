@@ -1,7 +1,7 @@
 // What commands print: results on standard output, everything else on standard error.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <string>
 
 #include "quillmark/Attributes.h"
@@ -19,12 +19,11 @@ void PrintResult(const GlobalOptions& options, const std::string& line, const Js
 
 // Throws OutputClosed, or Failure when standard output cannot be written for another reason.
 void Print(const std::string& line);
+// Bytes as they are, without a line's end; throws like Print.
+void PrintBytes(const void* bytes, std::size_t count);
 // Writes what is still buffered; throws like Print.
 void FinishOutput();
 void PrintError(const std::string& line);
-
-// "d  2026-11-20T16:07:00.123Z           4096  name"
-[[nodiscard]] std::string LongLine(const IServerAttributes& item);
 
 [[nodiscard]] bool IsFolder(const IServerAttributes& item);
 

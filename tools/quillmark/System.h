@@ -55,6 +55,10 @@ void PrepareOutput();
 // wait for. False when nothing is there.
 [[nodiscard]] bool IsPlainFile(const WideString& path);
 
+// Has the parts of a file that nothing was written to take no room, where the system does not do so by itself. 0 or an
+// error code.
+[[nodiscard]] DWORD MakeSparse(const WideString& path);
+
 // The path of an item that is there, from the root, without links, "." and "..". Empty when it is not there.
 [[nodiscard]] WideString AbsolutePath(const WideString& path);
 

@@ -205,6 +205,10 @@ bool IsPlainFile(const WideString& path) {
     return platform::PathToBytes(path, name) && ::stat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
+DWORD MakeSparse(const WideString& /*path*/) {
+    return ERROR_SUCCESS;  // every file is
+}
+
 WideString AbsolutePath(const WideString& path) {
     std::string name;
     if (!platform::PathToBytes(path, name)) {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <io.h>
 #include <shellapi.h>
+#include <winioctl.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -246,6 +247,18 @@ bool IsPlainFile(const WideString& path) {
     return item.IsOpen() && ::GetFileType(item.Get()) == FILE_TYPE_DISK &&
            ::GetFileInformationByHandle(item.Get(), &information) != FALSE &&
            (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+// A file system that knows no sparse files fills the gap, which costs time and room only.
+DWORD MakeSparse(const WideString& path) {
+    const Handle file(::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file.IsOpen()) {
+        return ::GetLastError();
+    }
+    DWORD returned = 0;
+    ::DeviceIoControl(file.Get(), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &returned, nullptr);
+    return ERROR_SUCCESS;
 }
 
 WideString AbsolutePath(const WideString& path) {

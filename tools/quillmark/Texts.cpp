@@ -1,6 +1,7 @@
 #include "Texts.h"
 
 #include <charconv>
+#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -129,6 +130,23 @@ std::optional<std::int64_t> ParseSize(const std::string& text) {
         return std::nullopt;
     }
     return static_cast<std::int64_t>(*number << shift);
+}
+
+std::string HumanSize(std::int64_t bytes) {
+    constexpr std::string_view Units = "KMGTPE";
+    if (bytes < 1024) {
+        return std::to_string(bytes);
+    }
+    auto size = static_cast<double>(bytes) / 1024;
+    std::size_t unit = 0;
+    while (std::round(size) >= 1024 && unit + 1 < Units.size()) {
+        size /= 1024;
+        ++unit;
+    }
+    const auto tenths = static_cast<std::int64_t>(std::round(size * 10));
+    const std::string number = tenths < 100 ? std::to_string(tenths / 10) + "." + std::to_string(tenths % 10)
+                                            : std::to_string(static_cast<std::int64_t>(std::round(size)));
+    return number + Units[unit];
 }
 
 std::optional<ByteRange> ParseByteRange(const std::string& text) {

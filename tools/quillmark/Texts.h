@@ -14,6 +14,9 @@ namespace quillmark::cli {
 // Nothing for any other text and for what does not fit in 63 bits.
 [[nodiscard]] std::optional<std::int64_t> ParseSize(const std::string& text);
 
+// A number of bytes for people, in at most five characters: "1023", "1.5K", "16M", "2.0T"; rounded to the nearest.
+[[nodiscard]] std::string HumanSize(std::int64_t bytes);
+
 // Bytes of an item, the end not included.
 struct ByteRange {
     static constexpr std::int64_t ToTheEnd = -1;

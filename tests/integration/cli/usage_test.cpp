@@ -23,6 +23,12 @@ TEST_F(UsageTest, HelpNamesCommandsOptionsExamplesAndExitCodes) {
           "  login  ",
           "  version  ",
           "  ls  ",
+          "  tree  ",
+          "  du  ",
+          "  find  ",
+          "  cat  ",
+          "  watch  ",
+          "  completion  ",
           "  stat  ",
           "  mkdir  ",
           "  put  ",
@@ -52,9 +58,10 @@ TEST_F(UsageTest, HelpNamesCommandsOptionsExamplesAndExitCodes) {
 
 TEST_F(UsageTest, EveryCommandHasHelpOfItsOwn) {
     for (const std::string command :
-         {"login", "version",  "ls",       "stat",    "mkdir",   "put",      "get",    "uploads",    "delta-jobs",
-          "mv",    "rm",       "touch",    "folders", "changes", "lock",     "unlock", "lock-state", "share",
-          "stats", "register", "wipe-ack", "logout",  "whoami",  "profiles", "doctor"}) {
+         {"login",      "version", "ls",    "stat",     "mkdir",    "put",     "get",        "uploads",
+          "delta-jobs", "mv",      "rm",    "touch",    "folders",  "changes", "lock",       "unlock",
+          "lock-state", "share",   "stats", "register", "wipe-ack", "logout",  "whoami",     "profiles",
+          "doctor",     "tree",    "du",    "find",     "cat",      "watch",   "completion", "sync"}) {
         EXPECT_NE(std::string::npos, OutputOf({command, "--help"}).find("Usage: quillmark " + command)) << command;
     }
 }
@@ -76,6 +83,15 @@ TEST_F(UsageTest, WrongCommandLinesEndWithTwoAndPointToHelp) {
                                           {"login"},
                                           {"login", "http://localhost"},
                                           {"ls", "/a", "/b"},
+                                          {"ls", "--sort", "colour"},
+                                          {"tree", "-L", "0"},
+                                          {"du", "-s", "-d", "1"},
+                                          {"find", "--type", "x"},
+                                          {"find", "--max-depth", "-1"},
+                                          {"cat"},
+                                          {"watch", "--interval", "0"},
+                                          {"completion"},
+                                          {"completion", "tcsh"},
                                           {"put", "--chunk", "8M", "a", "/a"},
                                           {"put", "--resumable", "--delta", "old", "a", "/a"},
                                           {"put", "--delta", "old", "--async-delta", "old", "a", "/a"},

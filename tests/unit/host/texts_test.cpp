@@ -24,6 +24,21 @@ TEST(SizeText, RefusesEverythingElse) {
     }
 }
 
+TEST(HumanSizeText, HasAtMostFiveCharacters) {
+    EXPECT_EQ("0", HumanSize(0));
+    EXPECT_EQ("1023", HumanSize(1023));
+    EXPECT_EQ("1.0K", HumanSize(1024));
+    EXPECT_EQ("1.5K", HumanSize(1536));
+    EXPECT_EQ("9.9K", HumanSize(10188));
+    EXPECT_EQ("10K", HumanSize(10240));
+    EXPECT_EQ("1023K", HumanSize(1023 * 1024 + 511));
+    EXPECT_EQ("1.0M", HumanSize(1024 * 1024 - 1));
+    EXPECT_EQ("16M", HumanSize(16 * 1024 * 1024));
+    EXPECT_EQ("5.0G", HumanSize(5368709120));
+    EXPECT_EQ("2.0T", HumanSize(2199023255552));
+    EXPECT_EQ("8.0E", HumanSize(9223372036854775807));
+}
+
 TEST(ByteRangeText, HasItsEndBehindTheLastByte) {
     const auto range = ParseByteRange("100-4K");
     ASSERT_TRUE(range);

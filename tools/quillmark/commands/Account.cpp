@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Help.h"
 #include "Output.h"
 
 namespace quillmark::cli {
@@ -75,6 +76,7 @@ void RegisterRegister(CLI::App& program, const GlobalOptions& global, Action& ac
     CLI::App* command =
         program.add_subcommand("register", "Register this device; the server sends the user a message to confirm it");
     AddOptions(*command, *options);
+    AddExamples(*command, {{"quillmark register https://files.example.com --user anna --device laptop", ""}});
     command->add_option("--device-name", options->deviceName, "The device's name for people");
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunRegister(*options, global); }; });
@@ -85,6 +87,7 @@ void RegisterWipeAck(CLI::App& program, const GlobalOptions& global, Action& act
     CLI::App* command =
         program.add_subcommand("wipe-ack", "Tell the server that the remote wipe of this device has been carried out");
     AddOptions(*command, *options);
+    AddExamples(*command, {{"quillmark wipe-ack", "for the device that is logged in"}});
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunWipeAck(*options, global); }; });
 }

@@ -1,11 +1,10 @@
 // quillmark changes: shows what other devices changed on the server.
-#include <algorithm>
-#include <iterator>
 #include <memory>
 
 #include "Calls.h"
+#include "ChangeText.h"
+#include "Help.h"
 #include "Output.h"
-#include "Texts.h"
 
 namespace quillmark::cli {
 namespace {
@@ -13,21 +12,17 @@ namespace {
 constexpr DWORD OnlyOnce = 0;
 constexpr DWORD LongestPause = 24 * 60 * 60;  // seconds
 
-// The words of the actions, by their code.
-constexpr const char* Words[] = {"other",  "create", "upload", "move",   "copy",
-                                 "rename", "delete", "policy", "update", "mode"};
-
-std::string Line(const CNotificationAction& action) {
-    const std::string word = action.type < std::size(Words) ? Words[action.type] : Words[0];
-    return word + "\t" + Escaped(action.value) + (action.value2.empty() ? "" : "\t" + Escaped(action.value2));
-}
-
-void PrintChanges(Client& client) {
+void PrintChanges(Calls& calls) {
     NotificationList actions;
-    Require(client.Run([&] { return client.Api().GetChanges(actions, client.CancelEvent()); }),
+    Require(calls.Run([&] {
+        actions.clear();
+        return calls.Api().GetChanges(actions, calls.CancelEvent()).error;
+    }),
             "cannot get the changes");
     for (const std::shared_ptr<CNotificationAction>& action : actions) {
-        Print(Line(*action));
+        JsonObject object;
+        AddChange(object, *action);
+        PrintResult(calls.Options(), ChangeLine(*action), object);
     }
     FinishOutput();  // the server tells each change once only
 }
@@ -35,12 +30,13 @@ void PrintChanges(Client& client) {
 ExitCode RunChanges(DWORD pause, const GlobalOptions& global) {
     Client client(global);
     client.Resume();
-    PrintChanges(client);
+    Calls& calls = client.MainCalls();
+    PrintChanges(calls);
     while (pause != OnlyOnce) {
-        if (!client.MainCalls().Pause(std::chrono::seconds(pause))) {
+        if (!calls.Pause(std::chrono::seconds(pause))) {
             throw Failure("cancelled", ExitCode::Cancelled);
         }
-        PrintChanges(client);
+        PrintChanges(calls);
     }
     return ExitCode::Success;
 }
@@ -56,6 +52,7 @@ void RegisterChanges(CLI::App& program, const GlobalOptions& global, Action& act
         ->default_str("5")
         ->check(CLI::Range(1u, static_cast<unsigned>(LongestPause)))
         ->type_name("[SECONDS]");
+    AddExamples(*command, {{"quillmark changes", ""}, {"quillmark changes --follow 10", "until interrupted"}});
     command->callback([pause, &global, &action] { action = [pause, &global] { return RunChanges(*pause, global); }; });
 }
 

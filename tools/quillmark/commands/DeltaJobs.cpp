@@ -2,10 +2,12 @@
 #include <algorithm>
 #include <memory>
 
-#include "Client.h"
-#include "transfer/DeltaTransfer.h"
+#include "Calls.h"
+#include "Help.h"
+#include "Json.h"
 #include "Output.h"
 #include "Texts.h"
+#include "transfer/DeltaTransfer.h"
 
 namespace quillmark::cli {
 namespace {
@@ -48,10 +50,12 @@ ExitCode ShowStates(const DeltaJobsOptions& options, const GlobalOptions& global
     }
     Client client(global);
     client.Resume();
-    Require(client.Run([&] { return client.Api().AsyncDeltaStatus(jobs, client.CancelEvent()); }),
+    Calls& calls = client.MainCalls();
+    Require(calls.Run([&] { return calls.Api().AsyncDeltaStatus(jobs, calls.CancelEvent()); }),
             "cannot ask for the jobs' states");
     for (const AsyncDeltaJob& job : jobs) {
-        Print(GuidText(job.id) + "\t" + StateWord(job.state));
+        PrintResult(global, GuidText(job.id) + "\t" + StateWord(job.state),
+                    JsonObject().Add("id", GuidText(job.id)).Add("state", StateWord(job.state)));
     }
     return ExitCode::Success;
 }
@@ -60,7 +64,7 @@ ExitCode Commit(const DeltaJobsOptions& options, const GlobalOptions& global) {
     const GUID job = RequireJob(options.job);
     Client client(global);
     client.Resume();
-    Calls calls(client);
+    Calls& calls = client.MainCalls();
     CommitJob(calls, job, global.Path(options.local), options.revision);
     return ExitCode::Success;
 }
@@ -89,20 +93,30 @@ void RegisterDeltaJobs(CLI::App& program, const GlobalOptions& global, Action& a
     CLI::App* state = command->add_subcommand(
         "state", "Show their states: pending-commit, in-progress, failed, or unknown to the server");
     state->add_option("job", options->jobs, "The jobs' identifiers")->required();
+    AddExamples(*state, {{"quillmark delta-jobs state 0F8FAD5B-D9CB-469F-A165-70867728950E", ""}});
     state->callback(
         [options, &global, &action] { action = [options, &global] { return ShowStates(*options, global); }; });
 
     CLI::App* commit = command->add_subcommand("commit", "Let the item become what the job made");
     commit->add_option("job", options->job, "The job's identifier")->required();
-    commit
-        ->add_option("local", options->local,
-                     "The local file with the new contents: its size must be the result's, its times go to the item")
-        ->required();
+    SetCompletion(
+        *commit
+             ->add_option("local", options->local,
+                          "The local file with the new contents: its size must be the result's, its times go to the "
+                          "item")
+             ->required(),
+        Completes::LocalPath);
     commit->add_option("--revision", options->revision, "Only while the item has this revision")->type_name("REVISION");
+    AddExamples(*commit, {{"quillmark delta-jobs commit \"$(quillmark put --async-delta old.db --no-commit new.db "
+                           "/Shared/data.db)\" new.db",
+                           ""}});
     commit->callback([options, &global, &action] { action = [options, &global] { return Commit(*options, global); }; });
 
     CLI::App* cancel = command->add_subcommand("cancel", "Give jobs up");
     cancel->add_option("job", options->jobs, "The jobs' identifiers")->required();
+    AddExamples(*cancel, {{"quillmark delta-jobs cancel \"$(quillmark put --async-delta old.db --no-commit new.db "
+                           "/Shared/data.db)\"",
+                           ""}});
     cancel->callback([options, &global, &action] { action = [options, &global] { return Cancel(*options, global); }; });
 }
 

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Help.h"
 #include "LocalFiles.h"
 #include "Paths.h"
 #include "commands/TransferFlags.h"
@@ -40,7 +41,7 @@ ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
     TransferRequest request = RequestFrom(options.flags, Direction::Down, local, server);
     Client client(global);
     client.Resume();
-    Calls calls(client);
+    Calls& calls = client.MainCalls();
     if (!options.range.empty()) {
         return GetRange(calls, server, FileTarget(server, local), range, options.revision, global.quiet);
     }
@@ -56,12 +57,15 @@ ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
 void RegisterGet(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<GetOptions>();
     CLI::App* command = program.add_subcommand("get", "Download a file, or a folder with all that it holds");
-    command->add_option("remote", options->remote, "The file or folder on the server")->required();
-    command
-        ->add_option(
-            "local", options->local,
-            "Its local path; with a trailing / the folder to put it in. A file also goes into a folder that is there")
-        ->required();
+    SetCompletion(*command->add_option("remote", options->remote, "The file or folder on the server")->required(),
+                  Completes::ServerPath);
+    SetCompletion(
+        *command
+             ->add_option("local", options->local,
+                          "Its local path; with a trailing / the folder to put it in. A file also goes into a folder "
+                          "that is there")
+             ->required(),
+        Completes::LocalPath);
     AddTransferFlags(*command, options->flags);
     command->add_flag("--always", options->always, "Get also files of a folder that are here already");
     CLI::Option* range =
@@ -73,10 +77,15 @@ void RegisterGet(CLI::App& program, const GlobalOptions& global, Action& action)
     command->add_option("--revision", options->revision, "With --range: only while the item has this revision")
         ->type_name("REVISION")
         ->needs(range);
-    command
-        ->add_option("--delta", options->delta, "Get only what differs from BASE, a local file with earlier contents")
-        ->type_name("BASE")
-        ->excludes(range);
+    CLI::Option* delta = command
+                             ->add_option("--delta", options->delta,
+                                          "Get only what differs from BASE, a local file with earlier contents")
+                             ->type_name("BASE")
+                             ->excludes(range);
+    SetCompletion(*delta, Completes::LocalPath);
+    AddExamples(*command, {{"quillmark get /Shared/Photos photos", "a folder with all that it holds"},
+                           {"quillmark get --range 0-64K /Shared/video head", "the first 65536 bytes"},
+                           {"quillmark get --delta old.db /Shared/data.db new.db", "fetches only what differs"}});
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunGet(*options, global); }; });
 }

@@ -1,8 +1,10 @@
 // quillmark lock, unlock, lock-state: locks on items of the server against other devices.
 #include <memory>
 
-#include "Client.h"
+#include "Calls.h"
 #include "EachPath.h"
+#include "Help.h"
+#include "Json.h"
 #include "Output.h"
 #include "Paths.h"
 
@@ -43,7 +45,9 @@ const char* StateWord(DWORD state) {
 void RegisterLock(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<LockOptions>();
     CLI::App* command = program.add_subcommand("lock", "Keep other devices from changing items, or do so for longer");
-    command->add_option("path", options->paths, "The items on the server")->required();
+    SetCompletion(*command->add_option("path", options->paths, "The items on the server")->required(),
+                  Completes::ServerPath);
+    AddExamples(*command, {{"quillmark lock --seconds 600 /Shared/plan", "for ten minutes"}});
     command->add_option("--seconds", options->seconds, "For how long")
         ->capture_default_str()
         ->check(CLI::Range(1u, 0x7FFFFFFFu))
@@ -63,7 +67,9 @@ void RegisterLock(CLI::App& program, const GlobalOptions& global, Action& action
 void RegisterUnlock(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<LockOptions>();
     CLI::App* command = program.add_subcommand("unlock", "Give up locks of this device");
-    command->add_option("path", options->paths, "The items on the server")->required();
+    SetCompletion(*command->add_option("path", options->paths, "The items on the server")->required(),
+                  Completes::ServerPath);
+    AddExamples(*command, {{"quillmark lock /Shared/plan", ""}, {"quillmark unlock /Shared/plan", ""}});
     command->callback([options, &global, &action] {
         action = [options, &global] {
             Client client(global);
@@ -79,16 +85,18 @@ void RegisterUnlock(CLI::App& program, const GlobalOptions& global, Action& acti
 void RegisterLockState(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto path = std::make_shared<std::string>();
     CLI::App* command = program.add_subcommand("lock-state", "Show whether an item is locked, unlocked or read-only");
-    command->add_option("path", *path, "The item on the server")->required();
+    SetCompletion(*command->add_option("path", *path, "The item on the server")->required(), Completes::ServerPath);
+    AddExamples(*command, {{"quillmark lock-state /Shared/plan", ""}});
     command->callback([path, &global, &action] {
         action = [path, &global] {
             Client client(global);
             client.Resume();
             const WideString server = ServerPath(global.Path(*path));
             DWORD state = 0;
-            Require(client.Run([&] { return client.Api().TestLock(server, state, client.CancelEvent()); }),
+            Calls& calls = client.MainCalls();
+            Require(calls.Run([&] { return calls.Api().TestLock(server, state, calls.CancelEvent()).error; }),
                     "cannot ask for the lock of " + Printable(server));
-            Print(StateWord(state));
+            PrintResult(global, StateWord(state), JsonObject().Add("path", server).Add("state", StateWord(state)));
             return ExitCode::Success;
         };
     });

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Help.h"
 #include "Output.h"
 #include "account/Password.h"
 
@@ -53,6 +54,9 @@ void RegisterLogin(CLI::App& program, const GlobalOptions& global, Action& actio
                       "then and merely kept with the session");
     command->add_option("--device", options->device, "The identifier of this device")->default_val("quillmark-cli");
     command->add_option("--device-token", options->deviceToken, "The token of this device, where the server wants one");
+    AddExamples(*command,
+                {{"quillmark login https://files.example.com:8443 --user anna", ""},
+                 {"printf 'secret\\n' | quillmark login https://files.example.com --user anna --password-file -", ""}});
     command->callback([options, user, &global, &action] {
         if (user->empty() && !options->integrated) {
             throw CLI::RequiredError("--user");

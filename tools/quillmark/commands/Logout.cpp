@@ -5,8 +5,8 @@
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
-#include "transfer/UploadStore.h"
 #include "account/Profiles.h"
+#include "transfer/UploadStore.h"
 
 namespace quillmark::cli {
 namespace {

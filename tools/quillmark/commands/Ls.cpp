@@ -1,7 +1,9 @@
 // quillmark ls: lists a server folder.
 #include <memory>
 
-#include "Client.h"
+#include "Help.h"
+#include "Items.h"
+#include "Listing.h"
 #include "Output.h"
 #include "Paths.h"
 
@@ -10,38 +12,91 @@ namespace {
 
 struct LsOptions {
     std::string path = "/";
+    std::string sort = "name";
     bool longForm = false;
     bool recursive = false;
+    bool reverse = false;
+    bool human = false;
 };
 
-std::string Line(const IServerAttributes& item, const WideString& path, const LsOptions& options) {
-    if (options.longForm) {
-        return LongLine(item);
+using ItemPointer = std::shared_ptr<IServerAttributes>;
+
+// The largest and the latest first; what is alike by name.
+void Sort(Listing& listing, const LsOptions& options) {
+    if (options.sort != "none") {
+        listing.SortByName();
     }
-    return Printable(options.recursive ? path : item.GetName()) + (IsFolder(item) ? "/" : "");
+    if (options.sort == "size") {
+        listing.children.sort(
+            [](const ItemPointer& left, const ItemPointer& right) { return SizeOf(*left) > SizeOf(*right); });
+    }
+    if (options.sort == "time") {
+        listing.children.sort([](const ItemPointer& left, const ItemPointer& right) {
+            return left->GetLastWriteTime() > right->GetLastWriteTime();
+        });
+    }
+    if (options.reverse) {
+        listing.children.reverse();
+    }
 }
 
-// A path that is a file is listed as itself.
-void List(Client& client, const WideString& folder, const LsOptions& options) {
-    ItemList children;
-    std::shared_ptr<IServerAttributes> self;
-    Require(client.Run([&] { return client.Api().GetPathListing(folder, children, self, client.CancelEvent()); }),
-            "cannot list " + Printable(folder));
-    if (self != nullptr && !IsFolder(*self)) {
-        Print(Line(*self, folder, options));
-        return;
+class Ls {
+public:
+    Ls(Calls& calls, const LsOptions& options) : m_calls(calls), m_options(options) {}
+
+    // A path that is a file is listed as itself.
+    ExitCode Show(const WideString& path) {
+        Listing listing = List(m_calls, path);
+        if (listing.self != nullptr && !IsFolder(*listing.self)) {
+            ShowItem(path, *listing.self);
+        } else {
+            ShowFolder(path, std::move(listing));
+        }
+        return m_result;
     }
-    if (options.longForm && options.recursive) {
-        Print(Printable(folder) + ":");
+
+private:
+    void ShowItem(const WideString& path, const IServerAttributes& item) const {
+        const std::string name = Printable(m_options.recursive ? path : item.GetName()) + (IsFolder(item) ? "/" : "");
+        PrintResult(m_calls.Options(), m_options.longForm ? LongLine(item, m_options.human) : name,
+                    ItemObject(path, item));
     }
-    for (const std::shared_ptr<IServerAttributes>& child : children) {
-        Print(Line(*child, JoinPath(folder, child->GetName()), options));
-    }
-    for (const std::shared_ptr<IServerAttributes>& child : children) {
-        if (options.recursive && IsFolder(*child)) {
-            List(client, JoinPath(folder, child->GetName()), options);
+
+    // Of what was shown only the names of folders are kept, which come next.
+    void ShowFolder(const WideString& folder, Listing listing) {
+        if (m_options.longForm && m_options.recursive && !m_calls.Options().json) {
+            Print(Printable(folder) + ":");
+        }
+        Sort(listing, m_options);
+        std::vector<WideString> below;
+        for (; !listing.children.empty(); listing.children.pop_front()) {
+            const IServerAttributes& item = *listing.children.front();
+            const WideString path = JoinPath(folder, item.GetName());
+            ShowItem(path, item);
+            if (m_options.recursive && IsFolder(item)) {
+                below.push_back(path);
+            }
+        }
+        for (const WideString& path : below) {
+            Listing next;
+            if (ListOnTheWay(m_calls, path, next)) {
+                ShowFolder(path, std::move(next));
+            } else {
+                m_result = ExitCode::SomeFailed;
+            }
         }
     }
+
+    Calls& m_calls;
+    const LsOptions& m_options;
+    ExitCode m_result = ExitCode::Success;
+};
+
+ExitCode RunLs(const LsOptions& options, const GlobalOptions& global) {
+    Client client(global);
+    client.Resume();
+    Calls& calls = client.MainCalls();
+    return Ls(calls, options).Show(ServerPath(global.Path(options.path)));
 }
 
 }  // namespace
@@ -49,17 +104,22 @@ void List(Client& client, const WideString& folder, const LsOptions& options) {
 void RegisterLs(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<LsOptions>();
     CLI::App* command = program.add_subcommand("ls", "List a server folder, or show one file");
-    command->add_option("path", options->path, "The folder or file on the server")->capture_default_str();
+    SetCompletion(
+        *command->add_option("path", options->path, "The folder or file on the server")->capture_default_str(),
+        Completes::ServerPath);
     command->add_flag("-l", options->longForm, "Kind, time, size and name");
     command->add_flag("-R,--recursive", options->recursive, "The folders below as well");
-    command->callback([options, &global, &action] {
-        action = [options, &global] {
-            Client client(global);
-            client.Resume();
-            List(client, ServerPath(global.Path(options->path)), *options);
-            return ExitCode::Success;
-        };
-    });
+    command
+        ->add_option("--sort", options->sort, "By name, the largest first, the latest first, or as the server has it")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"name", "size", "time", "none"}));
+    command->add_flag("-r,--reverse", options->reverse, "The other way round");
+    command->add_flag("--human", options->human, "With -l: sizes as 1.5K, 16M, 2.0G");
+    AddExamples(*command, {{"quillmark ls", "the top folders"},
+                           {"quillmark ls -l --sort time /Shared", "the latest change first"},
+                           {"quillmark ls -R /Shared/Photos", "all that is below"},
+                           {"quillmark --json ls /Shared", "for programs"}});
+    command->callback([options, &global, &action] { action = [options, &global] { return RunLs(*options, global); }; });
 }
 
 }  // namespace quillmark::cli

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "EachPath.h"
+#include "Help.h"
 #include "Once.h"
 
 namespace quillmark::cli {
@@ -9,7 +10,8 @@ namespace quillmark::cli {
 void RegisterMkdir(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto paths = std::make_shared<std::vector<std::string>>();
     CLI::App* command = program.add_subcommand("mkdir", "Make folders on the server");
-    command->add_option("path", *paths, "The folders on the server")->required();
+    SetCompletion(*command->add_option("path", *paths, "The folders on the server")->required(), Completes::ServerPath);
+    AddExamples(*command, {{"quillmark mkdir /Shared/Reports /Shared/Reports/2026", ""}});
     command->callback([paths, &global, &action] {
         action = [paths, &global] {
             Client client(global);

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Help.h"
 #include "Once.h"
 #include "Paths.h"
 
@@ -50,10 +51,15 @@ ExitCode RunMv(const MvOptions& options, const GlobalOptions& global) {
 void RegisterMv(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<MvOptions>();
     CLI::App* command = program.add_subcommand("mv", "Rename or move an item of the server");
-    command->add_option("source", options->source, "The item on the server")->required();
-    command
-        ->add_option("target", options->target, "Its new path on the server; with a trailing / the folder to put it in")
-        ->required();
+    SetCompletion(*command->add_option("source", options->source, "The item on the server")->required(),
+                  Completes::ServerPath);
+    SetCompletion(*command
+                       ->add_option("target", options->target,
+                                    "Its new path on the server; with a trailing / the folder to put it in")
+                       ->required(),
+                  Completes::ServerPath);
+    AddExamples(*command, {{"quillmark mv /Shared/report.pdf /Backups/", "into that folder"},
+                           {"quillmark mv --force /Shared/draft /Shared/final", "overwrites"}});
     command->add_flag("-f,--force", options->force, "Overwrite a file that has the new path already");
     command->callback([options, &global, &action] { action = [options, &global] { return RunMv(*options, global); }; });
 }

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Help.h"
 #include "Paths.h"
 #include "Texts.h"
 #include "commands/TransferFlags.h"
@@ -66,7 +67,7 @@ ExitCode RunPut(const PutOptions& options, const GlobalOptions& global) {
     if (old.empty()) {
         return PutFiles(client, options, std::move(request));
     }
-    Calls calls(client);
+    Calls& calls = client.MainCalls();
     const DeltaPut put{global.Path(old), local, server, options.revision, options.optimise, global.quiet};
     return options.delta.empty() ? PutAsyncDelta(calls, put, !options.noCommit) : PutDelta(calls, put);
 }
@@ -93,6 +94,7 @@ void AddDeltaOptions(CLI::App& command, PutOptions& options) {
         command.add_option("--delta", options.delta, "Send only what differs from OLD, a copy of what the server has")
             ->type_name("OLD")
             ->excludes(resumable);
+    SetCompletion(*delta, Completes::LocalPath);
     CLI::Option* asyncDelta =
         command
             .add_option("--async-delta", options.asyncDelta,
@@ -100,6 +102,7 @@ void AddDeltaOptions(CLI::App& command, PutOptions& options) {
             ->type_name("OLD")
             ->excludes(resumable)
             ->excludes(delta);
+    SetCompletion(*asyncDelta, Completes::LocalPath);
     command.add_flag("--no-commit", options.noCommit, "Print the job's identifier instead (see 'delta-jobs')")
         ->needs(asyncDelta);
     command
@@ -113,9 +116,13 @@ void AddDeltaOptions(CLI::App& command, PutOptions& options) {
 void RegisterPut(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<PutOptions>();
     CLI::App* command = program.add_subcommand("put", "Upload a file, or a folder with all that it holds");
-    command->add_option("local", options->local, "The local file or folder")->required();
-    command->add_option("remote", options->remote, "Its path on the server; with a trailing / the folder to put it in")
-        ->required();
+    SetCompletion(*command->add_option("local", options->local, "The local file or folder")->required(),
+                  Completes::LocalPath);
+    SetCompletion(*command
+                       ->add_option("remote", options->remote,
+                                    "Its path on the server; with a trailing / the folder to put it in")
+                       ->required(),
+                  Completes::ServerPath);
     AddTransferFlags(*command, options->flags);
     command->add_flag("--always", options->always, "Send also files of a folder that the server has already");
     command
@@ -129,6 +136,11 @@ void RegisterPut(CLI::App& program, const GlobalOptions& global, Action& action)
                      "A copy of an earlier state of LOCAL, with its times: a file that the server still has as it is "
                      "there is sent as a delta")
         ->type_name("FOLDER");
+    AddExamples(*command,
+                {{"quillmark put report.pdf /Shared/", "into that folder"},
+                 {"quillmark put photos /Shared/Photos", "a folder with all that it holds"},
+                 {"quillmark put --resumable disk.img /Backups/", "the same again after an interruption: it goes on"},
+                 {"quillmark put --delta old.db new.db /Shared/data.db", "sends only what differs"}});
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunPut(*options, global); }; });
 }

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "EachPath.h"
+#include "Help.h"
 #include "Once.h"
 #include "Output.h"
 #include "Paths.h"
@@ -53,7 +54,9 @@ ExitCode RunRm(const RmOptions& options, const GlobalOptions& global) {
 void RegisterRm(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<RmOptions>();
     CLI::App* command = program.add_subcommand("rm", "Delete items of the server");
-    command->add_option("path", options->paths, "The items on the server")->required();
+    SetCompletion(*command->add_option("path", options->paths, "The items on the server")->required(),
+                  Completes::ServerPath);
+    AddExamples(*command, {{"quillmark rm /Shared/report.pdf", ""}, {"quillmark rm -r /Shared/Old", "a folder"}});
     command->add_flag("-r,--recursive", options->recursive, "Delete folders, with all that they hold");
     command->add_option("--revision", options->revision, "Only while the item has this revision (see 'stat')")
         ->type_name("REVISION");

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Help.h"
 #include "Paths.h"
 
 namespace quillmark::cli {
@@ -37,7 +38,9 @@ ExitCode RunShare(const ShareOptions& options, const GlobalOptions& global) {
 void RegisterShare(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<ShareOptions>();
     CLI::App* command = program.add_subcommand("share", "Share items; the server sends the recipients a link");
-    command->add_option("path", options->paths, "The items on the server")->required();
+    SetCompletion(*command->add_option("path", options->paths, "The items on the server")->required(),
+                  Completes::ServerPath);
+    AddExamples(*command, {{"quillmark share /Shared/plan --to ben carla --message 'Please read'", ""}});
     command->add_option("--to", options->targets, "The recipients, as the server knows them")
         ->required()
         ->type_name("NAME");

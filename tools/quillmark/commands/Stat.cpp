@@ -1,7 +1,9 @@
 // quillmark stat: shows what the server says of one item.
 #include <memory>
 
-#include "Client.h"
+#include "Calls.h"
+#include "Help.h"
+#include "Items.h"
 #include "Output.h"
 #include "Paths.h"
 
@@ -26,16 +28,22 @@ void PrintItem(const IServerAttributes& item) {
 void RegisterStat(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto path = std::make_shared<std::string>();
     CLI::App* command = program.add_subcommand("stat", "Show one item of the server");
-    command->add_option("path", *path, "The item on the server")->required();
+    SetCompletion(*command->add_option("path", *path, "The item on the server")->required(), Completes::ServerPath);
+    AddExamples(*command, {{"quillmark stat /Shared/report.pdf", "also its revision"}});
     command->callback([path, &global, &action] {
         action = [path, &global] {
             Client client(global);
             client.Resume();
             const WideString server = ServerPath(global.Path(*path));
             std::shared_ptr<IServerAttributes> item;
-            Require(client.Run([&] { return client.Api().GetPathAttributes(server, item, client.CancelEvent()); }),
+            Calls& calls = client.MainCalls();
+            Require(calls.Run([&] { return calls.Api().GetPathAttributes(server, item, calls.CancelEvent()).error; }),
                     "cannot look at " + Printable(server));
-            PrintItem(*item);
+            if (global.json) {
+                Print(ItemObject(server, *item).Text());
+            } else {
+                PrintItem(*item);
+            }
             return ExitCode::Success;
         };
     });

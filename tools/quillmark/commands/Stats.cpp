@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Help.h"
 #include "LocalFiles.h"
 
 namespace quillmark::cli {
@@ -59,7 +60,11 @@ void RegisterStats(CLI::App& program, const GlobalOptions& global, Action& actio
     CLI::App* command = program.add_subcommand("stats", "Post a text of statistics to the server");
     CLI::App* source = command->add_option_group("source");
     source->add_option("text", options->text, "The text");
-    source->add_option("--file", options->file, "A file that holds the text; - is standard input")->type_name("FILE");
+    SetCompletion(*source->add_option("--file", options->file, "A file that holds the text; - is standard input")
+                       ->type_name("FILE"),
+                  Completes::LocalPath);
+    AddExamples(*command, {{"quillmark stats 'files=12 seconds=3'", ""},
+                           {"quillmark ls -R /Shared | wc -l | quillmark stats --file -", ""}});
     source->require_option(1);
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunStats(*options, global); }; });

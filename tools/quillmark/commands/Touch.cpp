@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "EachPath.h"
+#include "Help.h"
 #include "Texts.h"
 
 namespace quillmark::cli {
@@ -64,7 +65,10 @@ void RegisterTouch(CLI::App& program, const GlobalOptions& global, Action& actio
     const auto options = std::make_shared<TouchOptions>();
     CLI::App* command =
         program.add_subcommand("touch", "Set times and attributes of items; without an option: modified now");
-    command->add_option("path", options->paths, "The items on the server")->required();
+    SetCompletion(*command->add_option("path", options->paths, "The items on the server")->required(),
+                  Completes::ServerPath);
+    AddExamples(*command, {{"quillmark touch --modified 2026-01-02T03:04:05Z /Shared/report.pdf", ""},
+                           {"quillmark touch --attributes readonly,hidden /Shared/plan", ""}});
     command->add_option("-m,--modified", options->modified, "The time of the last change: 2026-01-02T03:04:05Z, or now")
         ->type_name("TIME");
     command->add_option("--created", options->created, "The time of creation")->type_name("TIME");

@@ -2,7 +2,9 @@
 #include <algorithm>
 #include <memory>
 
-#include "Client.h"
+#include "Calls.h"
+#include "Help.h"
+#include "Json.h"
 #include "Output.h"
 #include "Paths.h"
 #include "Texts.h"
@@ -56,35 +58,49 @@ std::string Ends(const UploadRecord& record) {
     return "\t" + Escaped(record.key.remote) + "\t" + Escaped(record.key.local);
 }
 
+JsonObject& AddEnds(JsonObject& object, const UploadRecord& record) {
+    return object.Add("path", record.key.remote).Add("local", record.key.local);
+}
+
 ExitCode List(const GlobalOptions& global) {
     for (const UploadRecord& record : AllRecords(UploadStore(global.sessionPath), RequireSession(global))) {
-        Print(GuidText(record.id) + "\t" + std::to_string(record.file.size) + Ends(record));
+        JsonObject object;
+        object.Add("id", GuidText(record.id)).AddNumber("size", record.file.size);
+        PrintResult(global, GuidText(record.id) + "\t" + std::to_string(record.file.size) + Ends(record),
+                    AddEnds(object, record));
     }
     return ExitCode::Success;
 }
 
 // "ID, bytes that the server has, of how many, state, remote, local"
-std::string StateLine(Client& client, const UploadRecord& record) {
+void ShowState(Calls& calls, const UploadRecord& record) {
     std::int64_t received = 0;
     bool locked = false;
-    const DWORD error = client.Run([&] {
-        return client.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
-                                                       client.CancelEvent());
+    const DWORD error = calls.Run([&] {
+        return calls.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
+                                                      calls.CancelEvent());
     });
     if (error != UploadUnknown) {
         Require(error, "cannot ask for the upload to " + Printable(record.key.remote));
     }
-    const char* state = locked ? "locked" : record.conflict ? "conflict" : "waiting";
-    return GuidText(record.id) + "\t" + std::to_string(received) + "\t" + std::to_string(record.file.size) + "\t" +
-           (error == UploadUnknown ? "unknown" : state) + Ends(record);
+    const char* known = locked ? "locked" : record.conflict ? "conflict" : "waiting";
+    const std::string state = error == UploadUnknown ? "unknown" : known;
+    JsonObject object;
+    object.Add("id", GuidText(record.id)).AddNumber("received", received).AddNumber("size", record.file.size);
+    object.Add("state", state);
+    PrintResult(calls.Options(),
+                GuidText(record.id) + "\t" + std::to_string(received) + "\t" + std::to_string(record.file.size) + "\t" +
+                    state + Ends(record),
+                AddEnds(object, record));
 }
 
 ExitCode ShowStates(const UploadsOptions& options, const GlobalOptions& global) {
     Client client(global);
     client.Resume();
+    Calls& calls = client.MainCalls();
     const Records all = AllRecords(UploadStore(global.sessionPath), client.Session());
     for (const UploadRecord& record : SelectAll(all, options.uploads, global)) {
-        Print(StateLine(client, record));
+        ShowState(calls, record);
     }
     return ExitCode::Success;
 }
@@ -125,7 +141,7 @@ ExitCode Complete(const UploadsOptions& options, const GlobalOptions& global) {
     }),
             "cannot complete the upload to " + Printable(record.key.remote) + " as " + Printable(target));
     Require(store.Remove(record.key), "cannot forget the upload to " + Printable(record.key.remote));
-    Print(Printable(target));
+    PrintResult(global, Printable(target), JsonObject().Add("path", target));
     return ExitCode::Success;
 }
 
@@ -140,16 +156,20 @@ void RegisterUploads(CLI::App& program, const GlobalOptions& global, Action& act
     // Runs before the callbacks of the commands below, which replace its action.
     command->preparse_callback([&global, &action](std::size_t) { action = [&global] { return List(global); }; });
 
+    AddExamples(*command, {{"quillmark uploads", ""}});
+
     CLI::App* state = command->add_subcommand(
         "state",
         "Ask the server how far they are; with tabs between: identifier, bytes it has, bytes in all, waiting, locked, "
         "conflict or unknown, server path, local path");
     state->add_option("upload", options->uploads, Names);
+    AddExamples(*state, {{"quillmark uploads state", "of all"}});
     state->callback(
         [options, &global, &action] { action = [options, &global] { return ShowStates(*options, global); }; });
 
     CLI::App* cancel = command->add_subcommand("cancel", "Give uploads up, here and on the server");
     cancel->add_option("upload", options->uploads, Names)->required();
+    AddExamples(*cancel, {{"quillmark uploads cancel /Shared/budget.ods", ""}});
     cancel->callback([options, &global, &action] { action = [options, &global] { return Cancel(*options, global); }; });
 
     CLI::App* complete =
@@ -159,6 +179,7 @@ void RegisterUploads(CLI::App& program, const GlobalOptions& global, Action& act
         ->add_option("newpath", options->newPath,
                      "The item's path on the server; with a trailing / the folder to put it in")
         ->required();
+    AddExamples(*complete, {{"quillmark uploads complete /Shared/budget.ods /Shared/budget-2.ods", ""}});
     complete->callback(
         [options, &global, &action] { action = [options, &global] { return Complete(*options, global); }; });
 }

@@ -1,5 +1,7 @@
 // quillmark version: asks the server for its version.
-#include "Client.h"
+#include "Calls.h"
+#include "Help.h"
+#include "Json.h"
 #include "Output.h"
 #include "Paths.h"
 
@@ -7,13 +9,15 @@ namespace quillmark::cli {
 
 void RegisterVersion(CLI::App& program, const GlobalOptions& global, Action& action) {
     CLI::App* command = program.add_subcommand("version", "Show the server's version");
+    AddExamples(*command, {{"quillmark version", ""}});
     command->callback([&global, &action] {
         action = [&global] {
             Client client(global);
             client.Resume();
+            Calls& calls = client.MainCalls();
             WideString version;
-            Require(client.Run([&] { return client.Api().Version(version); }), "cannot get the server's version");
-            Print(Printable(version));
+            Require(calls.Run([&] { return calls.Api().Version(version); }), "cannot get the server's version");
+            PrintResult(global, Printable(version), JsonObject().Add("version", version));
             return ExitCode::Success;
         };
     });

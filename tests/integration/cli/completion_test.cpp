@@ -1,0 +1,201 @@
+// Completions of shells and the man page, made out of the declarations of the command line.
+#include <algorithm>
+#include <regex>
+#include <sstream>
+
+#include "integration/cli/CliTest.h"
+
+namespace quillmark::testing {
+namespace {
+
+class CompletionTest : public CliTest {
+protected:
+    static std::string ProgramFolder() { return ProgramPath(""); }
+    Process::Environment WithProgram() const {
+        Process::Environment environment = HomeEnvironment();
+        environment["PATH"] = ProgramFolder() + ":" + std::getenv("PATH");
+        return environment;
+    }
+    // The completions of one shell as a file.
+    std::string Script(const std::string& shell) {
+        return Write("completion." + shell, OutputOf({"completion", shell}));
+    }
+    ProcessResult Run(const Arguments& command) {
+        ProcessResult result = Process::Run(command, WithProgram());
+        EXPECT_EQ(0, result.exitCode) << result.errors;
+        EXPECT_EQ("", result.errors);
+        return result;
+    }
+    // What bash offers for the last of the words, one per line, sorted.
+    std::string InBash(const Arguments& words) {
+        constexpr const char* Program =
+            ". \"$0\"; COMP_WORDS=(quillmark \"$@\"); COMP_CWORD=$#; _quillmark; "
+            "[ ${#COMPREPLY[@]} -eq 0 ] || printf '%s\\n' \"${COMPREPLY[@]}\" | LC_ALL=C sort";
+        Arguments command = {"bash", "--norc", "-c", Program, Script("bash")};
+        command.insert(command.end(), words.begin(), words.end());
+        return Run(command).output;
+    }
+    // What fish offers for the line, without the explanations, sorted.
+    std::string InFish(const std::string& line) {
+        constexpr const char* Program =
+            "source $argv[1]; complete -C $argv[2] | string replace -r '\\t.*' '' | LC_ALL=C sort";
+        return Run({"fish", "--no-config", "-c", Program, Script("fish"), line}).output;
+    }
+    void StartWithItems() {
+        StartAndLogin();
+        OutputOf({"mkdir", "/Shared", "/Shared/Photos", "/Shared/My Plans"});
+        ASSERT_EQ(0, Quillmark({"put", "-q", Write("p", "x"), "/Shared/Pencil"}).exitCode);
+    }
+};
+
+TEST_F(CompletionTest, ScriptsAreCorrectForTheirShells) {
+    Run({"bash", "-n", Script("bash")});
+    Run({"zsh", "-n", Script("zsh")});
+    Run({"fish", "-n", Script("fish")});
+}
+
+TEST_F(CompletionTest, BashOffersCommands) {
+    EXPECT_EQ("lock\nlock-state\nlogin\nls\n", InBash({"l"}).substr(0, 25)) << "and whatever else begins with l";
+    EXPECT_EQ("cancel\n", InBash({"uploads", "c"}).substr(0, 7));
+    EXPECT_EQ("", InBash({"man"})) << "hidden";
+}
+
+TEST_F(CompletionTest, BashOffersOptionsOfTheCommandAndOfAll) {
+    EXPECT_EQ("--recursive\n--reverse\n", InBash({"ls", "--re"}).substr(0, 22));
+    EXPECT_NE(std::string::npos, InBash({"ls", "--"}).find("--session\n"));
+    EXPECT_NE(std::string::npos, InBash({"-"}).find("--version\n"));
+    EXPECT_EQ(std::string::npos, InBash({"stat", "--"}).find("--sort\n"));
+}
+
+TEST_F(CompletionTest, BashOffersChoices) {
+    EXPECT_EQ("name\nnone\nsize\ntime\n", InBash({"ls", "--sort", ""}));
+    EXPECT_EQ("name\nnone\n", InBash({"ls", "--sort", "=", "n"})) << "as bash splits --sort=n";
+}
+
+TEST_F(CompletionTest, BashOffersLocalFilesWhereOneIsMeant) {
+    Write("here/report.pdf", "x");
+    const std::string start = Local("here/re");
+    EXPECT_EQ(start + "port.pdf\n", InBash({"put", start}));
+    EXPECT_EQ(start + "port.pdf\n", InBash({"--log", start}));
+    EXPECT_EQ(start + "port.pdf\n", InBash({"put", "--delta", start}));
+}
+
+TEST_F(CompletionTest, BashOffersServerPathsWhereOneIsMeant) {
+    StartWithItems();
+    const Arguments login = {"--session", SessionFile()};
+    const auto with = [&](Arguments words) {
+        words.insert(words.begin(), login.begin(), login.end());
+        return InBash(words);
+    };
+    EXPECT_EQ("/Shared/\n", with({"ls", "/"}));
+    EXPECT_EQ("Shared/\n", with({"ls", "S"})) << "the leading slash may be left out";
+    EXPECT_EQ("/Shared/Pencil\n/Shared/Photos/\n", with({"ls", "/Shared/P"}));
+    EXPECT_EQ("/Shared/My Plans/\n", with({"ls", "/Shared/My\\ "}));
+    EXPECT_EQ("/Shared/Pencil\n", with({"put", "local", "/Shared/Pe"})) << "the second argument";
+    EXPECT_EQ("/Shared/Pencil\n", with({"get", "--range", "0-1", "/Shared/Pe"})) << "a value is no argument";
+    EXPECT_EQ("/Shared/Pencil\n", with({"rm", "/a", "/b", "/Shared/Pe"})) << "as many as there are";
+}
+
+TEST_F(CompletionTest, BashStaysQuietWithoutALogin) {
+    EXPECT_EQ("", InBash({"--session", Local("none"), "ls", "/"}));
+}
+
+TEST_F(CompletionTest, FishOffersCommandsOptionsAndChoices) {
+    EXPECT_EQ("lock\nlock-state\nlogin\nls\n", InFish("quillmark l").substr(0, 25));
+    EXPECT_EQ("cancel\ncomplete\n", InFish("quillmark uploads c"));
+    EXPECT_EQ("--recursive\n--reverse\n", InFish("quillmark ls --re"));
+    EXPECT_EQ("name\nnone\n", InFish("quillmark ls --sort n"));
+}
+
+TEST_F(CompletionTest, FishOffersServerPathsWhereOneIsMeant) {
+    StartWithItems();
+    const std::string start = "quillmark --session " + SessionFile();
+    EXPECT_EQ("/Shared/Pencil\n/Shared/Photos/\n", InFish(start + " ls /Shared/P"));
+    EXPECT_EQ("/Shared/Pencil\n", InFish(start + " put local /Shared/Pe"));
+}
+
+// Names of options as a help text lists them, "--sort" out of "  --sort TEXT:{name,size}".
+std::vector<std::string> OptionsIn(const std::string& help) {
+    std::vector<std::string> options;
+    std::istringstream lines(help.substr(0, help.find("\nExamples:")));
+    for (std::string line; std::getline(lines, line);) {
+        std::smatch match;
+        if (std::regex_search(line, match, std::regex("^  ((-[A-Za-z]|--[a-z-]+)(,(--[a-z-]+))?)( |$)"))) {
+            for (const int group : {2, 4}) {
+                if (match[group].matched && match[group] != "-h" && match[group] != "--help") {
+                    options.push_back(match[group]);
+                }
+            }
+        }
+    }
+    return options;
+}
+
+// Commands as a help text lists them.
+std::vector<std::string> CommandsIn(const std::string& help) {
+    std::vector<std::string> commands;
+    const std::size_t start = help.find("\nSubcommands:\n");
+    if (start == std::string::npos) {
+        return commands;
+    }
+    std::istringstream lines(help.substr(start + 14));
+    for (std::string line; std::getline(lines, line) && line.starts_with("  ");) {
+        if (line[2] != ' ') {
+            commands.push_back(line.substr(2, line.find(' ', 2) - 2));
+        }
+    }
+    return commands;
+}
+
+class ManPageTest : public CompletionTest {
+protected:
+    // As it is read: without overstriking, one blank for many.
+    void SetUp() override {
+        const std::string source = Write("quillmark.1", OutputOf({"man-page"}));
+        const ProcessResult read = Run({"groff", "-man", "-ww", "-Tascii", "-P-cbou", "-rLL=1000n", source});
+        m_text = std::regex_replace(read.output, std::regex(" +"), " ");
+    }
+    void ExpectCommand(Arguments path) {
+        std::string name = "quillmark";
+        for (const std::string& word : path) {
+            name += " " + word;
+        }
+        const std::size_t start = m_text.find("\n " + name + " ");
+        EXPECT_NE(std::string::npos, start == std::string::npos ? m_text.find("\n " + name + "\n") : start) << name;
+        const std::string section = start == std::string::npos ? "" : m_text.substr(start);
+        path.emplace_back("--help");
+        const std::string help = OutputOf(path);
+        path.pop_back();
+        for (const std::string& option : OptionsIn(help)) {
+            EXPECT_TRUE(std::regex_search(section, std::regex("\n (-[A-Za-z], )?" + option + "[ ,\n]")))
+                << name << option;
+        }
+        for (const std::string& below : CommandsIn(help)) {
+            Arguments next = path;
+            next.push_back(below);
+            ExpectCommand(next);
+        }
+    }
+    std::string m_text;
+};
+
+TEST_F(ManPageTest, HasEveryCommandAndEveryOption) {
+    const std::string help = OutputOf({"--help"});
+    const std::vector<std::string> commands = CommandsIn(help);
+    EXPECT_GE(commands.size(), 27u);
+    EXPECT_EQ(commands.end(), std::find(commands.begin(), commands.end(), "man-page"));
+    for (const std::string& option : OptionsIn(help)) {
+        EXPECT_NE(std::string::npos, m_text.find("\n " + option)) << option;
+    }
+    for (const std::string& command : commands) {
+        ExpectCommand({command});
+    }
+}
+
+TEST_F(ManPageTest, HasExamplesAndExitCodes) {
+    EXPECT_NE(std::string::npos, m_text.find("\n quillmark find /Shared --name '*.pdf'\n")) << m_text;
+    EXPECT_NE(std::string::npos, m_text.find("\nEXIT CODES\n 0 done, 1 some items failed, 2 usage")) << m_text;
+}
+
+}  // namespace
+}  // namespace quillmark::testing

@@ -1,0 +1,136 @@
+// quillmark --json: one object per result, a line each, as programs rely on it. What the server chooses by itself
+// (revisions, times of creation, identifiers) is compared as "*".
+#include <regex>
+
+#include "integration/cli/CliTest.h"
+
+namespace quillmark::testing {
+namespace {
+
+class JsonTest : public CliTest {
+protected:
+    void SetUp() override {
+        StartAndLogin({"--no-sync", "--version-text", "reference \"1.0\"", "--mapping",
+                       "Docs;type=smb;limit=1000000;description=All papers", "--mapping",
+                       "Old;type=webdav;status=OFFLINE;readonly;no-sharing"});
+        const std::string file = Write("file", "hello\n");
+        ASSERT_EQ(0, Process::Run({"touch", "-d", "2020-02-03T04:05:06.789Z", file}).exitCode);
+        OutputOf({"mkdir", "/Docs/d"});
+        ASSERT_EQ(0, Quillmark({"put", "-q", file, "/Docs/f"}).exitCode);
+    }
+    // Standard output of the command, with what the server chooses as "*".
+    std::string Json(Arguments arguments) {
+        arguments.insert(arguments.begin(), "--json");
+        return Masked(OutputOf(arguments));
+    }
+    static std::string Masked(std::string text) {
+        text = std::regex_replace(text, std::regex(R"re("(created|revision|time)":"[^"]*")re"), "\"$1\":\"*\"");
+        text = std::regex_replace(text, std::regex(R"re(("kind":"folder"[^}]*"modified":)"[^"]*")re"), "$1\"*\"");
+        return std::regex_replace(text, std::regex("[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F-]{22}"), "*");
+    }
+
+    const std::string m_file =
+        R"({"path":"/Docs/f","name":"f","kind":"file","size":6,"created":"*","modified":"2020-02-03T04:05:06.789Z",)"
+        R"("attributes":128,"revision":"*","writable":true)";
+    const std::string m_folder =
+        R"({"path":"/Docs/d","name":"d","kind":"folder","size":null,"created":"*","modified":"*","attributes":16,)"
+        R"("revision":"*","writable":true)";
+};
+
+TEST_F(JsonTest, Version) {
+    EXPECT_EQ("{\"version\":\"reference \\\"1.0\\\"\"}\n", Json({"version"}));
+}
+
+TEST_F(JsonTest, Ls) {
+    EXPECT_EQ(m_folder + "}\n" + m_file + "}\n", Json({"ls", "/Docs"}));
+    EXPECT_EQ(m_folder + "}\n" + m_file + "}\n", Json({"ls", "-l", "-R", "/Docs"})) << "without headings";
+    EXPECT_EQ(m_file + "}\n", Json({"ls", "/Docs/f"}));
+}
+
+TEST_F(JsonTest, Stat) {
+    EXPECT_EQ(m_file + "}\n", Json({"stat", "/Docs/f"}));
+    EXPECT_EQ(m_folder + "}\n", Json({"stat", "/Docs/d"}));
+}
+
+TEST_F(JsonTest, Find) {
+    EXPECT_EQ(m_file + "}\n", Json({"find", "/Docs", "--type", "f"}));
+}
+
+TEST_F(JsonTest, TreeTellsDepthsAndCountsNothing) {
+    EXPECT_EQ(m_folder + ",\"depth\":0}\n", Json({"tree", "/Docs/d"}));
+    OutputOf({"mkdir", "/Docs/d/e"});
+    const std::string lines = Json({"tree", "/Docs"});
+    EXPECT_NE(std::string::npos, lines.find(m_folder + ",\"depth\":1}\n")) << lines;
+    EXPECT_NE(std::string::npos, lines.find(R"({"path":"/Docs/d/e","name":"e")")) << lines;
+    EXPECT_NE(std::string::npos, lines.find(",\"depth\":2}\n")) << lines;
+    EXPECT_TRUE(lines.ends_with(m_file + ",\"depth\":1}\n")) << lines;
+}
+
+TEST_F(JsonTest, Du) {
+    EXPECT_EQ(
+        "{\"path\":\"/Docs/d\",\"bytes\":0,\"files\":0,\"folders\":0}\n"
+        "{\"path\":\"/Docs\",\"bytes\":6,\"files\":1,\"folders\":1}\n",
+        Json({"du", "/Docs"}));
+    EXPECT_EQ("{\"path\":\"/Docs\",\"bytes\":6,\"files\":1,\"folders\":1}\n", Json({"du", "-s", "--human", "/Docs"}));
+}
+
+TEST_F(JsonTest, Folders) {
+    EXPECT_EQ(R"({"path":"/Docs","reachable":true,"mode":"automatic","type":"smb","permissions":"WRITE",)"
+              R"("abilities":["delta","locking","resumable","sharing"],"largest":1000000,"description":"All papers"})"
+              "\n"
+              R"({"path":"/Old","reachable":false,"mode":"automatic","type":"webdav","permissions":"ROOT_READONLY",)"
+              R"("abilities":["delta","locking","resumable"],"largest":null,"description":null})"
+              "\n",
+              Json({"folders"}));
+}
+
+TEST_F(JsonTest, Changes) {
+    LoginDevice("other");
+    OutputOf({"mkdir", "/Docs/a\tb"});
+    OutputOf({"mv", "/Docs/f", "/Docs/g"});
+    const ProcessResult result = QuillmarkAs("other", {"--json", "changes"});
+    EXPECT_EQ(
+        "{\"action\":\"create\",\"path\":\"/Docs/a\\tb\",\"to\":null}\n"
+        "{\"action\":\"move\",\"path\":\"/Docs/f\",\"to\":\"/Docs/g\"}\n",
+        result.output);
+}
+
+TEST_F(JsonTest, LockState) {
+    EXPECT_EQ("{\"path\":\"/Docs/f\",\"state\":\"unlocked\"}\n", Json({"lock-state", "/Docs/f"}));
+}
+
+TEST_F(JsonTest, DeltaJobs) {
+    const std::string id = "0F8FAD5B-D9CB-469F-A165-70867728950E";
+    EXPECT_EQ("{\"id\":\"" + id + "\",\"state\":\"unknown\"}\n", OutputOf({"--json", "delta-jobs", "state", id}));
+}
+
+TEST_F(JsonTest, Uploads) {
+    // All is sent, and the item was changed between the two attempts.
+    const std::string local = Write("new", std::string(70'000, 'x'));
+    const Arguments put = {"put",        "--resumable",         "--chunk", "64K",
+                           "--revision", RevisionOf("/Docs/f"), local,     "/Docs/f"};
+    Server().AddFaults({{"method", "POST"}, {"path", "/api/1.7/resume/upload/Docs/f"}, {"kind", "delay"}, {"ms", 0}});
+    Server().AddFaults({{"method", "POST"},
+                        {"path", "/api/1.7/resume/upload/Docs/f"},
+                        {"kind", "error-document"},
+                        {"error_id", 1005}});
+    ASSERT_EQ(4, Quillmark(put).exitCode);
+    OutputOf({"touch", "/Docs/f"});
+    ASSERT_EQ(6, Quillmark(put).exitCode);
+    EXPECT_EQ("{\"id\":\"*\",\"size\":70000,\"path\":\"/Docs/f\",\"local\":\"" + local + "\"}\n", Json({"uploads"}));
+    EXPECT_EQ(
+        "{\"id\":\"*\",\"received\":70000,\"size\":70000,\"state\":\"conflict\",\"path\":\"/Docs/f\",\"local\":\"" +
+            local + "\"}\n",
+        Json({"uploads", "state"}));
+    EXPECT_EQ("{\"path\":\"/Docs/g\"}\n", Json({"uploads", "complete", "/Docs/f", "/Docs/g"}));
+}
+
+TEST_F(JsonTest, FailuresGoToStandardErrorOnly) {
+    const ProcessResult result = Quillmark({"--json", "stat", "/none"});
+    EXPECT_EQ(5, result.exitCode);
+    EXPECT_EQ("", result.output);
+    EXPECT_NE("", result.errors);
+}
+
+}  // namespace
+}  // namespace quillmark::testing

@@ -1,0 +1,53 @@
+// quillmark completion, man-page: the declarations of the command line in other forms.
+#include "help/Completion.h"
+
+#include <memory>
+
+#include "Client.h"
+#include "Output.h"
+#include "help/ManPage.h"
+
+namespace quillmark::cli {
+namespace {
+
+void PrintText(const std::string& text) {
+    PrintBytes(text.data(), text.size());
+}
+
+std::string CompletionFor(const std::string& shell, const DeclaredCommand& program) {
+    if (shell == "bash") {
+        return BashCompletion(program);
+    }
+    return shell == "zsh" ? ZshCompletion(program) : FishCompletion(program);
+}
+
+}  // namespace
+
+void RegisterCompletion(CLI::App& program, const GlobalOptions& /*global*/, Action& action) {
+    const auto shell = std::make_shared<std::string>();
+    CLI::App* command = program.add_subcommand("completion", "Print a script that completes this command line");
+    command->add_option("shell", *shell, "For which shell")->required()->check(CLI::IsMember({"bash", "zsh", "fish"}));
+    AddExamples(*command, {{"quillmark completion bash > quillmark.bash", "to be read by '.' from ~/.bashrc"},
+                           {"quillmark completion zsh > _quillmark", "into a folder of $fpath"},
+                           {"quillmark completion fish > quillmark.fish", "into ~/.config/fish/completions"}});
+    command->callback([shell, &program, &action] {
+        action = [shell, &program] {
+            PrintText(CompletionFor(*shell, Declarations(program)));
+            return ExitCode::Success;
+        };
+    });
+}
+
+// For those who build and package the program: not among the commands that the help shows.
+void RegisterManPage(CLI::App& program, const GlobalOptions& /*global*/, Action& action) {
+    CLI::App* command = program.add_subcommand("man-page", "Print the source of the man page");
+    command->group("");
+    command->callback([&program, &action] {
+        action = [&program] {
+            PrintText(ManPage(Declarations(program), program.version()));
+            return ExitCode::Success;
+        };
+    });
+}
+
+}  // namespace quillmark::cli

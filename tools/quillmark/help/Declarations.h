@@ -1,0 +1,47 @@
+// The command line as plain records: what the parser was told, for whoever writes it down in another form (the man
+// page, the completions of shells).
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Help.h"
+
+namespace quillmark::cli {
+
+// An option, or an argument that is told by its place.
+struct Declared {
+    std::vector<std::string> names;  // "-R", "--recursive"; one without dashes for an argument
+    std::string help;
+    std::string value;  // what stands for its value: "FILE"; empty for a flag
+    bool valueIsOptional = false;
+    bool many = false;  // values may follow one another
+    bool required = false;
+    std::string standard;              // the value without it, empty when there is none to tell
+    std::string limits;                // what a value has to be, where the parser tells: "UINT in [1 - 100]"
+    std::vector<std::string> choices;  // the only values, where there are such
+    std::optional<Completes> completes;
+};
+
+struct DeclaredCommand {
+    std::vector<std::string> path;  // "uploads", "state"; empty for the program itself
+    std::string help;
+    std::string footer;
+    std::vector<Declared> options;
+    std::vector<Declared> arguments;
+    std::vector<DeclaredCommand> commands;
+
+    // "uploads state"
+    [[nodiscard]] std::string Name() const;
+};
+
+// All that the help shows, in its order. Hidden commands and the options --help and --version of each command are left
+// out, but for those of the program.
+[[nodiscard]] DeclaredCommand Declarations(const CLI::App& program);
+
+// The command and all below it, each before its own.
+[[nodiscard]] std::vector<const DeclaredCommand*> AllCommands(const DeclaredCommand& program);
+
+}  // namespace quillmark::cli

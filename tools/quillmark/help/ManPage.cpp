@@ -1,0 +1,174 @@
+#include "help/ManPage.h"
+
+namespace quillmark::cli {
+namespace {
+
+// Characters that the formatter would take for something else, or set as another.
+std::string Plain(const std::string& text) {
+    std::string plain;
+    bool lineStart = true;
+    for (const char unit : text) {
+        if (lineStart && (unit == '.' || unit == '\'')) {
+            plain += "\\&";
+        }
+        lineStart = unit == '\n';
+        switch (unit) {
+            case '\\':
+                plain += "\\(rs";
+                break;
+            case '-':
+                plain += "\\-";
+                break;
+            case '\'':
+                plain += "\\(aq";
+                break;
+            case '`':
+                plain += "\\(ga";
+                break;
+            case '~':
+                plain += "\\(ti";
+                break;
+            case '^':
+                plain += "\\(ha";
+                break;
+            default:
+                plain += unit;
+        }
+    }
+    return plain;
+}
+
+std::string Bold(const std::string& text) {
+    return "\\fB" + Plain(text) + "\\fR";
+}
+
+std::string Italic(const std::string& text) {
+    return "\\fI" + Plain(text) + "\\fR";
+}
+
+std::string WithCommas(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : ", ") + word;
+    }
+    return text;
+}
+
+// "-u, --user NAME"
+std::string Heading(const Declared& option) {
+    std::string heading;
+    for (const std::string& name : option.names) {
+        heading += (heading.empty() ? "" : ", ") + Bold(name);
+    }
+    if (!option.value.empty()) {
+        const std::string value = Italic(option.value) + (option.many ? " ..." : "");
+        heading += option.valueIsOptional ? " [" + value + "]" : " " + value;
+    }
+    return heading;
+}
+
+std::string Explanation(const Declared& declared) {
+    std::string text = declared.help + ".";
+    if (!declared.choices.empty()) {
+        text += " One of: " + WithCommas(declared.choices) + ".";
+    }
+    if (!declared.limits.empty()) {
+        text += " Has to be: " + declared.limits + ".";
+    }
+    if (!declared.standard.empty()) {
+        text += " Otherwise: " + declared.standard + ".";
+    }
+    return Plain(text);
+}
+
+std::string Entries(const DeclaredCommand& command) {
+    std::string text;
+    for (const Declared& argument : command.arguments) {
+        text += ".TP\n" + Italic(argument.names.front()) + "\n" + Explanation(argument) + "\n";
+    }
+    for (const Declared& option : command.options) {
+        text += ".TP\n" + Heading(option) + "\n" + Explanation(option) + "\n";
+    }
+    return text;
+}
+
+// "quillmark put [OPTIONS] local remote"
+std::string Usage(const DeclaredCommand& command) {
+    std::string usage = Bold("quillmark " + command.Name());
+    if (!command.options.empty()) {
+        usage += " [" + Italic("OPTIONS") + "]";
+    }
+    for (const Declared& argument : command.arguments) {
+        const std::string name = Italic(argument.names.front()) + (argument.many ? " ..." : "");
+        usage += argument.required ? " " + name : " [" + name + "]";
+    }
+    return usage;
+}
+
+// A footer has paragraphs that begin with their title: "Examples:" and lines, or "Exit codes: ..." on the same line.
+struct Paragraph {
+    std::string title;
+    std::string text;
+    bool lines = false;
+};
+
+std::vector<Paragraph> Paragraphs(const std::string& footer) {
+    std::vector<Paragraph> paragraphs;
+    for (std::size_t start = 0; start < footer.size();) {
+        const std::size_t end = std::min(footer.find("\n\n", start), footer.size());
+        std::string text = footer.substr(start, end - start);
+        start = end + 2;
+        text.erase(0, text.find_first_not_of('\n'));
+        const std::size_t colon = text.find(':');
+        if (text.empty() || colon == std::string::npos) {
+            continue;
+        }
+        const bool lines = text[colon + 1] == '\n';
+        paragraphs.push_back({text.substr(0, colon), text.substr(colon + 2), lines});
+    }
+    return paragraphs;
+}
+
+std::string Body(const Paragraph& paragraph) {
+    return paragraph.lines ? ".nf\n" + Plain(paragraph.text) + "\n.fi\n" : Plain(paragraph.text) + "\n";
+}
+
+std::string UpperCase(std::string text) {
+    for (char& unit : text) {
+        unit = unit >= 'a' && unit <= 'z' ? static_cast<char>(unit - 'a' + 'A') : unit;
+    }
+    return text;
+}
+
+std::string CommandText(const DeclaredCommand& command) {
+    std::string text = ".SS " + Usage(command) + "\n" + Plain(command.help) + ".\n" + Entries(command);
+    for (const Paragraph& paragraph : Paragraphs(command.footer)) {
+        text += ".PP\n" + Plain(paragraph.title) + ":\n.PP\n" + Body(paragraph);
+    }
+    return text;
+}
+
+}  // namespace
+
+std::string ManPage(const DeclaredCommand& program, const std::string& version) {
+    std::string page = ".TH QUILLMARK 1 \"\" \"" + Plain(version) + "\" \"User Commands\"\n";
+    page += ".SH NAME\nquillmark \\- command\\-line host of the Quillmark client library\n";
+    page += ".SH SYNOPSIS\n" + Bold("quillmark") + " [" + Italic("OPTIONS") + "] " + Italic("COMMAND") + " ...\n";
+    page += ".SH DESCRIPTION\n" + Plain(program.help) + "\n";
+    page +=
+        "Server paths begin with a slash, which may be left out. Results go to standard output, everything else to "
+        "standard error.\n";
+    page += ".SH OPTIONS\nThey may stand before the command and after it.\n" + Entries(program);
+    page += ".SH COMMANDS\n";
+    for (const DeclaredCommand* command : AllCommands(program)) {
+        page += command == &program ? "" : CommandText(*command);
+    }
+    for (const Paragraph& paragraph : Paragraphs(program.footer)) {
+        page += ".SH " + Plain(UpperCase(paragraph.title)) + "\n" + Body(paragraph);
+    }
+    page += ".SH ENVIRONMENT\n.TP\n" + Bold("QUILLMARK_PASSWORD") +
+            "\nThe password, where none is named otherwise; without it the terminal is asked.\n";
+    return page;
+}
+
+}  // namespace quillmark::cli
