@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <mutex>
 #include <system_error>
+#include <utility>
 
 #include "ErrorText.h"
 #include "Paths.h"
@@ -11,14 +13,23 @@ namespace quillmark::cli {
 
 namespace {
 
+// Why standard output could not be written first; a later failure tells less.
+int outputError = 0;
+
+std::mutex errorMutex;
+ErrorSink errorSink;
+
 void RequireOutput(bool written) {
-    if (written) {
+    if (written && outputError == 0) {
         return;
     }
-    if (errno == EPIPE) {
+    if (outputError == 0) {
+        outputError = errno;
+    }
+    if (outputError == EPIPE) {
         throw OutputClosed();
     }
-    throw Failure("cannot write the output: " + std::generic_category().message(errno), ExitCode::LocalFile);
+    throw Failure("cannot write the output: " + std::generic_category().message(outputError), ExitCode::LocalFile);
 }
 
 }  // namespace
@@ -32,8 +43,19 @@ void FinishOutput() {
 }
 
 void PrintError(const std::string& line) {
-    std::fwrite(line.data(), 1, line.size(), stderr);
-    std::fputc('\n', stderr);
+    const std::lock_guard lock(errorMutex);
+    if (errorSink) {
+        errorSink(line);
+        return;
+    }
+    // In one go: lines of several threads and programs stay whole.
+    const std::string whole = line + "\n";
+    std::fwrite(whole.data(), 1, whole.size(), stderr);
+}
+
+void SetErrorSink(ErrorSink sink) {
+    const std::lock_guard lock(errorMutex);
+    errorSink = std::move(sink);
 }
 
 bool IsFolder(const IServerAttributes& item) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "quillmark/Attributes.h"
@@ -19,9 +20,14 @@ void PrintResult(const GlobalOptions& options, const std::string& line, const Js
 
 // Throws OutputClosed, or Failure when standard output cannot be written for another reason.
 void Print(const std::string& line);
-// Writes what is still buffered; throws like Print.
+// Writes what is still buffered; throws like Print, also when an earlier line could not be written and nobody was told.
 void FinishOutput();
 void PrintError(const std::string& line);
+
+// Where the lines of PrintError go instead of standard error, while something else is drawn there; called by any thread
+// that prints, one at a time, and not to print itself. None: standard error again; after that no call is under way.
+using ErrorSink = std::function<void(const std::string&)>;
+void SetErrorSink(ErrorSink sink);
 
 // "d  2026-11-20T16:07:00.123Z           4096  name"
 [[nodiscard]] std::string LongLine(const IServerAttributes& item);

@@ -139,7 +139,7 @@ ResumablePut::Result ResumablePut::SendChunk(Attempt& attempt, Attributes& store
     std::int64_t sent = length;
     const bool first = attempt.offset == 0;
     error = m_client.Api().ResumableUpload(record.key.local, record.key.remote, item, record.id, offset, sent, first,
-                                           m_client.CancelEvent(), nullptr, 0);
+                                           m_client.CancelEvent(), m_progress, 0);
     if (error != ERROR_SUCCESS) {
         // A file that became shorter in the middle of its chunk fails here.
         const bool changed = !m_client.Options().Interrupted() && HasChanged(record);

@@ -43,6 +43,9 @@ public:
     // not store it, or refused it at once; the item has another revision than the one asked for.
     [[nodiscard]] DWORD Send(const WideString& local, const WideString& server, Attributes& stored);
 
+    // Shows the progress of what is sent from here on.
+    void ShowTo(std::shared_ptr<IProgressSink> progress) { m_progress = std::move(progress); }
+
     // Whether the last 21077 left an upload that can be completed under another path.
     [[nodiscard]] bool KeptConflict() const { return m_keptConflict; }
 
@@ -88,6 +91,7 @@ private:
     Client& m_client;
     const ResumableOptions m_options;
     const UploadStore m_store;
+    std::shared_ptr<IProgressSink> m_progress;
     bool m_keptConflict = false;
     std::string m_expected;  // the revision that the item shall have now
 };

@@ -6,12 +6,35 @@
 #include "Output.h"
 #include "Paths.h"
 #include "System.h"
+#include "terminal/TransferView.h"
 
 namespace quillmark::cli {
 namespace {
 
-std::string Counted(std::uint64_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+// Tells the view how far one file has come.
+class FileProgress final : public IProgressSink {
+public:
+    FileProgress(TransferObserver& view, std::uint64_t id) : m_view(view), m_id(id) {}
+    void Begin(const WideString&, std::uint64_t offset, std::uint64_t) override { Tell(offset); }
+    void Advance(const void*, std::uint32_t, std::uint64_t position, std::uint64_t, std::uint64_t) override {
+        Tell(position);
+    }
+
+private:
+    void Tell(std::uint64_t position) { m_view.Advanced(m_id, static_cast<std::int64_t>(position)); }
+
+    TransferObserver& m_view;
+    std::uint64_t m_id;
+};
+
+std::unique_ptr<TransferObserver> ViewFor(const GlobalOptions& options, bool quiet) {
+    GlobalOptions view = options;
+    view.quiet = view.quiet || quiet;
+    return MakeTransferView(view);
+}
+
+std::int64_t SizeOf(const IServerAttributes& item) {
+    return item.HasSize() ? item.GetSize() : -1;
 }
 
 }  // namespace
@@ -27,6 +50,8 @@ WideString PartialName(const WideString& local) {
     return local.Substring(0, local.size() - leaf.size()) + leaf.Substring(0, Longest - (pairSplit ? 1 : 0)) +
            QM_W(".quillmark-part");
 }
+
+Transfer::Transfer(Client& client, bool quiet) : m_client(client), m_view(ViewFor(client.Options(), quiet)) {}
 
 void Transfer::Put(const WideString& local, const WideString& server) {
     LocalItem item;
@@ -60,7 +85,7 @@ void Transfer::PutFolder(const WideString& local, const WideString& server) {
             return;
         }
         if (item.link && item.folder) {
-            PrintError("skipped, a link to a folder: " + Printable(JoinPath(local, item.name)));
+            Skipped("a link to a folder", JoinPath(local, item.name));
         } else if (!IsText(item.name)) {
             Failed(Printable(JoinPath(local, item.name)), ERROR_NO_UNICODE_TRANSLATION);
         } else if (item.folder) {
@@ -76,7 +101,7 @@ void Transfer::PutListed(const WideString& local, const WideString& server) {
     if (const DWORD error = FindLocalItem(local, item); error != ERROR_SUCCESS) {
         Failed(Printable(local), error);
     } else if (!IsPlainFile(local)) {
-        PrintError("skipped, a pipe, socket or device: " + Printable(local));
+        Skipped("a pipe, socket or device", local);
     } else {
         PutFile(local, server);
     }
@@ -84,26 +109,28 @@ void Transfer::PutListed(const WideString& local, const WideString& server) {
 
 void Transfer::PutFile(const WideString& local, const WideString& server) {
     std::shared_ptr<IServerAttributes> stored;
-    const DWORD error = m_resumable ? m_resumable->Send(local, server, stored) : SendWhole(local, server, stored);
-    if (error != ERROR_SUCCESS) {
-        Failed(Printable(local), error);
-        if (m_resumable && m_resumable->KeptConflict()) {
-            PrintError("the server has all of it: 'quillmark uploads complete " + Printable(server) +
-                       " NEWPATH' stores it under another name");
-        }
-        return;
+    DWORD error = LocalAttributes(local, stored);
+    const TransferFile file =
+        Begin(Direction::Up, local, server, error == ERROR_SUCCESS ? SizeOf(*stored) : std::int64_t{-1});
+    const auto progress = std::make_shared<FileProgress>(*m_view, file.id);
+    if (error == ERROR_SUCCESS && m_resumable) {
+        m_resumable->ShowTo(progress);
+        stored.reset();
+        error = m_resumable->Send(local, server, stored);
+    } else if (error == ERROR_SUCCESS) {
+        error = SendWhole(local, server, stored, progress);
     }
-    Done(server, stored->HasSize() ? static_cast<std::uint64_t>(stored->GetSize()) : 0);
+    const bool kept = error != ERROR_SUCCESS && m_resumable && m_resumable->KeptConflict();
+    Finish(file, error, stored == nullptr ? *MakeAttributes() : *stored,
+           kept ? "the server has all of it: 'quillmark uploads complete " + Printable(server) +
+                      " NEWPATH' stores it under another name"
+                : "");
 }
 
-DWORD Transfer::SendWhole(const WideString& local, const WideString& server,
-                          std::shared_ptr<IServerAttributes>& stored) {
-    const DWORD error = LocalAttributes(local, stored);
-    if (error != ERROR_SUCCESS) {
-        return error;
-    }
+DWORD Transfer::SendWhole(const WideString& local, const WideString& server, std::shared_ptr<IServerAttributes>& stored,
+                          const std::shared_ptr<IProgressSink>& progress) {
     stored->SetRevision(m_revision);
-    return m_client.Api().UploadFile(local, server, stored, m_client.CancelEvent(), nullptr, 0);
+    return m_client.Api().UploadFile(local, server, stored, m_client.CancelEvent(), progress, 0);
 }
 
 DWORD Transfer::EnsureServerFolder(const WideString& server) {
@@ -163,20 +190,18 @@ void Transfer::GetFolder(const WideString& server, const WideString& local) {
 void Transfer::GetFile(const WideString& server, const WideString& local,
                        const std::shared_ptr<IServerAttributes>& known) {
     const std::shared_ptr<IServerAttributes> received = MakeAttributes();
-    const DWORD error = DownloadTo(server, local, known, received);
-    if (error != ERROR_SUCCESS) {
-        Failed(Printable(server) + " to " + Printable(local), error);
-        return;
-    }
-    Done(local, received->HasSize() ? static_cast<std::uint64_t>(received->GetSize()) : 0);
+    const TransferFile file = Begin(Direction::Down, local, server, SizeOf(*known));
+    Finish(file, DownloadTo(server, local, known, received, std::make_shared<FileProgress>(*m_view, file.id)),
+           *received);
 }
 
 DWORD Transfer::DownloadTo(const WideString& server, const WideString& local,
                            const std::shared_ptr<IServerAttributes>& known,
-                           const std::shared_ptr<IServerAttributes>& received) {
+                           const std::shared_ptr<IServerAttributes>& received,
+                           const std::shared_ptr<IProgressSink>& progress) {
     const WideString partial = PartialName(local);
-    DWORD error =
-        m_client.Api().DownloadFile(server, partial, known, received, WideString(), m_client.CancelEvent(), nullptr, 0);
+    DWORD error = m_client.Api().DownloadFile(server, partial, known, received, WideString(), m_client.CancelEvent(),
+                                              progress, 0);
     if (error == ERROR_SUCCESS) {
         error = ApplyTimes(partial, *received);
     }
@@ -189,33 +214,68 @@ DWORD Transfer::DownloadTo(const WideString& server, const WideString& local,
     return error;
 }
 
-void Transfer::Failed(const std::string& what, DWORD error) {
+TransferFile Transfer::Begin(Direction direction, const WideString& local, const WideString& server,
+                             std::int64_t size) {
+    TransferFile file;
+    file.id = ++m_begun;
+    file.direction = direction;
+    file.method = m_resumable ? Method::Resumable : Method::Whole;
+    file.local = local;
+    file.server = server;
+    file.size = size;
+    m_planned += size > 0 ? static_cast<std::uint64_t>(size) : 0;
+    m_view->Planned(m_begun, m_planned);
+    m_view->Started(file);
+    return file;
+}
+
+void Transfer::Finish(const TransferFile& file, DWORD error, const IServerAttributes& item,
+                      const std::string& nextStep) {
+    TransferResult result;
+    if (error == ERROR_SUCCESS) {
+        result.bytes = item.HasSize() ? item.GetSize() : 0;
+        result.revision = item.GetRevision();
+        ++m_counts.files;
+        m_counts.bytes += static_cast<std::uint64_t>(result.bytes);
+    } else {
+        CountFailure(error);
+        result.outcome = Outcome::Failed;
+        result.error = error;
+        if (!m_client.Options().Interrupted()) {
+            result.why = ErrorText(error);
+            result.nextStep = nextStep;
+        }
+    }
+    m_view->Finished(file, result);
+}
+
+void Transfer::CountFailure(DWORD error) {
     ++m_counts.failed;
     if (m_counts.firstError == ERROR_SUCCESS) {
         m_counts.firstError = error;
     }
+}
+
+void Transfer::Failed(const std::string& what, DWORD error) {
+    CountFailure(error);
     if (!m_client.Options().Interrupted()) {
-        PrintError("failed: " + what + ": " + ErrorText(error));
+        m_view->Note("failed: " + what + ": " + ErrorText(error));
     }
 }
 
-void Transfer::Done(const WideString& path, std::uint64_t bytes) {
-    ++m_counts.files;
-    m_counts.bytes += bytes;
-    if (!m_quiet) {
-        Print(Printable(path));
-    }
+void Transfer::Skipped(const std::string& why, const WideString& path) {
+    ++m_counts.skipped;
+    m_view->Note("skipped, " + why + ": " + Printable(path));
 }
 
-ExitCode Transfer::Summarise() const {
-    const bool cancelled = m_client.Options().Interrupted();
-    PrintError(Counted(m_counts.files, "file") + ", " + Counted(m_counts.folders, "folder") + ", " +
-               Counted(m_counts.bytes, "byte") + ", " + std::to_string(m_counts.failed) + " failed" +
-               (cancelled ? ", cancelled" : ""));
-    if (m_counts.failed != 0 && m_counts.files + m_counts.folders != 0 && !cancelled) {
+ExitCode Transfer::Summarise() {
+    m_counts.cancelled = m_client.Options().Interrupted();
+    m_counts.time = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - m_start);
+    m_view->Ended(m_counts);
+    if (m_counts.failed != 0 && m_counts.files + m_counts.folders != 0 && !m_counts.cancelled) {
         return ExitCode::SomeFailed;
     }
-    return cancelled ? ExitCode::Cancelled : ExitCodeFor(m_counts.firstError, false);
+    return m_counts.cancelled ? ExitCode::Cancelled : ExitCodeFor(m_counts.firstError, false);
 }
 
 }  // namespace quillmark::cli

@@ -24,7 +24,7 @@ struct TransferFile {
     Method method = Method::Whole;
     WideString local;
     WideString server;
-    std::int64_t size = 0;  // bytes, as far as known when the plan was made
+    std::int64_t size = 0;  // bytes, as far as known when the plan was made; negative: unknown
 };
 
 enum class Outcome { Done, Skipped, Failed, Deleted };
@@ -34,9 +34,11 @@ struct TransferResult {
     Outcome outcome = Outcome::Done;
     std::int64_t bytes = 0;  // of the file
     DWORD error = 0;         // for Failed
-    std::string why;         // for Skipped and Failed: words for a person, without the file's name
-    std::string nextStep;    // what to do about it, a whole sentence; empty when there is nothing to say
-    std::string revision;    // of the item on the server afterwards, where known
+    // For Skipped and Failed: words for a person, without the file's name. Empty when there is nothing to say: a file
+    // that is the same on both sides, a failure that is the user's own interruption.
+    std::string why;
+    std::string nextStep;  // what to do about it, a whole sentence; empty when there is nothing to say
+    std::string revision;  // of the item on the server afterwards, where known
 };
 
 // The end of everything.
@@ -60,7 +62,8 @@ public:
     virtual void Planned(std::uint64_t files, std::uint64_t bytes) = 0;
     // A file's transfer begins.
     virtual void Started(const TransferFile& file) = 0;
-    // So many of its bytes are over, from the file's start: less than before when a part is sent again.
+    // So many of its bytes are over, from the file's start: less than before when a part is sent again. The first call
+    // after Started or Retrying says where the transfer begins, and counts as no movement.
     virtual void Advanced(std::uint64_t id, std::int64_t bytes) = 0;
     // It waits before another attempt.
     virtual void Retrying(std::uint64_t id, const std::string& why, int attempt, int most,
