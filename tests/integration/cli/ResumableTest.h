@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "integration/cli/CliTest.h"
+#include "integration/cli/Summary.h"
 
 namespace quillmark::testing {
 
@@ -36,7 +37,8 @@ protected:
     }
     ProcessResult Send(const Arguments& more = {}) const { return Quillmark(Put(more)); }
     [[nodiscard]] static std::string Summary(std::size_t bytes) {
-        return "1 file, 0 folders, " + std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes") + ", 0 failed\n";
+        return "1 file, 0 folders, " + std::to_string(bytes) + (bytes == 1 ? " byte" : " bytes") +
+               ", 0 skipped, 0 failed\n";
     }
 
     // Lets so many requests with a chunk of /f pass, and does that to the next one.

@@ -7,6 +7,7 @@
 
 #include "integration/cancel/StalledServer.h"
 #include "integration/cli/CliTest.h"
+#include "integration/cli/Summary.h"
 
 namespace quillmark::testing {
 namespace {
@@ -52,7 +53,7 @@ TEST_F(InterruptTest, EndsAnUploadWithAWordOfIt) {
     Start({.request = "POST /api/1.7/folders/item", .readsRequest = false});
     const std::string file = Write("file", std::string(30'000'000, 'x'));
     EXPECT_EQ(7, InterruptWhenHeldUp({"put", file, "/item"}));
-    EXPECT_EQ("0 files, 0 folders, 0 bytes, 1 failed, cancelled\n", Read(Local("err")));
+    EXPECT_EQ("0 files, 0 folders, 0 bytes, 0 skipped, 1 failed, cancelled\n", WithoutTime(Read(Local("err"))));
 }
 
 TEST_F(InterruptTest, ARequestToTerminateCountsAsWell) {
@@ -80,7 +81,7 @@ TEST_F(InterruptTest, EndsADownloadAndLeavesNoPartOfTheFile) {
     process.Signal(SIGINT);
     EXPECT_EQ(7, process.Wait());
     EXPECT_LT(std::chrono::duration<double>(Clock::now() - sent).count(), LongestEnd);
-    EXPECT_EQ("0 files, 0 folders, 0 bytes, 1 failed, cancelled\n", Read(Local("err")));
+    EXPECT_EQ("0 files, 0 folders, 0 bytes, 0 skipped, 1 failed, cancelled\n", WithoutTime(Read(Local("err"))));
     EXPECT_EQ(std::vector<std::string>{"f"}, NamesIn(Local("folder")));
     EXPECT_EQ("old", Read(target));
 }

@@ -5,6 +5,7 @@
 
 #include "integration/cancel/StalledServer.h"
 #include "integration/cli/CliTest.h"
+#include "integration/cli/Summary.h"
 
 namespace quillmark::testing {
 namespace {
@@ -17,7 +18,7 @@ protected:
         const ProcessResult result = Quillmark(arguments);
         EXPECT_EQ(exitCode, result.exitCode);
         EXPECT_EQ(output, result.output);
-        EXPECT_EQ(errors, result.errors);
+        EXPECT_EQ(errors, WithoutTime(result.errors));
     }
     // A file, a folder with a file, an empty folder.
     std::string WriteTree() {
@@ -29,19 +30,19 @@ protected:
 };
 
 TEST_F(TransferCommandTest, PutSendsAFileToThePathItself) {
-    Expect(0, "/copy\n", "1 file, 0 folders, 5 bytes, 0 failed\n", {"put", Write("file", "hello"), "/copy"});
+    Expect(0, "/copy\n", "1 file, 0 folders, 5 bytes, 0 skipped, 0 failed\n", {"put", Write("file", "hello"), "/copy"});
     EXPECT_EQ("copy\n", OutputOf({"ls"}));
 }
 
 TEST_F(TransferCommandTest, PutSendsAFileIntoAFolderWithATrailingSlash) {
     OutputOf({"mkdir", "/a"});
-    Expect(0, "/a/file\n", "1 file, 0 folders, 5 bytes, 0 failed\n", {"put", Write("file", "hello"), "/a/"});
+    Expect(0, "/a/file\n", "1 file, 0 folders, 5 bytes, 0 skipped, 0 failed\n", {"put", Write("file", "hello"), "/a/"});
 }
 
 TEST_F(TransferCommandTest, PutAndGetMoveATreeWithEmptyFolders) {
-    Expect(0, "", "2 files, 3 folders, 3 bytes, 0 failed\n", {"put", "--quiet", WriteTree(), "/copy"});
+    Expect(0, "", "2 files, 3 folders, 3 bytes, 0 skipped, 0 failed\n", {"put", "--quiet", WriteTree(), "/copy"});
     EXPECT_EQ("/copy/\n/copy/empty/\n/copy/one\n/copy/sub/\n/copy/sub/two\n", OutputOf({"ls", "-R"}));
-    Expect(0, "", "2 files, 3 folders, 3 bytes, 0 failed\n", {"get", "-q", "/copy", Local("back")});
+    Expect(0, "", "2 files, 3 folders, 3 bytes, 0 skipped, 0 failed\n", {"get", "-q", "/copy", Local("back")});
     EXPECT_EQ((std::vector<std::string>{"empty", "one", "sub"}), NamesIn(Local("back")));
     EXPECT_EQ("1", Read(Local("back/one")));
     EXPECT_EQ("22", Read(Local("back/sub/two")));
@@ -69,7 +70,8 @@ TEST_F(TransferCommandTest, PutReplacesAFile) {
 
 TEST_F(TransferCommandTest, PutReportsAMissingLocalFile) {
     Expect(8, "",
-           "failed: " + Local("none") + ": the local file does not exist (2)\n0 files, 0 folders, 0 bytes, 1 failed\n",
+           "failed: " + Local("none") +
+               ": the local file does not exist (2)\n0 files, 0 folders, 0 bytes, 0 skipped, 1 failed\n",
            {"put", Local("none"), "/"});
 }
 
@@ -78,14 +80,16 @@ TEST_F(TransferCommandTest, PutReportsAFolderInTheFilesWay) {
     Expect(6, "",
            "failed: " + Local("file") +
                ": a file stands where a folder is meant, or a folder where a file is (21004)\n"
-               "0 files, 0 folders, 0 bytes, 1 failed\n",
+               "0 files, 0 folders, 0 bytes, 0 skipped, 1 failed\n",
            {"put", Write("file", "hello"), "/a"});
 }
 
 TEST_F(TransferCommandTest, PutReportsAFileInTheFoldersWay) {
     ASSERT_EQ(0, Quillmark({"put", Write("file", "hello"), "/f"}).exitCode);
-    Expect(6, "", "failed: /f: a file stands where a folder is meant (267)\n0 files, 0 folders, 0 bytes, 1 failed\n",
-           {"put", WriteTree(), "/f"});
+    Expect(
+        6, "",
+        "failed: /f: a file stands where a folder is meant (267)\n0 files, 0 folders, 0 bytes, 0 skipped, 1 failed\n",
+        {"put", WriteTree(), "/f"});
 }
 
 TEST_F(TransferCommandTest, PutNamesWhatIsNoTextAndSendsTheRest) {
@@ -98,7 +102,7 @@ TEST_F(TransferCommandTest, PutNamesWhatIsNoTextAndSendsTheRest) {
            "failed: " + tree +
                "/b\xEF\xBF\xBD"
                "d: the name is not valid text and cannot be sent to a server (1113)\n"
-               "2 files, 3 folders, 3 bytes, 1 failed\n",
+               "2 files, 3 folders, 3 bytes, 0 skipped, 1 failed\n",
            {"put", "-q", tree, "/copy"});
     EXPECT_EQ("empty/\none\nsub/\n", OutputOf({"ls", "/copy"}));
     const ProcessResult named = Quillmark({"put",
@@ -107,7 +111,7 @@ TEST_F(TransferCommandTest, PutNamesWhatIsNoTextAndSendsTheRest) {
                                            "/"});
     EXPECT_EQ(8, named.exitCode);
     EXPECT_NE(std::string::npos, named.errors.find("(1113)")) << named.errors;
-    Expect(0, "/good\n", "1 file, 0 folders, 3 bytes, 0 failed\n",
+    Expect(0, "/good\n", "1 file, 0 folders, 3 bytes, 0 skipped, 0 failed\n",
            {"put",
             tree + "/b\xff"
                    "d",
@@ -130,7 +134,8 @@ TEST_F(TransferCommandTest, PutFollowsLinksToFilesAndSkipsLinksToFolders) {
 TEST_F(TransferCommandTest, PutWaitsForNoPipe) {
     const std::string tree = WriteTree();
     ASSERT_EQ(0, ::mkfifo((tree + "/pipe").c_str(), 0600));
-    Expect(0, "", "skipped, a pipe, socket or device: " + tree + "/pipe\n2 files, 3 folders, 3 bytes, 0 failed\n",
+    Expect(0, "",
+           "skipped, a pipe, socket or device: " + tree + "/pipe\n2 files, 3 folders, 3 bytes, 1 skipped, 0 failed\n",
            {"put", "-q", tree, "/copy"});
     EXPECT_EQ(8, Quillmark({"put", tree + "/pipe", "/pipe"}).exitCode);
 }
@@ -146,16 +151,16 @@ TEST_F(TransferCommandTest, PutNamesAFileThatItMayNotReadAndSendsTheRest) {
     command.insert(command.end(), put.begin(), put.end());
     const ProcessResult result = Process::Run(command, HomeEnvironment());
     EXPECT_EQ(1, result.exitCode);
-    EXPECT_EQ(
-        "failed: " + tree + "/one: access to the local file is denied (5)\n" + "1 file, 3 folders, 2 bytes, 1 failed\n",
-        result.errors);
+    EXPECT_EQ("failed: " + tree + "/one: access to the local file is denied (5)\n" +
+                  "1 file, 3 folders, 2 bytes, 0 skipped, 1 failed\n",
+              WithoutTime(result.errors));
 }
 
 TEST_F(TransferCommandTest, GetRestoresTimesToTheMillisecond) {
     const std::string file = Write("file", "hello");
     ASSERT_EQ(0, Process::Run({"touch", "-d", "2001-02-03T04:05:06.789Z", file}).exitCode);
     ASSERT_EQ(0, Quillmark({"put", file, "/f"}).exitCode);
-    Expect(0, Local("back") + "\n", "1 file, 0 folders, 5 bytes, 0 failed\n", {"get", "/f", Local("back")});
+    Expect(0, Local("back") + "\n", "1 file, 0 folders, 5 bytes, 0 skipped, 0 failed\n", {"get", "/f", Local("back")});
     struct stat status = {};
     ASSERT_EQ(0, ::stat(Local("back").c_str(), &status));
     EXPECT_EQ(981173106, status.st_mtim.tv_sec);
@@ -165,13 +170,16 @@ TEST_F(TransferCommandTest, GetRestoresTimesToTheMillisecond) {
 TEST_F(TransferCommandTest, GetPutsAFileIntoAFolder) {
     ASSERT_EQ(0, Quillmark({"put", Write("file", "hello"), "/f"}).exitCode);
     std::filesystem::create_directories(Local("folder"));
-    Expect(0, Local("folder/f") + "\n", "1 file, 0 folders, 5 bytes, 0 failed\n", {"get", "/f", Local("folder") + "/"});
+    Expect(0, Local("folder/f") + "\n", "1 file, 0 folders, 5 bytes, 0 skipped, 0 failed\n",
+           {"get", "/f", Local("folder") + "/"});
     std::filesystem::remove(Local("folder/f"));
-    Expect(0, Local("folder/f") + "\n", "1 file, 0 folders, 5 bytes, 0 failed\n", {"get", "/f", Local("folder")});
+    Expect(0, Local("folder/f") + "\n", "1 file, 0 folders, 5 bytes, 0 skipped, 0 failed\n",
+           {"get", "/f", Local("folder")});
 }
 
 TEST_F(TransferCommandTest, GetReportsAMissingItem) {
-    Expect(5, "", "failed: /none: the server has no such item (21002)\n0 files, 0 folders, 0 bytes, 1 failed\n",
+    Expect(5, "",
+           "failed: /none: the server has no such item (21002)\n0 files, 0 folders, 0 bytes, 0 skipped, 1 failed\n",
            {"get", "/none", Local("back")});
 }
 
@@ -179,7 +187,7 @@ TEST_F(TransferCommandTest, GetReportsAMissingLocalFolder) {
     ASSERT_EQ(0, Quillmark({"put", Write("file", "hello"), "/f"}).exitCode);
     Expect(8, "",
            "failed: /f to " + Local("no/folder") +
-               ": the local folder does not exist (3)\n0 files, 0 folders, 0 bytes, 1 failed\n",
+               ": the local folder does not exist (3)\n0 files, 0 folders, 0 bytes, 0 skipped, 1 failed\n",
            {"get", "/f", Local("no/folder")});
 }
 

@@ -33,14 +33,15 @@ std::string FirstThatFits(const std::vector<std::string>& texts, std::size_t col
     return CutMiddle(texts.back(), columns);
 }
 
-std::string TotalLabel(std::uint64_t over, std::uint64_t all, std::uint64_t bytes, std::uint64_t allBytes,
-                       std::size_t columns) {
-    const std::string files = std::to_string(over) + "/" + std::to_string(all);
+std::string TotalLabel(std::uint64_t over, std::uint64_t all, const Gauge& bytes, std::size_t columns) {
+    const std::string brief = std::to_string(over) + "/" + std::to_string(all);
     const std::string noun = all == 1 ? " file" : " files";
-    return FirstThatFits({std::to_string(over) + " of " + std::to_string(all) + noun + ", " + AmountText(bytes) +
-                              " of " + AmountText(allBytes),
-                          files + noun + ", " + AmountText(bytes) + "/" + AmountText(allBytes), files + noun, files},
-                         columns);
+    const std::string moved = ", " + AmountText(bytes.position);
+    const std::string size = bytes.size ? AmountText(*bytes.size) : "";
+    return FirstThatFits(
+        {std::to_string(over) + " of " + std::to_string(all) + noun + moved + (bytes.size ? " of " + size : ""),
+         brief + noun + moved + (bytes.size ? "/" + size : ""), brief + noun, brief},
+        columns);
 }
 
 }  // namespace
@@ -116,18 +117,21 @@ std::string ProgressBars::FileLine(const Running& running, std::size_t usable, T
 }
 
 std::string ProgressBars::TotalLine(std::size_t usable, TimePoint now) const {
-    std::uint64_t bytes = m_bytesOver;
+    Gauge bytes{m_bytesOver, std::nullopt, true, m_rate ? m_rate->Rate(now) : std::nullopt};
+    bool known = true;
     for (const Running& running : m_running) {
-        bytes += Count(running.position);
+        bytes.position += Count(running.position);
+        known = known && running.size >= 0;
     }
     // More may be over than was planned: files grow, and plans are made in steps.
     const std::uint64_t files = std::max(m_plannedFiles, m_filesOver + m_running.size());
-    const std::uint64_t allBytes = std::max(m_plannedBytes, bytes);
-    const Gauge gauge = allBytes == 0 ? Gauge{m_filesOver, files, false, std::nullopt}
-                                      : Gauge{bytes, allBytes, true, m_rate ? m_rate->Rate(now) : std::nullopt};
+    if (known) {
+        bytes.size = std::max(m_plannedBytes, bytes.position);
+    }
+    const bool onlyEmptyFiles = bytes.size && *bytes.size == 0;
+    const Gauge gauge = onlyEmptyFiles ? Gauge{m_filesOver, files, false, std::nullopt} : bytes;
     const LineLayout layout(usable);
-    return GaugeLine(layout, PadRight(TotalLabel(m_filesOver, files, bytes, allBytes, layout.name), layout.name),
-                     gauge);
+    return GaugeLine(layout, PadRight(TotalLabel(m_filesOver, files, bytes, layout.name), layout.name), gauge);
 }
 
 std::vector<std::string> ProgressBars::Lines(TerminalSize size) const {
