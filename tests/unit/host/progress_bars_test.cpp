@@ -198,7 +198,7 @@ TEST(ProgressTextsTest, AmountsTakeEightColumnsAtMost) {
     EXPECT_EQ("1023 KiB", AmountText(1'048'575));
     EXPECT_EQ("1.0 MiB", AmountText(1'048'576));
     EXPECT_EQ("2.0 GiB", AmountText(2'147'483'648));
-    EXPECT_EQ("15.9 EiB", AmountText(18'446'744'073'709'551'000U));
+    EXPECT_EQ("15.6 EiB", AmountText(18'000'000'000'000'000'000U));
 }
 
 TEST(ProgressTextsTest, DurationsTakeSevenColumnsAtMost) {

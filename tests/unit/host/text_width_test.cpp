@@ -46,11 +46,7 @@ TEST(TextWidthTest, ControlCharactersTakeTheColumnOfTheSignInTheirPlace) {
 }
 
 TEST(TextWidthTest, NoDirectionOfWritingOrLineBreakIsLeftInAName) {
-    WideString name = QM_W("a");
-    for (const WideChar unit : {0x202E, 0x2066, 0x2069, 0x2028}) {
-        name += unit;
-    }
-    EXPECT_EQ("a????", Printable(name));
+    EXPECT_EQ("a????b", Printable(QM_W("a\u202E\u2066\u2069\u2028b")));
 }
 
 TEST(TextWidthTest, BytesThatAreNoCharacterTakeOneEach) {

@@ -122,24 +122,28 @@ TEST(JsonViewTest, PrintsAnObjectForEachResultAndForTheSummary) {
         TellAll(view);
     });
     const std::string up = R"("direction":"up","method":"whole","local":"/home/anna/f","server":"/Shared/f")";
-    EXPECT_EQ(R"({"type":"file","outcome":"done",)" + up + R"(,"bytes":5,"revision":"7"})" + "\n" +
-                  R"({"type":"file","outcome":"failed","direction":"down","method":"whole","local":"/home/anna/f",)" +
-                  R"("server":"/Shared/f","bytes":0,"error":112,"why":"no room (112)","next":"Make room."
-})" + "\n" +
-                  R"({"type":"file","outcome":"skipped",)" + up + R"(,"bytes":0,"why":"a link to a folder"})" + "\n" +
-                  R"({"type":"file","outcome":"skipped",)" + up + R"(,"bytes":0})" + "\n" +
-                  R"({"type":"file","outcome":"deleted",)" + up + R"(,"bytes":0})" + "\n" +
-                  R"({"type":"summary","files":2,"folders":1,"bytes":4096,"skipped":0,"deleted":0,"failed":0,)" +
-                  R"("milliseconds":1599,"cancelled":false})" + "\n",
-              printed.output);
-EXPECT_EQ(
-    "/Shared/f: the connection was lost (12030), trying again in 3 s (2 of 5)\n"
-    "failed: /Shared/f to /home/anna/f: no room (112)\n"
-    "Make room.\n"
-    "skipped, a link to a folder: /home/anna/f\n"
-    "a note\n"
-    "2 files, 1 folder, 4096 bytes, 0 skipped, 0 failed in 1.5 s\n",
-    printed.errors);
+    const std::vector<std::string> lines = {
+        R"({"type":"file","outcome":"done",)" + up + R"(,"bytes":5,"revision":"7"})",
+        R"({"type":"file","outcome":"failed","direction":"down","method":"whole","local":"/home/anna/f",)"
+        R"json("server":"/Shared/f","bytes":0,"error":112,"why":"no room (112)","next":"Make room."})json",
+        R"({"type":"file","outcome":"skipped",)" + up + R"(,"bytes":0,"why":"a link to a folder"})",
+        R"({"type":"file","outcome":"skipped",)" + up + R"(,"bytes":0})",
+        R"({"type":"file","outcome":"deleted",)" + up + R"(,"bytes":0})",
+        R"({"type":"summary","files":2,"folders":1,"bytes":4096,"skipped":0,"deleted":0,"failed":0,)"
+        R"("milliseconds":1599,"cancelled":false})"};
+    std::string expected;
+    for (const std::string& line : lines) {
+        expected += line + "\n";
+    }
+    EXPECT_EQ(expected, printed.output);
+    EXPECT_EQ(
+        "/Shared/f: the connection was lost (12030), trying again in 3 s (2 of 5)\n"
+        "failed: /Shared/f to /home/anna/f: no room (112)\n"
+        "Make room.\n"
+        "skipped, a link to a folder: /home/anna/f\n"
+        "a note\n"
+        "2 files, 1 folder, 4096 bytes, 0 skipped, 0 failed in 1.5 s\n",
+        printed.errors);
 }
 
 TEST(TransferTextsTest, TheSummaryNamesDeletionsOnlyWhenThereAreAny) {
