@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <mutex>
 #include <system_error>
+#include <utility>
 
 #include "Client.h"
 #include "ErrorText.h"
@@ -12,21 +14,26 @@ namespace quillmark::cli {
 
 namespace {
 
+// Why standard output could not be written first; a later failure tells less.
+int outputError = 0;
+
+std::mutex errorMutex;
+ErrorSink errorSink;
+
 void RequireOutput(bool written) {
-    if (written) {
+    if (written && outputError == 0) {
         return;
     }
-    if (errno == EPIPE) {
+    if (outputError == 0) {
+        outputError = errno;
+    }
+    if (outputError == EPIPE) {
         throw OutputClosed();
     }
-    throw Failure("cannot write the output: " + std::generic_category().message(errno), ExitCode::LocalFile);
+    throw Failure("cannot write the output: " + std::generic_category().message(outputError), ExitCode::LocalFile);
 }
 
 }  // namespace
-
-void PrintResult(const GlobalOptions& options, const std::string& line, const JsonObject& object) {
-    Print(options.json ? object.Text() : line);
-}
 
 void Print(const std::string& line) {
     RequireOutput(std::fwrite(line.data(), 1, line.size(), stdout) == line.size() && std::fputc('\n', stdout) != EOF);
@@ -45,9 +52,19 @@ void FinishOutput() {
 }
 
 void PrintError(const std::string& line) {
-    // In one piece: several threads may have something to say.
-    const std::string whole = line + '\n';
+    const std::lock_guard lock(errorMutex);
+    if (errorSink) {
+        errorSink(line);
+        return;
+    }
+    // In one go: lines of several threads and programs stay whole.
+    const std::string whole = line + "\n";
     std::fwrite(whole.data(), 1, whole.size(), stderr);
+}
+
+void SetErrorSink(ErrorSink sink) {
+    const std::lock_guard lock(errorMutex);
+    errorSink = std::move(sink);
 }
 
 bool IsFolder(const IServerAttributes& item) {

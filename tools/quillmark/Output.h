@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 
 #include "quillmark/Attributes.h"
@@ -21,9 +22,14 @@ void PrintResult(const GlobalOptions& options, const std::string& line, const Js
 void Print(const std::string& line);
 // Bytes as they are, without a line's end; throws like Print.
 void PrintBytes(const void* bytes, std::size_t count);
-// Writes what is still buffered; throws like Print.
+// Writes what is still buffered; throws like Print, also when an earlier line could not be written and nobody was told.
 void FinishOutput();
 void PrintError(const std::string& line);
+
+// Where the lines of PrintError go instead of standard error, while something else is drawn there; called by any thread
+// that prints, one at a time, and not to print itself. None: standard error again; after that no call is under way.
+using ErrorSink = std::function<void(const std::string&)>;
+void SetErrorSink(ErrorSink sink);
 
 [[nodiscard]] bool IsFolder(const IServerAttributes& item);
 

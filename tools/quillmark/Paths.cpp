@@ -41,6 +41,17 @@ bool IsText(const WideString& path) {
     return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, path.c_str(), -1, nullptr, 0, nullptr, nullptr) != 0;
 }
 
+namespace {
+
+// What steers the terminal, breaks a line or turns the direction of all that follows it.
+bool IsControl(WideChar unit) {
+    const bool direction = (unit >= 0x202A && unit <= 0x202E) || (unit >= 0x2066 && unit <= 0x2069);
+    const bool lineBreak = unit == 0x2028 || unit == 0x2029;
+    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || direction || lineBreak;
+}
+
+}  // namespace
+
 std::string Printable(const WideString& text) {
     WideString shown = text;
     if (shown.empty()) {
@@ -48,8 +59,7 @@ std::string Printable(const WideString& text) {
     }
     WideChar* units = shown.MutableData();
     for (std::size_t index = 0; index < shown.size(); ++index) {
-        const bool control = units[index] < 0x20 || (units[index] >= 0x7F && units[index] < 0xA0);
-        if (control) {
+        if (IsControl(units[index])) {
             units[index] = QM_W('?');
         }
     }

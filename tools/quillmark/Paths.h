@@ -24,8 +24,9 @@ namespace quillmark::cli {
 // Whether the wide text can go into a URL: it holds no half of a surrogate pair.
 [[nodiscard]] bool IsText(const WideString& path);
 
-// For messages and listings: control characters, and what is not text, are shown as '?', so that a name can neither
-// steer the terminal nor break a line.
+// For messages and listings: control characters, those of the direction of writing among them, and what is not text,
+// are shown as '?', so that a name can neither steer the terminal nor break a line, nor turn what stands behind it
+// around.
 [[nodiscard]] std::string Printable(const WideString& text);
 
 }  // namespace quillmark::cli

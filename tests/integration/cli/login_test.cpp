@@ -1,8 +1,5 @@
 // quillmark login, and the session that it leaves for the other commands.
-#include <pty.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <tuple>
 
@@ -199,62 +196,6 @@ TEST_F(LoginCommandTest, IsNotTakenFromAFileThatIsNoSession) {
     const ProcessResult result = Quillmark({"ls"});
     EXPECT_EQ(8, result.exitCode);
     EXPECT_EQ("quillmark: '" + SessionFile() + "' is not a session that 'quillmark login' has kept\n", result.errors);
-}
-
-// The program on a terminal of its own: what it shows there, after the answer to its question.
-class Terminal {
-public:
-    Terminal(const std::vector<std::string>& command, const Process::Environment& environment) {
-        m_id = ::forkpty(&m_terminal, nullptr, nullptr, nullptr);
-        if (m_id == 0) {
-            for (const auto& [name, value] : environment) {
-                value.empty() ? ::unsetenv(name.c_str()) : ::setenv(name.c_str(), value.c_str(), 1);
-            }
-            std::vector<char*> arguments;
-            for (const std::string& argument : command) {
-                arguments.push_back(const_cast<char*>(argument.c_str()));
-            }
-            arguments.push_back(nullptr);
-            ::execv(arguments[0], arguments.data());
-            ::_exit(127);
-        }
-    }
-    ~Terminal() { ::close(m_terminal); }
-    Terminal(const Terminal&) = delete;
-    Terminal& operator=(const Terminal&) = delete;
-
-    // Everything up to and with that text, or to the end.
-    std::string ReadThrough(const std::string& text) {
-        std::string shown;
-        char unit = 0;
-        while ((text.empty() || shown.find(text) == std::string::npos) && ::read(m_terminal, &unit, 1) == 1) {
-            shown.push_back(unit);
-        }
-        return shown;
-    }
-    void Type(const std::string& text) const {
-        ASSERT_EQ(static_cast<ssize_t>(text.size()), ::write(m_terminal, text.data(), text.size()));
-    }
-    int Wait() const {
-        int status = 0;
-        ::waitpid(m_id, &status, 0);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-private:
-    int m_terminal = -1;
-    pid_t m_id = 0;
-};
-
-TEST_F(LoginCommandTest, AsksOnTheTerminalWithoutShowingTheAnswer) {
-    Process::Environment environment = HomeEnvironment();
-    environment["QUILLMARK_PASSWORD"] = "";
-    Terminal terminal(Command({"login", Server().HttpUrl(), "--user", "anna"}), environment);
-    const std::string prompt = terminal.ReadThrough("Password for anna: ");
-    EXPECT_EQ("Password for anna: ", prompt);
-    terminal.Type("secret\n");
-    EXPECT_EQ("\r\nLogged in to " + Server().HttpUrl() + " as anna.\r\n", terminal.ReadThrough(""));
-    EXPECT_EQ(0, terminal.Wait());
 }
 
 TEST_F(LoginCommandTest, SaysHowToGiveThePasswordWhereThereIsNoTerminal) {

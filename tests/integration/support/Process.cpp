@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "integration/support/Become.h"
 #include "integration/support/TempFolder.h"
 
 namespace quillmark::testing {
@@ -26,22 +27,6 @@ void Redirect(const std::string& path, int descriptor, int flags) {
         ::_exit(126);
     }
     ::close(file);
-}
-
-[[noreturn]] void Become(const std::vector<std::string>& command, const Process::Environment& environment) {
-    for (const auto& [name, value] : environment) {
-        value.empty() ? ::unsetenv(name.c_str()) : ::setenv(name.c_str(), value.c_str(), 1);
-    }
-    sigset_t none;
-    sigemptyset(&none);
-    ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    std::vector<char*> arguments;
-    for (const std::string& argument : command) {
-        arguments.push_back(const_cast<char*>(argument.c_str()));
-    }
-    arguments.push_back(nullptr);
-    ::execvp(arguments[0], arguments.data());
-    ::_exit(127);
 }
 
 std::string ReadAll(const std::string& path) {
