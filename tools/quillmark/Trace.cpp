@@ -75,7 +75,9 @@ std::string HideValues(const std::string& query) {
         const std::size_t equals = std::min(part.find('='), part.size());
         const std::string name = part.substr(0, equals);
         shown += (start == 0 ? "" : "&");
-        shown += IsHarmlessParameter(name) ? part : equals < part.size() ? name + "=" + std::string(Hidden) : std::string(Hidden);
+        shown += IsHarmlessParameter(name) ? part
+                 : equals < part.size()    ? name + "=" + std::string(Hidden)
+                                           : std::string(Hidden);
         start = end + 1;
     }
     return shown;
