@@ -20,7 +20,7 @@ protected:
         Fault(method, path, {{"kind", "end"}, {"at", "in-body"}, {"after", 5}});
     }
     void Refuse(const std::string& method, const std::string& path, int status, int count = 1) {
-        Fault(method, path, {{"kind", "reply"}, {"status", status}, {"body", ""}, {"count", count}});
+        Fault(method, path, {{"kind", "reply"}, {"status", status}, {"body", "busy"}, {"count", count}});
     }
     static void ExpectLine(const std::string& pattern, const std::string& text) {
         EXPECT_TRUE(std::regex_match(text, std::regex(pattern))) << text;
