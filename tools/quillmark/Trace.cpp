@@ -158,6 +158,10 @@ BOOL TraceWinHttp::WinHttpReceiveResponse(HINTERNET request, LPVOID reserved) {
     return NoteFailure(request, result);
 }
 
+BOOL TraceWinHttp::WinHttpQueryDataAvailable(HINTERNET request, LPDWORD bytesAvailable) {
+    return NoteFailure(request, WinHttpInterface::WinHttpQueryDataAvailable(request, bytesAvailable));
+}
+
 BOOL TraceWinHttp::WinHttpReadData(HINTERNET request, LPVOID buffer, DWORD bytesToRead, LPDWORD bytesRead) {
     const BOOL result = WinHttpInterface::WinHttpReadData(request, buffer, bytesToRead, bytesRead);
     if (result != FALSE && bytesRead != nullptr) {

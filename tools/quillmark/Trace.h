@@ -38,6 +38,7 @@ public:
                             DWORD optionalLength, DWORD totalLength, DWORD_PTR context) override;
     BOOL WinHttpWriteData(HINTERNET request, LPCVOID buffer, DWORD bytesToWrite, LPDWORD bytesWritten) override;
     BOOL WinHttpReceiveResponse(HINTERNET request, LPVOID reserved) override;
+    BOOL WinHttpQueryDataAvailable(HINTERNET request, LPDWORD bytesAvailable) override;
     BOOL WinHttpReadData(HINTERNET request, LPVOID buffer, DWORD bytesToRead, LPDWORD bytesRead) override;
     BOOL WinHttpCloseHandle(HINTERNET handle) override;
 

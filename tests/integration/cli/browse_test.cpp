@@ -64,7 +64,10 @@ TEST_F(BrowseTest, LsShowsAFileThatItIsGiven) {
 }
 
 TEST_F(BrowseTest, LsReportsAMissingFolder) {
-    ExpectFailure(5, "quillmark: cannot list /none: the server has no such item (21002)\n", {"ls", "/none"});
+    ExpectFailure(5,
+                  "quillmark: cannot list /none: the server has no such item (21002) [SERVER_ERROR_NOT_FOUND]. Look "
+                  "with 'quillmark ls' at what is there.\n",
+                  {"ls", "/none"});
 }
 
 TEST_F(BrowseTest, LsShowsControlCharactersOfANameAsQuestionMarks) {
@@ -109,19 +112,31 @@ TEST_F(BrowseTest, StatShowsAFolderWithoutSize) {
 }
 
 TEST_F(BrowseTest, StatReportsAMissingItem) {
-    ExpectFailure(5, "quillmark: cannot look at /none: the server has no such item (21002)\n", {"stat", "/none"});
+    ExpectFailure(5,
+                  "quillmark: cannot look at /none: the server has no such item (21002) [SERVER_ERROR_NOT_FOUND]. Look "
+                  "with 'quillmark ls' at what is there.\n",
+                  {"stat", "/none"});
 }
 
 TEST_F(BrowseTest, MkdirReportsAFolderThatIsThere) {
-    ExpectFailure(6, "quillmark: cannot make /a: the item exists already (21003)\n", {"mkdir", "/a"});
+    ExpectFailure(6,
+                  "quillmark: cannot make /a: the item exists already (21003) [SERVER_ERROR_EXISTS]. Use another name, "
+                  "or remove what is there.\n",
+                  {"mkdir", "/a"});
 }
 
 TEST_F(BrowseTest, MkdirReportsAMissingFolderAbove) {
-    ExpectFailure(5, "quillmark: cannot make /x/y: the server has no such item (21002)\n", {"mkdir", "/x/y"});
+    ExpectFailure(5,
+                  "quillmark: cannot make /x/y: the server has no such item (21002) [SERVER_ERROR_NOT_FOUND]. Look "
+                  "with 'quillmark ls' at what is there.\n",
+                  {"mkdir", "/x/y"});
 }
 
 TEST_F(BrowseTest, MkdirMakesTheOtherFoldersAllTheSame) {
-    ExpectFailure(1, "quillmark: cannot make /a: the item exists already (21003)\n", {"mkdir", "/a", "/c"});
+    ExpectFailure(1,
+                  "quillmark: cannot make /a: the item exists already (21003) [SERVER_ERROR_EXISTS]. Use another name, "
+                  "or remove what is there.\n",
+                  {"mkdir", "/a", "/c"});
     EXPECT_EQ("a/\nc/\n", OutputOf({"ls"}));
 }
 

@@ -76,7 +76,7 @@ TEST_F(InterruptTest, EndsThePauseBeforeARepetition) {
                         {"path", "/api/1.7/folders/"},
                         {"kind", "reply"},
                         {"status", 503},
-                        {"body", ""},
+                        {"body", "busy"},
                         {"count", 100}});
     // The pauses grow: behind the fifth line is one of four seconds or more.
     Process process(Command({"--retries", "50", "ls"}), Local("out"), Local("err"), HomeEnvironment());

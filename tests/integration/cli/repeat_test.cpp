@@ -20,7 +20,7 @@ protected:
         Fault(method, path, {{"kind", "end"}, {"at", "in-body"}, {"after", 5}});
     }
     void Refuse(const std::string& method, const std::string& path, int status, int count = 1) {
-        Fault(method, path, {{"kind", "reply"}, {"status", status}, {"body", ""}, {"count", count}});
+        Fault(method, path, {{"kind", "reply"}, {"status", status}, {"body", "busy"}, {"count", count}});
     }
     static void ExpectLine(const std::string& pattern, const std::string& text) {
         EXPECT_TRUE(std::regex_match(text, std::regex(pattern))) << text;
@@ -75,17 +75,17 @@ TEST_F(RepeatTest, TheFirstRequestsOfACommandAreRepeatedToo) {
 }
 
 TEST_F(RepeatTest, AFolderWhoseAnswerWasLostIsNotMadeTwice) {
-    LoseAnswer("POST", "/api/1.7/folders/");
+    LoseAnswer("POST", "/api/1.7/folders");
     Server().ResetStatistics();
     const ProcessResult result = Repeating({"mkdir", "/folder"});
     EXPECT_EQ(0, result.exitCode) << result.errors;
-    EXPECT_EQ(1u, Server().RequestCount("POST", "/api/1.7/folders/"));
+    EXPECT_EQ(1u, Server().RequestCount("POST", "/api/1.7/folders"));
     EXPECT_EQ(0u, Server().UnusedFaults());
     EXPECT_EQ("folder/\n", OutputOf({"ls"}));
 }
 
 TEST_F(RepeatTest, AFolderThatWasNotMadeIsMadeThen) {
-    Refuse("POST", "/api/1.7/folders/", 502);
+    Refuse("POST", "/api/1.7/folders", 502);
     const ProcessResult result = Repeating({"mkdir", "/folder"});
     EXPECT_EQ(0, result.exitCode) << result.errors;
     EXPECT_EQ("folder/\n", OutputOf({"ls"}));
@@ -158,7 +158,7 @@ TEST_F(RepeatTest, ANewLoginNeedsAPasswordAtHand) {
 }
 
 TEST_F(RepeatTest, AWrongPasswordIsSentOnceForAllItems) {
-    Fault("POST", "/api/1.7/folders/", {{"kind", "expire-token"}});
+    Fault("POST", "/api/1.7/folders", {{"kind", "expire-token"}});
     Server().ResetStatistics();
     const ProcessResult result = Repeating({"mkdir", "/a", "/b", "/c"}, {{"QUILLMARK_PASSWORD", "wrong"}});
     EXPECT_EQ(4, result.exitCode);

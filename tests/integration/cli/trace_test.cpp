@@ -19,7 +19,7 @@ protected:
         EXPECT_EQ(std::string::npos, text.find("secret")) << text;
         EXPECT_EQ(std::string::npos, text.find("DEVICE-T0KEN")) << text;
     }
-    std::string LoginTraced() const {
+    std::string LoginTraced() {
         const ProcessResult login =
             Quillmark({"--trace", "login", Server().HttpUrl(), "--user", "anna", "--device-token", "DEVICE-T0KEN"});
         EXPECT_EQ(0, login.exitCode) << login.errors;
