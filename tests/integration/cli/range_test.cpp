@@ -13,7 +13,7 @@ protected:
         ASSERT_EQ(0, Quillmark({"put", Write("file", "0123456789"), "/f"}).exitCode);
     }
     int Get(const std::string& range) {
-        return Quillmark({"get", "-q", "--range", range, "/f", Local("back")}).exitCode;
+        return Quillmark({"get", "-q", "--retries", "0", "--range", range, "/f", Local("back")}).exitCode;
     }
     std::string Back() { return Read(Local("back")); }
 };

@@ -81,7 +81,8 @@ TEST_F(ResumeDownloadTest, ALostConnectionGoesOnWithinTheCommand) {
     EXPECT_EQ(0, result.exitCode) << result.errors;
     EXPECT_NE(std::string::npos, result.errors.find("trying again")) << result.errors;
     EXPECT_EQ(0u, Server().UnusedFaults());
-    EXPECT_LT(Server().Statistics()["sent"].get<std::uint64_t>(), Size + 100'000) << "nothing was sent twice";
+    EXPECT_LT(Server().Statistics()["sent"].get<std::uint64_t>(), Size - 4'000'000 + 100'000)
+        << "what is booked, after the one that was cut off, is the rest";
     ExpectComplete();
 }
 
@@ -160,7 +161,7 @@ TEST_F(ResumeDownloadTest, AnItemThatChangesBetweenTwoPiecesIsFetchedAnew) {
     Server().ResetStatistics();
     EXPECT_EQ(0, Quillmark(Get()).exitCode);
     EXPECT_EQ(0u, Server().UnusedFaults());
-    EXPECT_GT(Server().Statistics()["sent"].get<std::uint64_t>(), Size + 4'000'000) << "from its beginning";
+    EXPECT_GT(Server().Statistics()["sent"].get<std::uint64_t>(), Size) << "from its beginning";
     ExpectComplete(1);
 }
 
@@ -221,13 +222,14 @@ TEST_F(ResumeDownloadTest, CtrlCEndsAllJobsAndTheSameCommandGoesOn) {
     nlohmann::json rules = nlohmann::json::array();
     for (int index = 0; index < 20; ++index) {
         const std::string name = std::to_string(10 + index);
-        Write("tree/" + name, Noise(200'000, static_cast<std::uint32_t>(index)));
+        const std::size_t size = index < 8 ? 200'000 : 2'000'000;  // more than arrives together with a request's head
+        Write("tree/" + name, Noise(size, static_cast<std::uint32_t>(index)));
         if (index >= 8) {
             rules.push_back({{"method", "POST"},
                              {"path", "/api/1.7/folders/copy/" + name},
                              {"kind", "stall"},
                              {"direction", "request"},
-                             {"after", 100'000},
+                             {"after", 1'000'000},
                              {"ms", 60'000}});
         }
     }
@@ -245,7 +247,7 @@ TEST_F(ResumeDownloadTest, CtrlCEndsAllJobsAndTheSameCommandGoesOn) {
     EXPECT_EQ(8u, Server().UnusedFaults()) << "nothing new began";
     Server().Kill();
     Server().Start();
-    Expect(0, "", "12 files, 1 folder, 2400000 bytes, 8 skipped, 0 failed\n", {"put", "-q", Local("tree"), "/copy"});
+    Expect(0, "", "12 files, 1 folder, 24000000 bytes, 8 skipped, 0 failed\n", {"put", "-q", Local("tree"), "/copy"});
     EXPECT_TRUE(TreeAt(Local("tree")) == TreeOnServer("/copy"));
 }
 

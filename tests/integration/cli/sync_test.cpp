@@ -171,7 +171,7 @@ TEST_F(SyncTest, ExcludedItemsStayOnBothSides) {
     Diverge();
     Write("tree/a.log", "here");
     ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", "there"), "/copy/b.log"}).exitCode);
-    Expect(0, "0 to send, 0 bytes, 1 to delete, 1 same\ndeleted: /copy/one\n",
+    Expect(0, "delete /copy/one\n0 to send, 0 bytes, 1 to delete, 1 same\ndeleted: /copy/one\n",
            "0 files, 3 folders, 0 bytes, 1 skipped, 1 deleted, 0 failed\n",
            {"sync", "--delete", "--exclude", "*.log", "--exclude", "new", Local("tree"), "/copy"});
     EXPECT_EQ("b.log\nempty/\nsub/\n", OutputOf({"ls", "/copy"}));

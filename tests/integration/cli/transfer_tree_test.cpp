@@ -186,7 +186,7 @@ TEST_F(TransferTreeTest, AFileAndAFolderOfOneNameFailAndTheRestGoesOn) {
            "failed: " + tree + "/one: a folder stands where the file is to go\n" + "failed: " + tree +
                "/sub: a file stands where the folder is to go\n" + "0 files, 2 folders, 0 bytes, 0 skipped, 2 failed\n",
            {"put", "-q", "--delete", tree, "/copy"});
-    EXPECT_EQ("/copy/\n/copy/empty/\n/copy/one/\n/copy/one/inside/\n/copy/sub\n", OutputOf({"ls", "-R"}));
+    EXPECT_EQ("/copy/\n/copy/empty/\n/copy/one/\n/copy/sub\n/copy/one/inside/\n", OutputOf({"ls", "-R"}));
 }
 
 TEST_F(TransferTreeTest, ManyFilesAtATimeArriveWhole) {
@@ -249,7 +249,7 @@ TEST_F(TransferTreeTest, ADeltaIsSentAgainstTheBase) {
     Server().ResetStatistics();
     Expect(0, "/top/copy/f\n", "1 file, 1 folder, 2097159 bytes, 0 skipped, 0 failed\n",
            {"put", "--base", Local("base"), Local("tree"), "/top/copy"});
-    EXPECT_EQ(1u, Server().RequestCount("POST", "/api/1.7/delta/upload/top/copy/f"));
+    EXPECT_EQ(1u, Server().RequestCount("POST", "/api/1.7/delta/top/copy/f"));
     EXPECT_LT(Server().Statistics()["received"].get<std::uint64_t>(), 200'000u);
     EXPECT_EQ(Read(Local("tree/f")), ContentOf("/top/copy/f"));
 }

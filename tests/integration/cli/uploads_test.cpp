@@ -67,7 +67,7 @@ TEST_F(UploadsTest, CompleteWantsOneUpload) {
     SendPart(2);
     Write("other", Noise(3 * ChunkSize));
     FaultAtChunk(1, {{"kind", "end"}, {"at", "before-head"}});
-    ASSERT_EQ(3, Quillmark({"put", "--resumable", "--chunk", "64K", Local("other"), "/f"}).exitCode);
+    ASSERT_EQ(3, Quillmark({"put", "--retries", "0", "--resumable", "--chunk", "64K", Local("other"), "/f"}).exitCode);
     ExpectFailure(2, "several uploads go to '/f'", {"uploads", "complete", "/f", "/g"});
 }
 
