@@ -21,6 +21,15 @@ protected:
         command.insert(command.end(), arguments.begin(), arguments.end());
         return Process(command, Local("out"), Local("err"), HomeEnvironment());
     }
+    // The exit code of a watch that ends by itself; one that does not is interrupted in the end.
+    static int EndOf(Process& process) {
+        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (process.IsRunning() && std::chrono::steady_clock::now() < limit) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        process.Signal(SIGINT);
+        return process.Wait();
+    }
     // What was printed once it has so many lines.
     std::string Lines(long count) {
         const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
@@ -61,9 +70,9 @@ TEST_F(WatchTest, PrintsOnlyWhatHappensInItsFolder) {
 }
 
 TEST_F(WatchTest, EndsWithAFailureWhenTheLoginIsGone) {
-    Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/notifications"}, {"kind", "expire-token"}});
+    Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/notifs"}, {"kind", "expire-token"}});
     Process process = Watch({"watch"});
-    EXPECT_EQ(4, process.Wait());
+    EXPECT_EQ(4, EndOf(process));
     EXPECT_NE(std::string::npos, Read(Local("err")).find("quillmark: cannot get the changes: "));
 }
 

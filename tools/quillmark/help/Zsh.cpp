@@ -37,7 +37,7 @@ constexpr const char* Tail = R"(
 _quillmark "$@"
 )";
 
-// Within the brackets of a specification.
+// Within the brackets of what _arguments is told.
 std::string Explained(const std::string& help) {
     std::string text;
     for (const char unit : help) {
@@ -49,7 +49,7 @@ std::string Explained(const std::string& help) {
     return text;
 }
 
-// Between the colons of a specification.
+// Between the colons of what _arguments is told.
 std::string WithoutColons(const std::string& text) {
     std::string plain;
     for (const char unit : text) {
@@ -81,18 +81,18 @@ std::string Action(const Declared& declared) {
 
 // "-u+" and "--user=": the value may follow in the same word or in the next one.
 std::string NameAndValue(const Declared& option, const std::string& name) {
-    std::string spec = name;
+    std::string told = name;
     if (!option.value.empty() && !option.valueIsOptional) {
-        spec += name.starts_with("--") ? "=" : "+";
+        told += name.starts_with("--") ? "=" : "+";
     }
-    spec += "[" + Explained(option.help) + "]";
+    told += "[" + Explained(option.help) + "]";
     if (!option.value.empty()) {
-        spec += (option.valueIsOptional ? "::" : ":") + WithoutColons(option.value) + ":" + Action(option);
+        told += (option.valueIsOptional ? "::" : ":") + WithoutColons(option.value) + ":" + Action(option);
     }
-    return spec;
+    return told;
 }
 
-std::string Specifications(const std::vector<Declared>& options) {
+std::string OptionLines(const std::vector<Declared>& options) {
     std::string text;
     for (const Declared& option : options) {
         std::string names;
@@ -107,7 +107,7 @@ std::string Specifications(const std::vector<Declared>& options) {
     return text;
 }
 
-std::string ArgumentSpecifications(const std::vector<Declared>& arguments) {
+std::string ArgumentLines(const std::vector<Declared>& arguments) {
     std::string text;
     for (std::size_t index = 0; index < arguments.size(); ++index) {
         const Declared& argument = arguments[index];
@@ -148,13 +148,13 @@ std::string Function(const DeclaredCommand& command, const DeclaredCommand& prog
     if (&command == &program) {
         text += "  typeset -A opt_args\n  local -a login\n";
     }
-    text += std::string("  _arguments -s") + (descends ? " -C" : "") + Specifications(command.options);
+    text += std::string("  _arguments -s") + (descends ? " -C" : "") + OptionLines(command.options);
     if (&command != &program) {
-        text += Specifications(program.options);
+        text += OptionLines(program.options);
     }
     const std::string keep = &command == &program ? "  _quillmark_login\n" : "";
     text += descends ? " \\\n    '1: :->commands' \\\n    '*:: :->rest'\n" + keep + Descent(command)
-                     : ArgumentSpecifications(command.arguments) + "\n";
+                     : ArgumentLines(command.arguments) + "\n";
     return text + "}\n\n";
 }
 
