@@ -135,8 +135,10 @@ TEST_F(RefusedListingTest, FoldersThatCannotBeListedAreToldAndPassedOver) {
         const ProcessResult result = Quillmark(arguments);
         EXPECT_EQ(1, result.exitCode) << arguments.front();
         EXPECT_EQ(output, result.output);
-        EXPECT_EQ("quillmark: cannot list /Away: the storage behind the folder is not reachable (21031)\n",
-                  result.errors);
+        EXPECT_EQ(
+            "quillmark: cannot list /Away: the storage behind the folder is not reachable (21031) "
+            "[SERVER_ERROR_STORAGE_UNREACHABLE]. Wait a while and repeat the command.\n",
+            result.errors);
     }
 }
 
@@ -155,8 +157,11 @@ TEST_F(ListingTest, CatGoesOnAfterAFailure) {
     EXPECT_EQ(1, result.exitCode);
     EXPECT_EQ("hello\n", result.output);
     EXPECT_EQ(
-        "quillmark: cannot read /none: the server has no such item (21002)\n"
-        "quillmark: cannot read /a: a file stands where a folder is meant, or a folder where a file is (21004)\n",
+        "quillmark: cannot read /none: the server has no such item (21002) [SERVER_ERROR_NOT_FOUND]. Look with "
+        "'quillmark "
+        "ls' at what is there.\n"
+        "quillmark: cannot read /a: a file stands where a folder is meant, or a folder where a file is (21004) "
+        "[SERVER_ERROR_WRONG_KIND]. Look with 'quillmark ls' at what is there.\n",
         result.errors);
 }
 

@@ -77,7 +77,7 @@ TEST_F(ResumeDownloadTest, ALostConnectionGoesOnWithinTheCommand) {
     Write("folder/f", "old");
     FaultAtContents({{"kind", "end"}, {"at", "in-body"}, {"after", 4'000'000}});
     Server().ResetStatistics();
-    const ProcessResult result = Quillmark({"get", "/f", Target()});
+    const ProcessResult result = Quillmark({"get", "--retries", "5", "/f", Target()});
     EXPECT_EQ(0, result.exitCode) << result.errors;
     EXPECT_NE(std::string::npos, result.errors.find("trying again")) << result.errors;
     EXPECT_EQ(0u, Server().UnusedFaults());
@@ -159,7 +159,7 @@ TEST_F(ResumeDownloadTest, AnItemThatChangesBetweenTwoPiecesIsFetchedAnew) {
     // The request for the rest meets another revision of the item, whose contents are the same.
     Server().AddFaults({{"method", "GET"}, {"path", Item}, {"kind", "stale-revision"}});
     Server().ResetStatistics();
-    EXPECT_EQ(0, Quillmark(Get()).exitCode);
+    EXPECT_EQ(0, Quillmark(Get({"--retries", "5"})).exitCode);
     EXPECT_EQ(0u, Server().UnusedFaults());
     EXPECT_GT(Server().Statistics()["sent"].get<std::uint64_t>(), Size) << "from its beginning";
     ExpectComplete(1);
@@ -205,7 +205,7 @@ TEST_F(ResumeDownloadTest, ALostConnectionInTheMiddleOfATreeIsNoFailure) {
           {"after", 100}},
          {{"method", "POST"}, {"path", "/api/1.7/folders/copy/7"}, {"kind", "end"}, {"at", "after-work"}},
          {{"method", "POST"}, {"path", "/api/1.7/folders/copy/9"}, {"kind", "reply"}, {"status", 503}}}));
-    const ProcessResult up = Quillmark({"put", Local("tree"), "/copy"});
+    const ProcessResult up = Quillmark({"put", "--retries", "5", Local("tree"), "/copy"});
     EXPECT_EQ(0, up.exitCode) << up.errors;
     EXPECT_EQ(0u, Server().UnusedFaults());
     EXPECT_NE(std::string::npos, up.errors.find("trying again")) << up.errors;
@@ -213,7 +213,7 @@ TEST_F(ResumeDownloadTest, ALostConnectionInTheMiddleOfATreeIsNoFailure) {
     Server().AddFaults(nlohmann::json::array(
         {{{"method", "GET"}, {"path", "/api/1.7/folders/copy/3"}, {"kind", "end"}, {"at", "in-body"}, {"after", 100}},
          {{"method", "GET"}, {"path", "/api/1.7/folders/copy/7"}, {"kind", "reply"}, {"status", 503}}}));
-    EXPECT_EQ(0, Quillmark({"get", "-q", "/copy", Local("back")}).exitCode);
+    EXPECT_EQ(0, Quillmark({"get", "-q", "--retries", "5", "/copy", Local("back")}).exitCode);
     EXPECT_EQ(0u, Server().UnusedFaults());
     EXPECT_TRUE(TreeAt(Local("tree")) == TreeAt(Local("back")));
 }

@@ -56,7 +56,9 @@ protected:
         return WithoutTime(text);
     }
     static constexpr const char* Success = "1 file, 0 folders, 10000000 bytes, 0 skipped, 0 failed\n";
-    static constexpr const char* Cancelled = "0 files, 0 folders, 0 bytes, 0 skipped, 1 failed, cancelled\n";
+    static constexpr const char* Cancelled =
+        "1 file is left; the same command goes on where it stopped\n"
+        "0 files, 0 folders, 0 bytes, 0 skipped, 0 failed, cancelled\n";
 };
 
 // The rate may not be known yet.
@@ -116,7 +118,7 @@ TEST_F(TerminalTest, CtrlCLeavesACleanScreenAndTheSummary) {
     EXPECT_EQ(7, terminal.Wait());
     EXPECT_LT(std::chrono::steady_clock::now() - pressed, std::chrono::seconds(10));
     EXPECT_EQ(Cancelled, Left(terminal));
-    EXPECT_EQ(1u, terminal.Screen().CursorRow());
+    EXPECT_EQ(2u, terminal.Screen().CursorRow());
     EXPECT_EQ(0u, terminal.Screen().CursorColumn());
 }
 
@@ -154,7 +156,8 @@ TEST_F(TerminalTest, FailuresStayOnTheScreen) {
     PseudoTerminal terminal(Command({"put", Local("tree"), "/copy"}), HomeEnvironment(), 200, 24);
     EXPECT_EQ(1, terminal.Wait());
     EXPECT_EQ("failed: " + Local("tree/dangling") +
-                  ": the local file does not exist (2)\n1 file, 1 folder, 1 byte, 0 skipped, 1 failed\n",
+                  ": the local file does not exist (2) [ERROR_FILE_NOT_FOUND]\n1 file, 1 folder, 1 byte, 0 skipped, 1 "
+                  "failed\n",
               Left(terminal));
 }
 

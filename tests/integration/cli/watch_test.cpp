@@ -71,7 +71,7 @@ TEST_F(WatchTest, PrintsOnlyWhatHappensInItsFolder) {
 
 TEST_F(WatchTest, EndsWithAFailureWhenTheLoginIsGone) {
     Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/notifs"}, {"kind", "expire-token"}});
-    Process process = Watch({"watch"});
+    Process process = Watch({"--retries", "0", "watch"});  // no new login
     EXPECT_EQ(4, EndOf(process));
     EXPECT_NE(std::string::npos, Read(Local("err")).find("quillmark: cannot get the changes: "));
 }
