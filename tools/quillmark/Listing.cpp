@@ -8,10 +8,14 @@
 namespace quillmark::cli {
 namespace {
 
+// A reply that tells of no item, such as an error document that came with a success, is no empty folder.
 DWORD Fetch(Calls& calls, const WideString& path, Listing& listing) {
-    return calls.Run([&] {
+    return calls.Run([&]() -> DWORD {
         listing.children.clear();
-        return calls.Api().GetPathListing(path, listing.children, listing.self, calls.CancelEvent()).error;
+        const StatusPair status = calls.Api().GetPathListing(path, listing.children, listing.self, calls.CancelEvent());
+        const bool nothing =
+            status.error == ERROR_SUCCESS && !IsFolder(*listing.self) && listing.self->GetName().empty();
+        return nothing ? DWORD{ERROR_INVALID_DATA} : status.error;
     });
 }
 

@@ -171,7 +171,9 @@ bool IsLocalName(const WideString& name) {
 WideString LocalNameKey(const WideString& name) {
     // One unit stays one unit: the file system compares names unit by unit, in capitals.
     std::wstring key(name.view());
-    ::CharUpperBuffW(key.data(), static_cast<DWORD>(key.size()));
+    const int count = static_cast<int>(key.size());
+    ::LCMapStringEx(LOCALE_NAME_INVARIANT, LCMAP_UPPERCASE, name.c_str(), count, key.data(), count, nullptr, nullptr,
+                    0);
     return key;
 }
 

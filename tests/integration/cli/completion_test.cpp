@@ -72,6 +72,17 @@ TEST_F(CompletionTest, BashOffersChoices) {
     EXPECT_EQ("name\nnone\n", InBash({"ls", "--sort", "=", "n"})) << "as bash splits --sort=n";
 }
 
+TEST_F(CompletionTest, OffersProfilesWhereOneIsMeant) {
+    StartAndLogin();
+    for (const std::string profile : {"work", "word"}) {
+        const Arguments login = {ProgramPath("quillmark"), "--profile", profile, "login",
+                                 Server().HttpUrl(),       "--user",    "anna"};
+        ASSERT_EQ(0, Process::Run(login, HomeEnvironment()).exitCode);
+    }
+    EXPECT_EQ("word\nwork\n", InBash({"--profile", "wo"}));
+    EXPECT_EQ("word\nwork\n", InFish("quillmark --profile wo"));
+}
+
 TEST_F(CompletionTest, BashOffersLocalFilesWhereOneIsMeant) {
     Write("here/report.pdf", "x");
     const std::string start = Local("here/re");

@@ -142,6 +142,13 @@ TEST_F(RefusedListingTest, FoldersThatCannotBeListedAreToldAndPassedOver) {
     }
 }
 
+TEST_F(ListingTest, AnErrorThatLooksLikeASuccessIsNoEmptyFolder) {
+    for (const char* command : {"ls", "find", "du", "tree"}) {
+        Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/folders/a"}, {"kind", "error-document"}});
+        ExpectFailure(9, "cannot list /a: the server's reply is missing or unreadable (13)", {command, "/a"});
+    }
+}
+
 TEST_F(ListingTest, AMissingStartEndsWithFive) {
     for (const char* command : {"ls", "find", "du", "tree"}) {
         ExpectFailure(5, "cannot list /none: the server has no such item (21002)", {command, "/none"});

@@ -50,9 +50,9 @@ leave_conflict() {
     path='"method": "POST", "path": "/api/1.7/resume/upload/Shared/budget.ods"'
     curl --silent --fail --cacert "$work/tls/ca.pem" https://files.example.com/control/faults \
         -d "[{$path, \"kind\": \"delay\", \"ms\": 0}, {$path, \"kind\": \"reply\", \"status\": 403}]"
-    quillmark put --resumable --chunk 64K --revision "$revision" budget.ods /Shared/budget.ods && return 1
+    quillmark put --retries 0 --resumable --chunk 64K --revision "$revision" budget.ods /Shared/budget.ods && return 1
     quillmark put report.pdf /Shared/budget.ods
-    quillmark put --resumable --chunk 64K --revision "$revision" budget.ods /Shared/budget.ods && return 1
+    quillmark put --retries 0 --resumable --chunk 64K --revision "$revision" budget.ods /Shared/budget.ods && return 1
     quillmark uploads state | grep conflict
 }
 

@@ -146,6 +146,17 @@ TEST_F(TransferTreeTest, NothingLocalIsDeletedWhenTheServerCannotBeListedInFull)
     EXPECT_EQ("22", Read(Local("back/sub/two")));
 }
 
+TEST_F(TransferTreeTest, NothingLocalIsDeletedWhenAFolderIsAnsweredWithAnErrorThatLooksLikeASuccess) {
+    ASSERT_EQ(0, Quillmark({"put", "-q", WriteTree(), "/copy"}).exitCode);
+    ASSERT_EQ(0, Quillmark({"get", "-q", "/copy", Local("back")}).exitCode);
+    Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/folders/copy/sub"}, {"kind", "error-document"}});
+    const ProcessResult result = Quillmark({"get", "-q", "--delete", "/copy", Local("back")});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("the server's reply is missing or unreadable (13)"))
+        << result.errors;
+    EXPECT_EQ("22", Read(Local("back/sub/two")));
+}
+
 TEST_F(TransferTreeTest, DryRunPrintsThePlanAndChangesNothing) {
     const std::string tree = WriteTree();
     ASSERT_EQ(0, Quillmark({"put", "-q", tree, "/copy"}).exitCode);
@@ -170,6 +181,26 @@ TEST_F(TransferTreeTest, DryRunPrintsThePlanAndChangesNothing) {
                "--delete)\n",
            "", {"get", "-n", "--exclude", "one", "/copy", Local("back")});
     EXPECT_EQ((std::vector<std::string>{"extra"}), NamesIn(Local("back")));
+}
+
+TEST_F(TransferTreeTest, DryRunPrintsObjectsForPrograms) {
+    const std::string tree = WriteTree();
+    ASSERT_EQ(0, Quillmark({"put", "-q", "--exclude", "one", tree, "/copy"}).exitCode);
+    std::filesystem::remove(tree + "/sub/two");
+    std::filesystem::create_directory(tree + "/new");
+    Expect(0,
+           R"({"type":"plan","action":"put","local":")" + tree +
+               R"(/one","server":"/copy/one","folder":false,"bytes":1})" +
+               "\n"
+               R"({"type":"plan","action":"make-folder","local":")" +
+               tree + R"(/new","server":"/copy/new","folder":true,"bytes":0})" +
+               "\n"
+               R"({"type":"plan","action":"delete","local":")" +
+               tree + R"(/sub/two","server":"/copy/sub/two","folder":false,"bytes":2})" +
+               "\n"
+               R"({"type":"plan-summary","files":1,"bytes":1,"delete":1,"same":0,"notPossible":0,"onlyInTarget":0})"
+               "\n",
+           "", {"--json", "put", "--dry-run", "--delete", tree, "/copy"});
 }
 
 TEST_F(TransferTreeTest, DryRunOfOneFile) {

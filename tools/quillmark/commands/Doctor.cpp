@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "Help.h"
 #include "Json.h"
 #include "Output.h"
 
@@ -63,6 +64,8 @@ void RegisterDoctor(CLI::App& program, const GlobalOptions& global, Action& acti
         "doctor",
         "Check proxy, name, port, certificate, endpoints, mode, version, clock and session, and say what to do");
     command->add_option("server", *server, "The server: https://files.example.com:8443 (default: the login's)");
+    AddExamples(*command,
+                {{"quillmark doctor", "the login's server"}, {"quillmark doctor https://files.example.com", ""}});
     command->callback(
         [server, &global, &action] { action = [server, &global] { return RunDoctor(*server, global); }; });
 }

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "Client.h"
+#include "Help.h"
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
@@ -65,12 +66,14 @@ ExitCode RunProfiles(const GlobalOptions& global) {
 void RegisterLogout(CLI::App& program, const GlobalOptions& global, Action& action) {
     CLI::App* command = program.add_subcommand(
         "logout", "Forget the login on this computer; unfinished uploads are kept, and go on after the next login");
+    AddExamples(*command, {{"quillmark logout", ""}});
     command->callback([&global, &action] { action = [&global] { return RunLogout(global); }; });
 }
 
 void RegisterProfiles(CLI::App& program, const GlobalOptions& global, Action& action) {
     CLI::App* command =
         program.add_subcommand("profiles", "List the logins of this computer, with tabs between: name, server, user");
+    AddExamples(*command, {{"quillmark profiles", ""}});
     command->callback([&global, &action] { action = [&global] { return RunProfiles(global); }; });
 }
 

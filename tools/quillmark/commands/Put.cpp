@@ -131,14 +131,17 @@ void RegisterPut(CLI::App& program, const GlobalOptions& global, Action& action)
         ->type_name("REVISION");
     AddResumableOptions(*command, *options);
     AddDeltaOptions(*command, *options);
-    command
-        ->add_option("--base", options->base,
-                     "A copy of an earlier state of LOCAL, with its times: a file that the server still has as it is "
-                     "there is sent as a delta")
-        ->type_name("FOLDER");
+    CLI::Option* base =
+        command
+            ->add_option("--base", options->base,
+                         "A copy of an earlier state of LOCAL, with its times: a file that the server still has as it "
+                         "is there is sent as a delta")
+            ->type_name("FOLDER");
+    SetCompletion(*base, Completes::LocalPath);
     AddExamples(*command,
                 {{"quillmark put report.pdf /Shared/", "into that folder"},
-                 {"quillmark put photos /Shared/Photos", "a folder with all that it holds"},
+                 {"quillmark put photos /Shared/Photos", "a folder with all that it holds; what is the same stays"},
+                 {"quillmark put --jobs 8 --exclude '*.tmp' --delete photos /Shared/Photos", ""},
                  {"quillmark put --resumable disk.img /Backups/", "the same again after an interruption: it goes on"},
                  {"quillmark put --delta old.db new.db /Shared/data.db", "sends only what differs"}});
     command->callback(

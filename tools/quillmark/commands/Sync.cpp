@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Client.h"
+#include "Help.h"
 #include "Paths.h"
 #include "commands/TransferFlags.h"
 
@@ -33,17 +34,25 @@ void RegisterSync(CLI::App& program, const GlobalOptions& global, Action& action
     const auto options = std::make_shared<SyncOptions>();
     CLI::App* command = program.add_subcommand(
         "sync", "Make a folder of the server have what a local folder has, or the other way; shows the plan first");
-    command->add_option("local", options->local, "The local folder")->required();
-    command->add_option("remote", options->remote, "The folder on the server")->required();
+    SetCompletion(*command->add_option("local", options->local, "The local folder")->required(), Completes::LocalPath);
+    SetCompletion(*command->add_option("remote", options->remote, "The folder on the server")->required(),
+                  Completes::ServerPath);
     CLI::Option* up = command->add_flag("--up", options->up, "From the local folder to the server (the default)");
     command->add_flag("--down", options->down, "From the server to the local folder")->excludes(up);
     command->add_flag("-y,--yes", options->yes, "Delete without asking");
-    command
-        ->add_option("--base", options->base,
-                     "A copy of an earlier state of the local folder, with its times: a file that the server still has "
-                     "as it is there is sent as a delta")
-        ->type_name("FOLDER");
+    CLI::Option* base =
+        command
+            ->add_option("--base", options->base,
+                         "A copy of an earlier state of the local folder, with its times: a file that the server still "
+                         "has as it is there is sent as a delta")
+            ->type_name("FOLDER");
+    SetCompletion(*base, Completes::LocalPath);
     AddTransferFlags(*command, options->flags);
+    AddExamples(*command,
+                {{"quillmark sync photos /Shared/Photos", "the server has then what the local folder has"},
+                 {"quillmark sync --down --dry-run photos /Shared/Photos", "only shows what the other way would do"},
+                 {"quillmark sync --delete --yes --exclude '*.tmp' photos /Shared/Photos",
+                  "and nothing more, but for the excluded"}});
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunSyncCommand(*options, global); }; });
 }

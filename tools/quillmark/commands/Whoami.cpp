@@ -1,5 +1,6 @@
 // quillmark whoami: who the other commands are to the server.
 #include "Calls.h"
+#include "Help.h"
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
@@ -89,6 +90,7 @@ ExitCode RunWhoami(const GlobalOptions& global) {
 void RegisterWhoami(CLI::App& program, const GlobalOptions& global, Action& action) {
     CLI::App* command = program.add_subcommand(
         "whoami", "Show server, user, device and profile of the login, and whether the server still accepts it");
+    AddExamples(*command, {{"quillmark whoami", ""}});
     command->callback([&global, &action] { action = [&global] { return RunWhoami(global); }; });
 }
 

@@ -19,6 +19,10 @@ _quillmark_server_paths() {
     return 0
 }
 
+_quillmark_profiles() {
+    mapfile -t COMPREPLY < <(compgen -W "$("${COMP_WORDS[0]}" profiles 2>/dev/null </dev/null | cut -f1)" -- "$cur")
+}
+
 _quillmark_complete() {
     case $1 in
     local)
@@ -26,6 +30,7 @@ _quillmark_complete() {
         mapfile -t COMPREPLY < <(compgen -f -- "$plain")
         ;;
     server) _quillmark_server_paths ;;
+    profile) _quillmark_profiles ;;
     '='*) mapfile -t COMPREPLY < <(compgen -W "${1#=}" -- "$cur") ;;
     esac
 }
@@ -82,7 +87,7 @@ std::string Kind(const Declared& declared) {
     } else if (declared.completes) {
         kind = *declared.completes == Completes::LocalPath    ? "local"
                : *declared.completes == Completes::ServerPath ? "server"
-                                                              : "-";
+                                                              : "profile";
     }
     return kind + (declared.many ? "*" : "");
 }

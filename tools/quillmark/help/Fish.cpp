@@ -63,6 +63,10 @@ function __quillmark_server_paths
     end
 end
 
+function __quillmark_profiles
+    command quillmark profiles 2>/dev/null </dev/null | string replace -r '\t.*' ''
+end
+
 complete -c quillmark -f
 )fish";
 
@@ -85,10 +89,18 @@ std::string Values(const Declared& declared) {
         }
         return " -a " + Quoted(words);
     }
-    if (!declared.completes || *declared.completes == Completes::Profile) {
+    if (!declared.completes) {
         return "";
     }
-    return *declared.completes == Completes::LocalPath ? " -F" : " -a '(__quillmark_server_paths)'";
+    switch (*declared.completes) {
+        case Completes::LocalPath:
+            return " -F";
+        case Completes::ServerPath:
+            return " -a '(__quillmark_server_paths)'";
+        case Completes::Profile:
+            return " -a '(__quillmark_profiles)'";
+    }
+    return "";
 }
 
 std::string OptionLine(const Declared& option, const std::string& condition) {

@@ -31,6 +31,10 @@ _quillmark_server_paths() {
   return 0
 }
 
+_quillmark_profiles() {
+  compadd -- ${${(f)"$(quillmark profiles 2>/dev/null </dev/null)"}%%$'\t'*}
+}
+
 )zsh";
 
 constexpr const char* Tail = R"(
@@ -74,9 +78,10 @@ std::string Action(const Declared& declared) {
             return "_files";
         case Completes::ServerPath:
             return "_quillmark_server_paths";
-        default:
-            return " ";
+        case Completes::Profile:
+            return "_quillmark_profiles";
     }
+    return " ";
 }
 
 // "-u+" and "--user=": the value may follow in the same word or in the next one.

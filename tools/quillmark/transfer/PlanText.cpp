@@ -1,5 +1,6 @@
 #include "transfer/PlanText.h"
 
+#include "Json.h"
 #include "Output.h"
 #include "Paths.h"
 #include "transfer/TransferEngine.h"
@@ -29,6 +30,39 @@ std::string TransferText(const TransferOptions& options, const PlanStep& step) {
     return (up ? "put " + local + " to " + server : "get " + server + " to " + local) + " (" + reason + ", " +
            std::to_string(step.size) + (step.size == 1 ? " byte" : " bytes") +
            MethodWord(step.method, options.direction) + ")";
+}
+
+// What is done with the source's item, or with the target's for a deletion.
+const char* ActionWord(const PlanStep& step, Direction direction) {
+    switch (step.kind) {
+        case StepKind::MakeFolder:
+            return "make-folder";
+        case StepKind::Transfer:
+            return direction == Direction::Up ? "put" : "get";
+        case StepKind::Delete:
+            return "delete";
+        case StepKind::Fail:
+            return "not-possible";
+        case StepKind::Skip:
+            break;
+    }
+    return "skip";
+}
+
+bool IsWorthTelling(const PlanStep& step) {
+    return step.kind != StepKind::Skip || step.reason == StepReason::FolderLink || step.reason == StepReason::Special ||
+           step.reason == StepReason::Unfinished;
+}
+
+JsonObject StepObject(const TransferOptions& options, const PlanStep& step) {
+    JsonObject object;
+    object.Add("type", "plan").Add("action", ActionWord(step, options.direction));
+    object.Add("local", InTree(options.local, step.path)).Add("server", InTree(options.server, step.path));
+    object.AddFlag("folder", step.folder).AddNumber("bytes", step.size);
+    if (step.kind == StepKind::Fail || step.kind == StepKind::Skip) {
+        object.Add("why", ReasonText(step));
+    }
+    return object;
 }
 
 }  // namespace
@@ -68,7 +102,24 @@ std::string PlanCounts::Line() const {
     return line;
 }
 
-void PrintStep(const TransferOptions& options, const PlanStep& step, bool would) {
+void PrintCounts(const GlobalOptions& global, const PlanCounts& counts) {
+    const auto number = [](std::uint64_t count) { return static_cast<std::int64_t>(count); };
+    JsonObject object;
+    object.Add("type", "plan-summary")
+        .AddNumber("files", number(counts.files))
+        .AddNumber("bytes", number(counts.bytes));
+    object.AddNumber("delete", number(counts.deletions)).AddNumber("same", number(counts.same));
+    object.AddNumber("notPossible", number(counts.failing)).AddNumber("onlyInTarget", number(counts.onlyInTarget));
+    PrintResult(global, counts.Line(), object);
+}
+
+void PrintStep(const GlobalOptions& global, const TransferOptions& options, const PlanStep& step, bool would) {
+    if (global.json) {
+        if (IsWorthTelling(step)) {
+            Print(StepObject(options, step).Text());
+        }
+        return;
+    }
     const bool up = options.direction == Direction::Up;
     const std::string source = Printable(up ? InTree(options.local, step.path) : InTree(options.server, step.path));
     const std::string target = Printable(up ? InTree(options.server, step.path) : InTree(options.local, step.path));
@@ -87,8 +138,7 @@ void PrintStep(const TransferOptions& options, const PlanStep& step, bool would)
             PrintError("not possible: " + source + ": " + ReasonText(step));
             break;
         case StepKind::Skip:
-            if (step.reason == StepReason::FolderLink || step.reason == StepReason::Special ||
-                step.reason == StepReason::Unfinished) {
+            if (IsWorthTelling(step)) {
                 PrintError("skipped, " + ReasonText(step) + ": " + source);
             }
             break;

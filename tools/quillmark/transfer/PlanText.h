@@ -23,7 +23,10 @@ struct PlanCounts {
 };
 
 // Prints one step as far as it does or prevents something: what will be done on standard output, the rest on standard
-// error. would: "would put ..." in place of "put ...".
-void PrintStep(const TransferOptions& options, const PlanStep& step, bool would);
+// error; with --json each as an object on standard output. would: "would put ..." in place of "put ...".
+void PrintStep(const GlobalOptions& global, const TransferOptions& options, const PlanStep& step, bool would);
+
+// Prints what the plan amounts to: its line, or with --json its object.
+void PrintCounts(const GlobalOptions& global, const PlanCounts& counts);
 
 }  // namespace quillmark::cli

@@ -64,7 +64,7 @@ private:
     [[nodiscard]] ExitCode CarryOut(const std::vector<PlanStep>& plan, const PlanCounts& counts);
     [[nodiscard]] bool MayDelete(const PlanCounts& counts, bool yes) const;
     [[nodiscard]] ExitCode Ended(bool complete);
-    [[nodiscard]] static ExitCode Printed(const PlanCounts& counts);
+    [[nodiscard]] ExitCode Printed(const PlanCounts& counts) const;
 
     TransferRequest m_request;
     std::unique_ptr<TransferObserver> m_view;
@@ -131,8 +131,8 @@ ExitCode Run::Ended(bool complete) {
     return ExitCodeOf(Engine().Finish(complete));
 }
 
-ExitCode Run::Printed(const PlanCounts& counts) {
-    Print(counts.Line());
+ExitCode Run::Printed(const PlanCounts& counts) const {
+    PrintCounts(m_client.Options(), counts);
     return counts.failing == 0 ? ExitCode::Success : ExitCode::SomeFailed;
 }
 
@@ -164,7 +164,7 @@ ExitCode Run::TransferFile(const TreeEntry& source) {
     if (m_request.dryRun) {
         PlanCounts counts;
         counts.Add(step);
-        PrintStep(Options(), step, true);
+        PrintStep(m_client.Options(), Options(), step, true);
         return Printed(counts);
     }
     static_cast<void>(Engine().Take(step));
@@ -204,7 +204,7 @@ ExitCode Run::TransferFolder() {
     PlanCounts counts;
     const bool whole = Walk(there, [&](const PlanStep& step) {
         counts.Add(step);
-        PrintStep(Options(), step, true);
+        PrintStep(m_client.Options(), Options(), step, true);
         return Answer::GoOn;
     });
     return whole ? Printed(counts) : ExitCode::Cancelled;
@@ -237,7 +237,7 @@ ExitCode Run::Sync(bool yes) {
     }
     for (const PlanStep& step : plan) {
         if (step.kind != StepKind::Fail || m_request.dryRun) {
-            PrintStep(Options(), step, false);
+            PrintStep(m_client.Options(), Options(), step, false);
         }
     }
     const ExitCode printed = Printed(counts);

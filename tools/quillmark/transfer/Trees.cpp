@@ -55,10 +55,13 @@ DWORD LocalTree::List(const WideString& path, std::vector<TreeEntry>& entries) {
 DWORD ServerTree::List(const WideString& path, std::vector<TreeEntry>& entries) {
     const WideString folder = InTree(m_top, path);
     ItemList children;
-    const DWORD error = m_calls.Run([&] {
+    const DWORD error = m_calls.Run([&]() -> DWORD {
         children.clear();
         std::shared_ptr<IServerAttributes> self;
-        return m_calls.Api().GetPathListing(folder, children, self, m_calls.CancelEvent()).error;
+        const StatusPair status = m_calls.Api().GetPathListing(folder, children, self, m_calls.CancelEvent());
+        // What does not say that it is a folder must not pass for an empty one: with --delete all that the other side
+        // has would go.
+        return status.error == ERROR_SUCCESS && !IsFolder(*self) ? DWORD{ERROR_INVALID_DATA} : status.error;
     });
     for (; !children.empty(); children.pop_front()) {
         entries.push_back(EntryOf(*children.front()));
