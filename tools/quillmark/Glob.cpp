@@ -29,6 +29,13 @@ struct Element {
     std::size_t end = 0;  // where the next one begins
 };
 
+// The character at this place of a pattern, or the one behind a backslash that stands there; at moves to its last
+// place.
+std::uint32_t Literal(const Characters& pattern, std::size_t& at) {
+    at += pattern[at] == '\\' && at + 1 < pattern.size() ? 1 : 0;
+    return pattern[at];
+}
+
 // "[...]" from start on, where the "[" is; end 0 when nothing closes it. A "]" that comes first is one of the set.
 Element MatchSet(const Characters& pattern, std::size_t start, std::uint32_t character) {
     std::size_t at = start + 1;
@@ -36,11 +43,11 @@ Element MatchSet(const Characters& pattern, std::size_t start, std::uint32_t cha
     at += inverted ? 1 : 0;
     bool found = false;
     for (const std::size_t first = at; at < pattern.size() && (pattern[at] != ']' || at == first); ++at) {
-        const std::uint32_t low = pattern[at];
+        const std::uint32_t low = Literal(pattern, at);
         std::uint32_t high = low;
         if (at + 2 < pattern.size() && pattern[at + 1] == '-' && pattern[at + 2] != ']') {
-            high = pattern[at + 2];
             at += 2;
+            high = Literal(pattern, at);
         }
         found = found || (character >= low && character <= high);
     }
@@ -56,8 +63,8 @@ Element MatchOne(const Characters& pattern, std::size_t at, std::uint32_t charac
             return set;
         }
     }
-    const std::size_t literal = pattern[at] == '\\' && at + 1 < pattern.size() ? at + 1 : at;
-    return {pattern[literal] == character, literal + 1};
+    const bool same = Literal(pattern, at) == character;
+    return {same, at + 1};
 }
 
 }  // namespace

@@ -149,6 +149,10 @@ std::string HumanSize(std::int64_t bytes) {
     return number + Units[unit];
 }
 
+std::string Counted(std::uint64_t count, const std::string& noun) {
+    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
 std::optional<ByteRange> ParseByteRange(const std::string& text) {
     const std::size_t dash = text.find('-');
     if (dash == std::string::npos) {

@@ -17,6 +17,9 @@ namespace quillmark::cli {
 // A number of bytes for people, in at most five characters: "1023", "1.5K", "16M", "2.0T"; rounded to the nearest.
 [[nodiscard]] std::string HumanSize(std::int64_t bytes);
 
+// "1 file", "2 files".
+[[nodiscard]] std::string Counted(std::uint64_t count, const std::string& noun);
+
 // Bytes of an item, the end not included.
 struct ByteRange {
     static constexpr std::int64_t ToTheEnd = -1;

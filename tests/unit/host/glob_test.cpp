@@ -61,6 +61,9 @@ TEST(Glob, BackslashTakesTheMeaningAway) {
     EXPECT_FALSE(GlobMatches(QM_W("a\\*"), QM_W("ab")));
     EXPECT_TRUE(GlobMatches(QM_W("\\[a]"), QM_W("[a]")));
     EXPECT_TRUE(GlobMatches(QM_W("a\\"), QM_W("a\\")));
+    EXPECT_TRUE(GlobMatches(QM_W("[\\]x]"), QM_W("]")));
+    EXPECT_TRUE(GlobMatches(QM_W("[a\\-c]"), QM_W("-")));
+    EXPECT_FALSE(GlobMatches(QM_W("[a\\-c]"), QM_W("b")));
 }
 
 }  // namespace

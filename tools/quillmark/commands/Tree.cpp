@@ -6,6 +6,7 @@
 #include "Listing.h"
 #include "Output.h"
 #include "Paths.h"
+#include "Texts.h"
 
 namespace quillmark::cli {
 namespace {
@@ -14,10 +15,6 @@ struct TreeOptions {
     std::string path = "/";
     int depth = Walk::WholeDepth;
 };
-
-std::string Counted(std::uint64_t count, const std::string& word) {
-    return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
-}
 
 class Tree {
 public:

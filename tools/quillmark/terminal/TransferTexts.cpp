@@ -2,13 +2,10 @@
 
 #include "Paths.h"
 #include "ProgressTexts.h"
+#include "Texts.h"
 
 namespace quillmark::cli {
 namespace {
-
-std::string Counted(std::uint64_t count, const std::string& noun) {
-    return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
-}
 
 // Where the file comes from; for what has no such side, where it goes.
 std::string SourceText(const TransferFile& file) {

@@ -1,11 +1,10 @@
 #include "transfer/Patterns.h"
 
 #include "ErrorText.h"
+#include "Glob.h"
 
 namespace quillmark::cli {
 namespace {
-
-constexpr WideChar Escape = QM_W('\\');
 
 std::vector<WideString> NamesOf(WideView path) {
     std::vector<WideString> names;
@@ -16,91 +15,6 @@ std::vector<WideString> NamesOf(WideView path) {
             return names;
         }
         start = slash + 1;
-    }
-}
-
-// Units of the character that a text begins with: both of a surrogate pair.
-std::size_t CharacterLength(WideView text) {
-    return text.size() > 1 && (text[0] & 0xFC00) == 0xD800 && (text[1] & 0xFC00) == 0xDC00 ? 2 : 1;
-}
-
-// Compares by character, not by unit: the characters of a pair stand behind all others.
-WideView TakeCharacter(WideView& text) {
-    const WideView character = text.substr(0, CharacterLength(text));
-    text.remove_prefix(character.size());
-    return character;
-}
-
-bool NotAfter(WideView left, WideView right) {
-    return left.size() < right.size() || (left.size() == right.size() && left <= right);
-}
-
-// A set behind its '['. rest is what follows the ']'. Nothing matched and rest unchanged: there is no ']', so that '['
-// is a character like others.
-bool MatchesSet(WideView set, WideView character, WideView& rest, bool& isSet) {
-    const bool negated = !set.empty() && (set[0] == QM_W('!') || set[0] == QM_W('^'));
-    set.remove_prefix(negated ? 1 : 0);
-    bool found = false;
-    for (bool first = true; !set.empty() && (first || set[0] != QM_W(']')); first = false) {
-        set.remove_prefix(set[0] == Escape && set.size() > 1 ? 1 : 0);
-        const WideView from = TakeCharacter(set);
-        WideView to = from;
-        if (set.size() > 1 && set[0] == QM_W('-') && set[1] != QM_W(']')) {
-            set.remove_prefix(set[1] == Escape && set.size() > 2 ? 2 : 1);
-            to = TakeCharacter(set);
-        }
-        found = found || (NotAfter(from, character) && NotAfter(character, to));
-    }
-    isSet = !set.empty();
-    if (isSet) {
-        rest = set.substr(1);
-    }
-    return isSet && found != negated;
-}
-
-// One character of the name against what the pattern begins with, which is no '*'. Both go on behind it.
-bool MatchesOne(WideView& pattern, WideView& name) {
-    const WideView character = TakeCharacter(name);
-    if (pattern[0] == QM_W('?')) {
-        pattern.remove_prefix(1);
-        return true;
-    }
-    if (pattern[0] == QM_W('[')) {
-        bool isSet = false;
-        const bool matches = MatchesSet(pattern.substr(1), character, pattern, isSet);
-        if (isSet) {
-            return matches;
-        }
-    }
-    pattern.remove_prefix(pattern[0] == Escape && pattern.size() > 1 ? 1 : 0);
-    return TakeCharacter(pattern) == character;
-}
-
-// After a failure behind a '*' the star takes one character more; an earlier star need not be looked at again.
-bool MatchesName(WideView pattern, WideView name) {
-    WideView behindStar;
-    WideView starred;
-    bool star = false;
-    for (;;) {
-        if (!pattern.empty() && pattern[0] == QM_W('*')) {
-            pattern.remove_prefix(1);
-            star = true;
-            behindStar = pattern;
-            starred = name;
-            continue;
-        }
-        if (name.empty()) {
-            return pattern.empty();
-        }
-        if (!pattern.empty() && MatchesOne(pattern, name)) {
-            continue;
-        }
-        if (!star || starred.empty()) {
-            return false;
-        }
-        TakeCharacter(starred);
-        pattern = behindStar;
-        name = starred;
     }
 }
 
@@ -120,7 +34,7 @@ bool MatchesNames(const Names& pattern, std::size_t at, const Names& path, std::
             }
             return false;
         }
-        if (from >= path.size() || !MatchesName(pattern[at], path[from])) {
+        if (from >= path.size() || !GlobMatches(pattern[at], path[from])) {
             return false;
         }
     }
