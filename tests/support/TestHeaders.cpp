@@ -1,0 +1,1 @@
+// Nothing: its target is there for the precompiled header.
