@@ -1,12 +1,11 @@
 // quillmark: the command-line host of the client library.
-#include "Client.h"
-#include "Help.h"
 #include "Output.h"
 #include "Paths.h"
 #include "Retry.h"
 #include "System.h"
 #include "account/Password.h"
 #include "account/Profiles.h"
+#include "commands/Commands.h"
 
 namespace {
 

@@ -1,9 +1,8 @@
 // quillmark register, wipe-ack: what a device has to say before and after it has a session.
 #include <memory>
 
-#include "Client.h"
-#include "Help.h"
 #include "Output.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

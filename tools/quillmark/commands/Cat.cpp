@@ -5,11 +5,11 @@
 
 #include "Calls.h"
 #include "EachPath.h"
-#include "Help.h"
 #include "LocalFile.h"
 #include "Output.h"
 #include "Paths.h"
 #include "System.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

@@ -3,8 +3,8 @@
 
 #include "Calls.h"
 #include "ChangeText.h"
-#include "Help.h"
 #include "Output.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

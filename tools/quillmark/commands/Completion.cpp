@@ -1,10 +1,7 @@
 // quillmark completion, man-page: the declarations of the command line in other forms.
 #include "help/Completion.h"
-
-#include <memory>
-
-#include "Client.h"
 #include "Output.h"
+#include "commands/Commands.h"
 #include "help/ManPage.h"
 
 namespace quillmark::cli {

@@ -3,10 +3,10 @@
 #include <memory>
 
 #include "Calls.h"
-#include "Help.h"
 #include "Json.h"
 #include "Output.h"
 #include "Texts.h"
+#include "commands/Commands.h"
 #include "transfer/DeltaTransfer.h"
 
 namespace quillmark::cli {

@@ -1,12 +1,8 @@
 // quillmark doctor: why it does not work, or that it does.
 #include "account/Doctor.h"
-
-#include <algorithm>
-#include <memory>
-
-#include "Help.h"
 #include "Json.h"
 #include "Output.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

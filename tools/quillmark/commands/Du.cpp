@@ -2,12 +2,12 @@
 #include <algorithm>
 #include <memory>
 
-#include "Help.h"
 #include "Items.h"
 #include "Listing.h"
 #include "Output.h"
 #include "Paths.h"
 #include "Texts.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

@@ -3,12 +3,12 @@
 #include <optional>
 
 #include "Glob.h"
-#include "Help.h"
 #include "Items.h"
 #include "Listing.h"
 #include "Output.h"
 #include "Paths.h"
 #include "Texts.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

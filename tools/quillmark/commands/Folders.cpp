@@ -1,9 +1,9 @@
 // quillmark folders: shows the user's mapped folders.
 #include "Calls.h"
-#include "Help.h"
 #include "Json.h"
 #include "Output.h"
 #include "Texts.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

@@ -1,10 +1,9 @@
 // quillmark get: downloads files and folders, whole, by range or as a delta.
 #include <memory>
 
-#include "Client.h"
-#include "Help.h"
 #include "LocalFiles.h"
 #include "Paths.h"
+#include "commands/Commands.h"
 #include "commands/TransferFlags.h"
 #include "transfer/DeltaTransfer.h"
 #include "transfer/RangeDownload.h"

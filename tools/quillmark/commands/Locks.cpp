@@ -3,10 +3,10 @@
 
 #include "Calls.h"
 #include "EachPath.h"
-#include "Help.h"
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

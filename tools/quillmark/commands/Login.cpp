@@ -1,10 +1,9 @@
 // quillmark login: signs in and keeps the session.
 #include <memory>
 
-#include "Client.h"
-#include "Help.h"
 #include "Output.h"
 #include "account/Password.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

@@ -1,12 +1,11 @@
 // quillmark logout, profiles: the logins that this computer keeps.
 #include <algorithm>
 
-#include "Client.h"
-#include "Help.h"
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
 #include "account/Profiles.h"
+#include "commands/Commands.h"
 #include "transfer/UploadStore.h"
 
 namespace quillmark::cli {

@@ -1,11 +1,11 @@
 // quillmark ls: lists a server folder.
 #include <memory>
 
-#include "Help.h"
 #include "Items.h"
 #include "Listing.h"
 #include "Output.h"
 #include "Paths.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

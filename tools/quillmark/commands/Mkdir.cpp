@@ -2,8 +2,8 @@
 #include <memory>
 
 #include "EachPath.h"
-#include "Help.h"
 #include "Once.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 

@@ -1,10 +1,9 @@
 // quillmark mv: renames and moves items of the server.
 #include <memory>
 
-#include "Client.h"
-#include "Help.h"
 #include "Once.h"
 #include "Paths.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

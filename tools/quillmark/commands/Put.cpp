@@ -1,10 +1,9 @@
 // quillmark put: uploads files and folders, whole, in resumable chunks or as deltas.
 #include <memory>
 
-#include "Client.h"
-#include "Help.h"
 #include "Paths.h"
 #include "Texts.h"
+#include "commands/Commands.h"
 #include "commands/TransferFlags.h"
 #include "transfer/DeltaTransfer.h"
 

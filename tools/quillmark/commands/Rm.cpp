@@ -2,10 +2,10 @@
 #include <memory>
 
 #include "EachPath.h"
-#include "Help.h"
 #include "Once.h"
 #include "Output.h"
 #include "Paths.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

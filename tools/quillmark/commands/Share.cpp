@@ -1,9 +1,8 @@
 // quillmark share: has the server send people a link to items.
 #include <memory>
 
-#include "Client.h"
-#include "Help.h"
 #include "Paths.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

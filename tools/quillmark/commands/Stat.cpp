@@ -2,10 +2,10 @@
 #include <memory>
 
 #include "Calls.h"
-#include "Help.h"
 #include "Items.h"
 #include "Output.h"
 #include "Paths.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

@@ -2,9 +2,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "Client.h"
-#include "Help.h"
 #include "LocalFiles.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

@@ -1,9 +1,8 @@
 // quillmark sync: makes one side have what the other has, with a plan that is shown first.
 #include <memory>
 
-#include "Client.h"
-#include "Help.h"
 #include "Paths.h"
+#include "commands/Commands.h"
 #include "commands/TransferFlags.h"
 
 namespace quillmark::cli {

@@ -2,8 +2,8 @@
 #include <memory>
 
 #include "EachPath.h"
-#include "Help.h"
 #include "Texts.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

@@ -1,12 +1,12 @@
 // quillmark tree: draws a server folder and what is below it.
 #include <memory>
 
-#include "Help.h"
 #include "Items.h"
 #include "Listing.h"
 #include "Output.h"
 #include "Paths.h"
 #include "Texts.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

@@ -3,11 +3,11 @@
 #include <memory>
 
 #include "Calls.h"
-#include "Help.h"
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
 #include "Texts.h"
+#include "commands/Commands.h"
 #include "transfer/UploadStore.h"
 
 namespace quillmark::cli {

@@ -1,9 +1,9 @@
 // quillmark version: asks the server for its version.
 #include "Calls.h"
-#include "Help.h"
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 

@@ -4,9 +4,9 @@
 
 #include "Calls.h"
 #include "ChangeText.h"
-#include "Help.h"
 #include "Output.h"
 #include "Paths.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {

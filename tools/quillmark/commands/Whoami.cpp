@@ -1,10 +1,10 @@
 // quillmark whoami: who the other commands are to the server.
 #include "Calls.h"
-#include "Help.h"
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
 #include "account/Profiles.h"
+#include "commands/Commands.h"
 
 namespace quillmark::cli {
 namespace {
