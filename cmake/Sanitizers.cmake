@@ -1,4 +1,5 @@
-# QUILLMARK_SANITIZE is a list for -fsanitize=, set by the presets asan and tsan; empty otherwise.
+# QUILLMARK_SANITIZE is a list for -fsanitize=, set by the presets asan and tsan; empty otherwise. Those presets optimise
+# little, and keep only what a report's stack trace needs: instrumented code takes long enough to compile.
 set(QUILLMARK_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize= takes them")
 if(QUILLMARK_SANITIZE)
   # The compiler loses track of what is initialised in instrumented code, in the standard library's own among others.
