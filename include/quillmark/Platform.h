@@ -40,6 +40,7 @@ using WideChar = wchar_t;
 #include "quillmark/platform/Events.h"
 #include "quillmark/platform/Files.h"
 #include "quillmark/platform/Handles.h"
+#include "quillmark/platform/Memory.h"
 #include "quillmark/platform/Registry.h"
 #include "quillmark/platform/Text.h"
 #include "quillmark/platform/Time.h"

@@ -91,6 +91,17 @@ DWORD DeliverText(const std::string& value, LPVOID buffer, DWORD& length) {
     return code;
 }
 
+// Nothing is made for the caller to free unless it is handed over.
+DWORD DeliverCertificate(const PeerCertificate* certificate, LPVOID buffer, DWORD& length) {
+    WINHTTP_CERTIFICATE_INFO information = {};
+    if (certificate == nullptr) {
+        return ERROR_WINHTTP_INCORRECT_HANDLE_STATE;
+    }
+    const bool fits = buffer != nullptr && length >= sizeof(information);
+    const DWORD code = fits ? certificate->Describe(information) : ERROR_SUCCESS;
+    return code == ERROR_SUCCESS ? DeliverBytes(&information, sizeof(information), buffer, length) : code;
+}
+
 DWORD QueryOption(InternetHandle& object, DWORD option, LPVOID buffer, DWORD& length) {
     if (const NumberOption* number = FindNumber(option)) {
         DWORD value = 0;
@@ -112,6 +123,10 @@ DWORD QueryOption(InternetHandle& object, DWORD option, LPVOID buffer, DWORD& le
         case WINHTTP_OPTION_PARENT_HANDLE:
             return type == WINHTTP_HANDLE_TYPE_SESSION ? ERROR_WINHTTP_INCORRECT_HANDLE_TYPE
                                                        : DeliverBytes(&parent, sizeof(parent), buffer, length);
+        case WINHTTP_OPTION_SECURITY_CERTIFICATE_STRUCT:
+            return type != WINHTTP_HANDLE_TYPE_REQUEST
+                       ? ERROR_WINHTTP_INCORRECT_HANDLE_TYPE
+                       : DeliverCertificate(static_cast<Request&>(object).Certificate(), buffer, length);
         case WINHTTP_OPTION_URL:
             return type != WINHTTP_HANDLE_TYPE_REQUEST
                        ? ERROR_WINHTTP_INCORRECT_HANDLE_TYPE
@@ -147,6 +162,7 @@ DWORD SetOption(InternetHandle& object, DWORD option, LPCVOID buffer, DWORD leng
     switch (option) {
         case WINHTTP_OPTION_HANDLE_TYPE:
         case WINHTTP_OPTION_PARENT_HANDLE:
+        case WINHTTP_OPTION_SECURITY_CERTIFICATE_STRUCT:
         case WINHTTP_OPTION_URL:
             return ERROR_WINHTTP_OPTION_NOT_SETTABLE;
         case WINHTTP_OPTION_CONTEXT_VALUE: {

@@ -225,6 +225,10 @@ const ReplyHead* Request::Head() const {
     return m_state == State::Received ? &m_transfer->Head() : nullptr;
 }
 
+const PeerCertificate* Request::Certificate() const {
+    return m_transfer != nullptr && m_transfer->Certificate() ? &m_transfer->Certificate() : nullptr;
+}
+
 DWORD Request::Available(DWORD& count) {
     if (m_state != State::Received) {
         return ERROR_WINHTTP_INCORRECT_HANDLE_STATE;

@@ -43,6 +43,8 @@ public:
 
     // The head of the reply, or null before it is there.
     [[nodiscard]] const ReplyHead* Head() const;
+    // The certificate of the server that the request has gone to; null when it has met none.
+    [[nodiscard]] const PeerCertificate* Certificate() const;
     [[nodiscard]] const RequestHeaders& Headers() const { return m_headers; }
     [[nodiscard]] const std::string& Verb() const { return m_verb; }
     [[nodiscard]] std::string Url() const { return m_target.Url(); }

@@ -446,6 +446,7 @@ int Transfer::OnConnected(void* self, char* /*remoteIp*/, char* /*localIp*/, int
     auto& transfer = *static_cast<Transfer*>(self);
     transfer.m_phase = Phase::Exchanging;
     transfer.m_since = Clock::now();
+    transfer.m_certificate.Take(transfer.m_channel->Easy());
     return CURL_PREREQFUNC_OK;
 }
 

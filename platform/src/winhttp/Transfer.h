@@ -29,6 +29,7 @@
 
 #include "winhttp/CancelSignal.h"
 #include "winhttp/ChannelPool.h"
+#include "winhttp/PeerCertificate.h"
 #include "winhttp/ReplyBody.h"
 #include "winhttp/ReplyHead.h"
 #include "winhttp/Session.h"
@@ -62,6 +63,8 @@ public:
 
     [[nodiscard]] const ReplyHead& Head() const { return m_head; }
     [[nodiscard]] ReplyBody& Body() { return m_reply; }
+    // What the server has shown; none before the request goes out, and none without TLS.
+    [[nodiscard]] const PeerCertificate& Certificate() const { return m_certificate; }
 
     // The whole body has arrived (and may still wait in Body()).
     [[nodiscard]] bool AtEnd() const;
@@ -120,6 +123,7 @@ private:
     std::unique_ptr<Channel> m_channel;
     List m_headerList;
 
+    PeerCertificate m_certificate;
     ReplyHead m_head;
     ReplyBody m_reply;
     std::uint64_t m_bodyReceived = 0;

@@ -9,6 +9,21 @@
 namespace quillmark::test {
 namespace {
 
+std::uint64_t Ticks(const FILETIME& time) {
+    return (std::uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
+}
+
+// What asking for the certificate says; the certificate is given up.
+DWORD CertificateCode(HINTERNET handle) {
+    WINHTTP_CERTIFICATE_INFO certificate = {};
+    DWORD size = sizeof(certificate);
+    const DWORD code =
+        Code(WinHttpQueryOption(handle, WINHTTP_OPTION_SECURITY_CERTIFICATE_STRUCT, &certificate, &size));
+    LocalFree(certificate.lpszSubjectInfo);
+    LocalFree(certificate.lpszIssuerInfo);
+    return code;
+}
+
 TEST_F(TlsTest, UnknownRootFails) {
     EXPECT_THAT(Send(Open(m_server)), IsSecureFailure());
 }
@@ -48,6 +63,57 @@ TEST_F(TlsTest, LargeBodiesPassInBothDirections) {
     ASSERT_EQ(ERROR_SUCCESS, StartUpload(request, body.size()));
     ASSERT_EQ(ERROR_SUCCESS, Write(request, body));
     EXPECT_TRUE(Receive(request).body == body);
+}
+
+TEST_F(TlsTest, CertificateOfTheServerCanBeHad) {
+    const TrustedRoot root(m_identity.CertificatePem());
+    const ScopedHandle request = Open(m_server);
+    ASSERT_EQ(200, Exchange(request).status);
+    WINHTTP_CERTIFICATE_INFO certificate = {};
+    DWORD size = sizeof(certificate);
+    ASSERT_EQ(ERROR_SUCCESS,
+              Code(WinHttpQueryOption(request, WINHTTP_OPTION_SECURITY_CERTIFICATE_STRUCT, &certificate, &size)));
+    EXPECT_EQ(sizeof(certificate), size);
+    FILETIME now = {};
+    GetSystemTimeAsFileTime(&now);
+    EXPECT_LT(Ticks(certificate.ftStart), Ticks(now));
+    constexpr std::uint64_t Day = 864'000'000'000;
+    EXPECT_GT(Ticks(certificate.ftExpiry), Ticks(now) + Day - Day / 24);
+    EXPECT_LE(Ticks(certificate.ftExpiry), Ticks(now) + Day);
+    EXPECT_EQ(0u, WideText(certificate.lpszSubjectInfo).find(QM_W("test server")));
+    EXPECT_TRUE(WideText(certificate.lpszSubjectInfo) == certificate.lpszIssuerInfo) << "it signs itself";
+    EXPECT_EQ(nullptr, LocalFree(certificate.lpszSubjectInfo));
+    EXPECT_EQ(nullptr, LocalFree(certificate.lpszIssuerInfo));
+}
+
+TEST_F(TlsTest, CertificateOfAKeptConnectionCanBeHad) {
+    const TrustedRoot root(m_identity.CertificatePem());
+    ASSERT_EQ(200, Exchange(Open(m_server)).status);
+    const ScopedHandle request = Open(m_server);
+    ASSERT_EQ(200, Exchange(request).status);
+    ASSERT_EQ(1, m_server.Connections());
+    EXPECT_EQ(ERROR_SUCCESS, CertificateCode(request));
+}
+
+TEST_F(TlsTest, ThereIsNoCertificateBeforeTheServerHasShownItNorWithoutTls) {
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, CertificateCode(Open(m_server)));
+    RawServer plain([](Peer& peer) { Serve(peer); });
+    const ScopedHandle request = OpenRequest(m_session, plain.Port(), "GET", "/");
+    ASSERT_EQ(200, Exchange(request).status);
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_STATE, CertificateCode(request));
+    EXPECT_EQ(ERROR_WINHTTP_INCORRECT_HANDLE_TYPE, CertificateCode(m_session));
+}
+
+TEST_F(TlsTest, ACertificateNeedsItsRoom) {
+    const TrustedRoot root(m_identity.CertificatePem());
+    const ScopedHandle request = Open(m_server);
+    ASSERT_EQ(200, Exchange(request).status);
+    WINHTTP_CERTIFICATE_INFO certificate = {};
+    DWORD size = sizeof(certificate) - 1;
+    EXPECT_EQ(ERROR_INSUFFICIENT_BUFFER,
+              Code(WinHttpQueryOption(request, WINHTTP_OPTION_SECURITY_CERTIFICATE_STRUCT, &certificate, &size)));
+    EXPECT_EQ(sizeof(certificate), size);
+    EXPECT_EQ(nullptr, certificate.lpszSubjectInfo);
 }
 
 TEST_F(TlsTest, LostConnectionIsSeenOnce) {

@@ -345,20 +345,21 @@ QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpSetTimeouts(HINTERNET handle, int reso
                                                       int receive);
 
 // Options. In brackets: the handles that have it, the type, and whether it can be queried (q) or set (s).
-inline constexpr DWORD WINHTTP_OPTION_RESOLVE_TIMEOUT = 2;           // [session, request; DWORD; q s]
-inline constexpr DWORD WINHTTP_OPTION_CONNECT_TIMEOUT = 3;           // [session, request; DWORD; q s]
-inline constexpr DWORD WINHTTP_OPTION_SEND_TIMEOUT = 5;              // [session, request; DWORD; q s]
-inline constexpr DWORD WINHTTP_OPTION_RECEIVE_TIMEOUT = 6;           // [session, request; DWORD; q s]
-inline constexpr DWORD WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT = 7;  // [session, request; DWORD; q s] the same as 6
-inline constexpr DWORD WINHTTP_OPTION_HANDLE_TYPE = 9;               // [all; DWORD WINHTTP_HANDLE_TYPE_*; q]
-inline constexpr DWORD WINHTTP_OPTION_PARENT_HANDLE = 21;            // [connection, request; HINTERNET; q]
-inline constexpr DWORD WINHTTP_OPTION_SECURITY_FLAGS = 31;           // [none: verification has no switch]
-inline constexpr DWORD WINHTTP_OPTION_URL = 34;                      // [request; text, after redirects the last; q]
-inline constexpr DWORD WINHTTP_OPTION_USER_AGENT = 41;               // [session; text; q s]
-inline constexpr DWORD WINHTTP_OPTION_CONTEXT_VALUE = 45;            // [all; DWORD_PTR; q s]
-inline constexpr DWORD WINHTTP_OPTION_DISABLE_FEATURE = 63;          // [request; DWORD WINHTTP_DISABLE_*; s]
-inline constexpr DWORD WINHTTP_OPTION_AUTOLOGON_POLICY = 77;         // [request; DWORD WINHTTP_AUTOLOGON_*; q s]
-inline constexpr DWORD WINHTTP_OPTION_REDIRECT_POLICY = 88;          // [session, request; DWORD; q s]
+inline constexpr DWORD WINHTTP_OPTION_RESOLVE_TIMEOUT = 2;               // [session, request; DWORD; q s]
+inline constexpr DWORD WINHTTP_OPTION_CONNECT_TIMEOUT = 3;               // [session, request; DWORD; q s]
+inline constexpr DWORD WINHTTP_OPTION_SEND_TIMEOUT = 5;                  // [session, request; DWORD; q s]
+inline constexpr DWORD WINHTTP_OPTION_RECEIVE_TIMEOUT = 6;               // [session, request; DWORD; q s]
+inline constexpr DWORD WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT = 7;      // [session, request; DWORD; q s] the same as 6
+inline constexpr DWORD WINHTTP_OPTION_HANDLE_TYPE = 9;                   // [all; DWORD WINHTTP_HANDLE_TYPE_*; q]
+inline constexpr DWORD WINHTTP_OPTION_PARENT_HANDLE = 21;                // [connection, request; HINTERNET; q]
+inline constexpr DWORD WINHTTP_OPTION_SECURITY_FLAGS = 31;               // [none: verification has no switch]
+inline constexpr DWORD WINHTTP_OPTION_SECURITY_CERTIFICATE_STRUCT = 32;  // [request; WINHTTP_CERTIFICATE_INFO; q]
+inline constexpr DWORD WINHTTP_OPTION_URL = 34;                          // [request; text, after redirects the last; q]
+inline constexpr DWORD WINHTTP_OPTION_USER_AGENT = 41;                   // [session; text; q s]
+inline constexpr DWORD WINHTTP_OPTION_CONTEXT_VALUE = 45;                // [all; DWORD_PTR; q s]
+inline constexpr DWORD WINHTTP_OPTION_DISABLE_FEATURE = 63;              // [request; DWORD WINHTTP_DISABLE_*; s]
+inline constexpr DWORD WINHTTP_OPTION_AUTOLOGON_POLICY = 77;             // [request; DWORD WINHTTP_AUTOLOGON_*; q s]
+inline constexpr DWORD WINHTTP_OPTION_REDIRECT_POLICY = 88;              // [session, request; DWORD; q s]
 inline constexpr DWORD WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS = 89;  // [session, request; DWORD, 10; q s]
 inline constexpr DWORD WINHTTP_OPTION_MAX_RESPONSE_HEADER_SIZE = 91;      // [session, request; DWORD, 64 KiB; q s]
 
@@ -383,10 +384,24 @@ inline constexpr DWORD WINHTTP_OPTION_REDIRECT_POLICY_DISALLOW_HTTPS_TO_HTTP = 1
 inline constexpr DWORD WINHTTP_OPTION_REDIRECT_POLICY_ALWAYS = 2;
 inline constexpr DWORD WINHTTP_OPTION_REDIRECT_POLICY_DEFAULT = WINHTTP_OPTION_REDIRECT_POLICY_DISALLOW_HTTPS_TO_HTTP;
 
+// The certificate that the server of a secure request showed. The two names hold the values of their parts, one on a
+// line (CR LF between); they are the caller's, who frees them with LocalFree. What is about the connection's ciphers
+// stays null and 0.
+struct WINHTTP_CERTIFICATE_INFO {
+    FILETIME ftExpiry;  // UTC, as is
+    FILETIME ftStart;
+    LPWSTR lpszSubjectInfo;
+    LPWSTR lpszIssuerInfo;
+    LPWSTR lpszProtocolName;
+    LPWSTR lpszSignatureAlgName;
+    LPWSTR lpszEncryptionAlgName;
+    DWORD dwKeySize;
+};
+
 // Reads an option. bufferLength holds the room in bytes and gets the size of the value (text: without its zero);
 // ERROR_INSUFFICIENT_BUFFER with the size needed when the room does not suffice. ERROR_WINHTTP_INVALID_OPTION (12009)
 // for an option that is unknown or cannot be queried, ERROR_WINHTTP_INCORRECT_HANDLE_TYPE for one that this kind of
-// handle lacks.
+// handle lacks, ERROR_WINHTTP_INCORRECT_HANDLE_STATE (12019) for the certificate of a request that has met none.
 QUILLMARK_PLATFORM_API BOOL WINAPI WinHttpQueryOption(HINTERNET handle, DWORD option, LPVOID buffer,
                                                       LPDWORD bufferLength);
 
