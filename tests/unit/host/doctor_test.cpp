@@ -43,6 +43,27 @@ TEST(DoctorTest, TellsNamePortAndCertificateApart) {
     EXPECT_EQ(CertificateFinding("http://files.example.com", 0, true).health, Health::Doubtful);
 }
 
+TEST(DoctorTest, WarnsOfACertificateThatEndsInLessThanTwoWeeks) {
+    const auto at = [](const char* text) {
+        CAttributeTime time;
+        time = std::string(text);
+        return time;
+    };
+    const CAttributeTime end = at("2027-03-15T12:00:00.000Z");
+    const Finding good = ValidityFinding(end, at("2027-03-01T12:00:00.000Z"));
+    EXPECT_EQ(good.health, Health::Good);
+    EXPECT_EQ(good.text, "trusted, for this name and until 2027-03-15");
+    const Finding soon = ValidityFinding(end, at("2027-03-01T12:00:01.000Z"));
+    EXPECT_EQ(soon.health, Health::Doubtful);
+    EXPECT_EQ(soon.text, "trusted, for this name, but only until 2027-03-15, 13 days from now");
+    EXPECT_EQ(soon.nextStep, "Have it renewed before that day: afterwards nobody can connect.");
+    EXPECT_EQ(ValidityFinding(end, at("2027-03-14T00:00:00.000Z")).text,
+              "trusted, for this name, but only until 2027-03-15, 1 day from now");
+    EXPECT_EQ(ValidityFinding(end, at("2027-03-16T00:00:00.000Z")).text,
+              "trusted, for this name, but only until 2027-03-15, 0 days from now")
+        << "it ended after the handshake";
+}
+
 TEST(DoctorTest, WarnsOfAClockThatIsMoreThanFiveMinutesOff) {
     EXPECT_EQ(ClockFinding(std::nullopt).health, Health::NotChecked);
     EXPECT_EQ(ClockFinding(1).text, "the server's and this computer's agree");

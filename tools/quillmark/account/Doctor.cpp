@@ -1,15 +1,20 @@
 #include "account/Doctor.h"
 
+#include <algorithm>
+
 #include "Output.h"
 #include "Paths.h"
 #include "Retry.h"
 #include "System.h"
+#include "Texts.h"
 #include "account/Probe.h"
 
 namespace quillmark::cli {
 namespace {
 
 constexpr std::int64_t TolerableSeconds = 300;  // tickets and certificates forgive no more
+constexpr std::int64_t TicksPerDay = 864'000'000'000;
+constexpr std::int64_t DaysForRenewal = 14;
 
 using Tell = std::function<void(const Finding&)>;
 
@@ -103,6 +108,11 @@ Finding SessionFinding(Client& client, const StoredSession* session) {
                                   : Bad("session", error);
 }
 
+Finding ExamineCertificate(const std::string& server, const ProbeWinHttp& probe, DWORD error) {
+    const std::optional<CAttributeTime> end = probe.CertificateEnd();
+    return end ? ValidityFinding(*end, CAttributeTime::Now()) : CertificateFinding(server, error, probe.Answered());
+}
+
 // Tells the finding; false when nothing that comes after it can be looked at.
 bool Pass(const GlobalOptions& options, const Tell& tell, const Finding& finding) {
     if (options.Interrupted()) {
@@ -163,6 +173,22 @@ Finding CertificateFinding(const std::string& server, DWORD error, bool answered
                     : Skipped("certificate", "the connection did not get that far");
 }
 
+Finding ValidityFinding(const CAttributeTime& end, const CAttributeTime& now) {
+    constexpr std::size_t Date = 10;  // 2027-03-01
+    const std::string day = NarrowUtf8(end.ToText()).substr(0, Date);
+    const std::int64_t days = (end.Ticks() - now.Ticks()) / TicksPerDay;
+    if (days >= DaysForRenewal) {
+        return Good("certificate", "trusted, for this name and until " + day);
+    }
+    return {"certificate",
+            Health::Doubtful,
+            "trusted, for this name, but only until " + day + ", " +
+                Counted(static_cast<std::uint64_t>(std::max<std::int64_t>(days, 0)), "day") + " from now",
+            "Have it renewed before that day: afterwards nobody can connect.",
+            ERROR_SUCCESS,
+            ExitCode::Success};
+}
+
 Finding ClockFinding(std::optional<std::int64_t> ahead) {
     if (!ahead) {
         return Skipped("clock", "the server does not tell its time");
@@ -192,7 +218,7 @@ void Examine(const GlobalOptions& options, const std::string& server, const Stor
     const bool answered = probe->Answered();
     if (Pass(options, tell, NameFinding(server, error, !proxy.empty())) &&
         Pass(options, tell, PortFinding(server, error, answered, !proxy.empty())) &&
-        Pass(options, tell, CertificateFinding(server, answered ? ERROR_SUCCESS : error, answered))) {
+        Pass(options, tell, ExamineCertificate(server, *probe, answered ? ERROR_SUCCESS : error))) {
         ExamineServer(client, *probe, session, error, mode, tell);
     }
 }

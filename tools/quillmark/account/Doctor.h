@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Client.h"
+#include "quillmark/AttributeTime.h"
 
 namespace quillmark::cli {
 
@@ -25,6 +26,8 @@ struct Finding {
 [[nodiscard]] Finding NameFinding(const std::string& server, DWORD error, bool proxy);
 [[nodiscard]] Finding PortFinding(const std::string& server, DWORD error, bool answered, bool proxy);
 [[nodiscard]] Finding CertificateFinding(const std::string& server, DWORD error, bool answered);
+// Of a certificate that is trusted: warns when it ends soon.
+[[nodiscard]] Finding ValidityFinding(const CAttributeTime& end, const CAttributeTime& now);
 [[nodiscard]] Finding ClockFinding(std::optional<std::int64_t> ahead);
 
 // Looks at everything and tells each finding as soon as it is there. session: to be tried out, may be null. Throws

@@ -32,6 +32,17 @@ std::optional<std::int64_t> TimeOfReply(HINTERNET request) {
     return CAttributeTime::FromFileTime(time).Ticks();
 }
 
+std::optional<CAttributeTime> CertificateEndOf(HINTERNET request) {
+    WINHTTP_CERTIFICATE_INFO certificate = {};
+    DWORD size = sizeof certificate;
+    if (::WinHttpQueryOption(request, WINHTTP_OPTION_SECURITY_CERTIFICATE_STRUCT, &certificate, &size) == FALSE) {
+        return std::nullopt;
+    }
+    ::LocalFree(certificate.lpszSubjectInfo);
+    ::LocalFree(certificate.lpszIssuerInfo);
+    return CAttributeTime::FromFileTime(certificate.ftExpiry);
+}
+
 }  // namespace
 
 std::vector<std::string> MemberNames(const std::string& json, const std::string& name) {
@@ -78,6 +89,7 @@ BOOL ProbeWinHttp::WinHttpReceiveResponse(HINTERNET request, LPVOID reserved) {
     const BOOL result = TraceWinHttp::WinHttpReceiveResponse(request, reserved);
     if (result != FALSE) {
         m_answered = true;
+        m_certificateEnd = CertificateEndOf(request);
         if (const std::optional<std::int64_t> time = TimeOfReply(request)) {
             m_clockAhead = (*time - CAttributeTime::Now().Ticks()) / TicksPerSecond;
         }

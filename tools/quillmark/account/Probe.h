@@ -1,10 +1,11 @@
 // What 'quillmark doctor' learns from the wire beside the library's answers: the list of endpoints as the server sends
-// it, the path that the library chose, the server's clock.
+// it, the path that the library chose, the server's certificate and clock.
 #pragma once
 
 #include <optional>
 
 #include "Trace.h"
+#include "quillmark/AttributeTime.h"
 
 namespace quillmark::cli {
 
@@ -27,6 +28,8 @@ public:
     [[nodiscard]] const std::string& Endpoints() const { return m_endpoints; }
     // The API path that was chosen, "/api/1.7"; empty before that.
     [[nodiscard]] const std::string& ApiPath() const { return m_apiPath; }
+    // Until when the server's certificate is good; nothing for a connection without one.
+    [[nodiscard]] std::optional<CAttributeTime> CertificateEnd() const { return m_certificateEnd; }
     // How far the server's clock is ahead of this computer's, in seconds, when its reply told the time.
     [[nodiscard]] std::optional<std::int64_t> ClockAhead() const { return m_clockAhead; }
 
@@ -35,6 +38,7 @@ private:
     HINTERNET m_list = nullptr;
     std::string m_endpoints;
     std::string m_apiPath;
+    std::optional<CAttributeTime> m_certificateEnd;
     std::optional<std::int64_t> m_clockAhead;
 };
 
