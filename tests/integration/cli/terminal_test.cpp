@@ -55,6 +55,10 @@ protected:
         }
         return WithoutTime(text);
     }
+    static std::string WithoutDeltaSize(const std::string& text) {
+        return std::regex_replace(text, std::regex("delta: [0-9]+ bytes"), "delta: N bytes");
+    }
+    const std::string DeltaLine = "delta: N bytes for a file of 10000000 bytes\n";
     static constexpr const char* Success = "1 file, 0 folders, 10000000 bytes, 0 skipped, 0 failed\n";
     static constexpr const char* Cancelled =
         "1 file is left; the same command goes on where it stopped\n"
@@ -148,6 +152,87 @@ TEST_F(TerminalTest, AResumableUploadHasABarAsWell) {
                          "0 of 1 file, 4\\.7 MiB of 9\\.5 MiB  \\[########\\.{9}\\]   50%" + RATE + TIME});
     EXPECT_EQ(0, terminal.Wait());
     EXPECT_EQ(Success, Left(terminal));
+}
+
+TEST_F(TerminalTest, ADeltaThatGoesUpHasABarAsWell) {
+    for (const char* option : {"--delta", "--async-delta"}) {
+        const std::string old = Write("old", "");
+        const std::string resource =
+            option == std::string("--delta") ? "/api/1.7/delta/f" : "/api/1.7/asdelta/folders/f";
+        ASSERT_EQ(0, Quillmark({"put", "-q", old, "/f"}).exitCode);
+        Server().AddFaults({{"method", "POST"},
+                            {"path", resource},
+                            {"kind", "stall"},
+                            {"direction", "request"},
+                            {"after", 1000},
+                            {"ms", 2000}});
+        PseudoTerminal terminal(Command({"put", option, old, Write("file", std::string(10'000'000, 'x')), "/f"}),
+                                HomeEnvironment());
+        AwaitRows(terminal,
+                  {"/f {29}  \\[.*\\] +[0-9]+%" + RATE + TIME, "0 of 1 file, .*  \\[.*\\] +[0-9]+%" + RATE + TIME});
+        EXPECT_EQ(0, terminal.Wait());
+        EXPECT_EQ(DeltaLine + Success, WithoutDeltaSize(Left(terminal)));
+        EXPECT_EQ(0u, Server().UnusedFaults());
+    }
+}
+
+TEST_F(TerminalTest, ADeltaThatComesDownHasABarAsWell) {
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", std::string(10'000'000, 'x')), "/f"}).exitCode);
+    Server().AddFaults(
+        {{"method", "POST"}, {"path", "/api/1.7/delta/f"}, {"kind", "stall"}, {"after", 4'000'000}, {"ms", 2000}});
+    PseudoTerminal terminal(Command({"get", "--delta", Write("old", ""), "/f", Local("back")}), HomeEnvironment());
+    AwaitRows(terminal, {"/f {29}  \\[######\\.{11}\\]   39%" + RATE + TIME,
+                         "0 of 1 file, 3\\.8 MiB of 9\\.5 MiB  \\[######\\.{11}\\]   39%" + RATE + TIME});
+    EXPECT_EQ(0, terminal.Wait());
+    EXPECT_EQ(DeltaLine + Success, WithoutDeltaSize(Left(terminal)));
+    EXPECT_EQ(10'000'000u, Read(Local("back")).size());
+}
+
+TEST_F(TerminalTest, ARangeHasABarOfItsOwnBytes) {
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", std::string(20'000'000, 'x')), "/f"}).exitCode);
+    for (const char* range : {"0-10000000", "10000000-"}) {
+        // The first GET asks for the item's record.
+        Server().AddFaults(
+            nlohmann::json::array({{{"method", "GET"}, {"path", "/api/1.7/folders/f"}, {"kind", "delay"}, {"ms", 0}},
+                                   {{"method", "GET"},
+                                    {"path", "/api/1.7/folders/f"},
+                                    {"kind", "stall"},
+                                    {"after", 4'000'000},
+                                    {"ms", 2000}}}));
+        PseudoTerminal terminal(Command({"get", "--range", range, "/f", Local("back")}), HomeEnvironment());
+        AwaitRows(terminal, {"/f {29}  \\[######\\.{11}\\]   39%" + RATE + TIME,
+                             "0 of 1 file, 3\\.8 MiB of 9\\.5 MiB  \\[######\\.{11}\\]   39%" + RATE + TIME});
+        EXPECT_EQ(0, terminal.Wait());
+        EXPECT_EQ(Success, Left(terminal));
+    }
+    EXPECT_TRUE(Read(Local("back")) == std::string(20'000'000, 'x'));
+}
+
+TEST_F(TerminalTest, ARetryOfARangeShowsInItsLine) {
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", std::string(100, 'x')), "/f"}).exitCode);
+    Server().AddFaults(nlohmann::json::array(
+        {{{"method", "GET"}, {"path", "/api/1.7/folders/f"}, {"kind", "delay"}, {"ms", 0}},
+         {{"method", "GET"}, {"path", "/api/1.7/folders/f"}, {"kind", "reply"}, {"status", 503}, {"count", 100}}}));
+    PseudoTerminal terminal(Command({"get", "--retries", "5", "--range", "10-", "/f", Local("back")}),
+                            HomeEnvironment());
+    EXPECT_TRUE(terminal.AwaitText("trying again"));
+    terminal.Interrupt();
+    EXPECT_EQ(7, terminal.Wait());
+    EXPECT_EQ(Cancelled, Left(terminal));
+}
+
+TEST_F(TerminalTest, TheIdentifierOfAJobStandsOnTheScreenInTheEnd) {
+    const std::string old = Write("old", "old");
+    ASSERT_EQ(0, Quillmark({"put", "-q", old, "/f"}).exitCode);
+    PseudoTerminal terminal(Command({"put", "-q", "--async-delta", old, "--no-commit", Write("new", "new"), "/f"}),
+                            HomeEnvironment());
+    EXPECT_EQ(0, terminal.Wait());
+    const std::regex shown("delta: [0-9]+ bytes for a file of 3 bytes\n[0-9A-F-]{36}\n1 file, .*\n");
+    EXPECT_TRUE(std::regex_match(Left(terminal), shown)) << Left(terminal);
+    PseudoTerminal again(Command({"put", "--async-delta", old, "--no-commit", Write("new", "new"), "/f"}),
+                         HomeEnvironment());
+    EXPECT_EQ(0, again.Wait());
+    EXPECT_TRUE(std::regex_match(Left(again), shown)) << Left(again);
 }
 
 TEST_F(TerminalTest, FailuresStayOnTheScreen) {
