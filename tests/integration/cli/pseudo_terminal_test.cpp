@@ -63,6 +63,13 @@ TEST(PseudoTerminalTest, CtrlCRaisesSigint) {
     EXPECT_EQ(128 + SIGINT, plain.Wait());
 }
 
+TEST(PseudoTerminalTest, ATerminalThatGoesAwayRaisesSighup) {
+    PseudoTerminal terminal(Shell("echo ready; exec cat"), {});
+    ASSERT_TRUE(terminal.AwaitText("ready"));
+    terminal.HangUp();
+    EXPECT_EQ(128 + SIGHUP, terminal.Wait());
+}
+
 TEST(PseudoTerminalTest, ItIsAnXtermUnlessTheEnvironmentSaysOtherwise) {
     PseudoTerminal usual(Shell("echo $TERM"), {});
     EXPECT_EQ(0, usual.Wait());

@@ -283,7 +283,10 @@ DWORD FileTransfer::FetchPart(const TransferFile& file, Attributes& item, WideSt
         if (error == ERROR_SUCCESS) {
             error = FetchRest(file, item, progress);
         }
-        if (error == ERROR_SUCCESS && part.Have() == item->GetSize()) {
+        if (error == ERROR_SUCCESS) {
+            error = FileSize(fetched, have);  // somebody may have removed it meanwhile
+        }
+        if (error == ERROR_SUCCESS && have == item->GetSize()) {
             return ApplyTimes(fetched, *item);
         }
         if (error == ServerNotFound) {

@@ -233,6 +233,7 @@ bool Run::CheckBase(DWORD looked, const TreeEntry& target) {
     } else if (looked == ERROR_SUCCESS && target.size != size) {
         result.why = "'" + Printable(Options().base) + "' is not what the server has: it has " + std::to_string(size) +
                      " bytes, " + Printable(Options().server) + " has " + std::to_string(target.size);
+        result.nextStep = "Name a copy of what the server has, or put the file without a delta.";
     } else if (looked == ERROR_SUCCESS) {
         return true;
     }
