@@ -118,7 +118,7 @@ TEST_F(ResumableChangeTest, AConflictAtTheEndKeepsTheBytesForAnotherName) {
               Facts(refused.errors));
     EXPECT_NE(std::string::npos,
               refused.errors.find("The server has all of it: 'quillmark uploads complete /f NEWPATH' stores it "
-                                  "under another name\n"))
+                                  "under another name.\n"))
         << refused.errors;
     EXPECT_NE(std::string::npos, OutputOf({"uploads", "state"}).find("\t196608\t196608\tconflict\t/f\t"));
     Server().ResetStatistics();
