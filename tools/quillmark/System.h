@@ -65,7 +65,9 @@ void PrepareOutput();
 // Makes a folder that only its owner can look into; the folder above it is there. 0 also when it is there already.
 [[nodiscard]] DWORD MakePrivateFolder(const WideString& path);
 
-// Writes a file that only its owner can read, whole or not at all. 0 or an error code.
+// Writes a file that only its owner can read, whole or not at all. 0 or an error code. A program that is killed
+// meanwhile may leave a file with the same name and this ending.
+inline constexpr const WideChar* PrivateTemporaryEnding = QM_W(".new");
 [[nodiscard]] DWORD WritePrivateFile(const WideString& path, const std::string& content);
 
 // Trusts the certificates of this PEM file, beside the system's and the user's, for the rest of the process. 0 or an

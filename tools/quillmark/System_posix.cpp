@@ -13,6 +13,7 @@
 #include <initializer_list>
 #include <memory>
 #include <thread>
+#include <utility>
 
 #include "ErrorText.h"
 #include "Paths.h"
@@ -118,6 +119,7 @@ void WatchSignals(sigset_t signals, HANDLE event) {
     int signal = 0;
     sigwait(&signals, &signal);
     SetEvent(event);
+    sigdelset(&signals, SIGHUP);  // of a terminal that goes away both the system and the shell tell
     sigwait(&signals, &signal);
     ::_exit(static_cast<int>(ExitCode::Cancelled));
 }
@@ -133,6 +135,15 @@ std::vector<Argument> Arguments(int count, char** values) {
 }
 
 void PrepareOutput() {
+    // In the place of a standard stream that the program was started without, the next file to be opened would stand,
+    // and words meant for a person would go into it. What is opened the wrong way round fails like a closed one.
+    const std::pair<int, int> streams[] = {
+        {STDIN_FILENO, O_WRONLY}, {STDOUT_FILENO, O_RDONLY}, {STDERR_FILENO, O_RDONLY}};
+    for (const auto& [stream, wrongWay] : streams) {
+        if (::fcntl(stream, F_GETFD) < 0) {
+            static_cast<void>(::open("/dev/null", wrongWay));  // the lowest number that is free: this one
+        }
+    }
     // A reader who goes away is an error of the write, not the end of the program.
     std::signal(SIGPIPE, SIG_IGN);
 }
@@ -193,6 +204,11 @@ HANDLE InterruptEvent() {
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
+    if (std::signal(SIGHUP, SIG_DFL) == SIG_IGN) {
+        std::signal(SIGHUP, SIG_IGN);  // nohup: it goes on without the terminal
+    } else {
+        sigaddset(&signals, SIGHUP);
+    }
     // Every thread made from here on inherits the mask, so that only the watcher sees these signals.
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::thread(WatchSignals, signals, event).detach();
@@ -231,10 +247,10 @@ DWORD MakePrivateFolder(const WideString& path) {
 
 DWORD WritePrivateFile(const WideString& path, const std::string& content) {
     std::string target;
-    if (!platform::PathToBytes(path, target)) {
+    std::string temporary;
+    if (!platform::PathToBytes(path, target) || !platform::PathToBytes(path + PrivateTemporaryEnding, temporary)) {
         return ERROR_INVALID_NAME;
     }
-    const std::string temporary = target + ".new";
     {
         const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
         if (file.Get() < 0) {

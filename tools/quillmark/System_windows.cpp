@@ -298,7 +298,7 @@ DWORD WritePrivateFile(const WideString& path, const std::string& content) {
     if (rights.Get() == nullptr) {
         return rights.Error();
     }
-    const WideString temporary = path + L".new";
+    const WideString temporary = path + PrivateTemporaryEnding;
     // A file that an earlier attempt left there keeps its rights when it is opened: made anew it gets these.
     ::DeleteFileW(temporary.c_str());
     {

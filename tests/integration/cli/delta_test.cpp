@@ -95,7 +95,7 @@ TEST_F(DeltaCommandTest, PutReportsMissingFilesAndItems) {
     ExpectFailure(8, "the local file does not exist (2)", {"put", "--delta", Local("old"), Local("none"), "/f"});
     ExpectFailure(5, "(21002)", {"put", "--delta", Local("old"), Local("new"), "/none"});
     OutputOf({"mkdir", "/folder"});
-    ExpectFailure(6, "/folder is a folder", {"put", "--delta", Local("old"), Local("new"), "/folder"});
+    ExpectFailure(6, "/folder: it is a folder", {"put", "--delta", Local("old"), Local("new"), "/folder"});
 }
 
 TEST_F(DeltaCommandTest, AsyncPutWaitsAndCommits) {
@@ -187,7 +187,7 @@ TEST_F(DeltaCommandTest, GetLeavesTheTargetWhenTheAnswerIsNoDelta) {
                         {"status", 200},
                         {"content_type", "application/octet-stream"},
                         {"body", "not what was asked for"}});
-    ExpectFailure(9, "cannot apply the delta", {"get", "--delta", Local("old"), "/f", target});
+    ExpectFailure(9, "(13)", {"get", "--delta", Local("old"), "/f", target});
     EXPECT_EQ("as it was", Read(target));
     EXPECT_EQ(std::vector<std::string>{"f"}, NamesIn(Local("folder")));
     EXPECT_EQ(0u, Server().UnusedFaults());

@@ -81,7 +81,7 @@ TEST_F(RangeCommandTest, PutsAFileIntoAFolderThatIsThere) {
 
 TEST_F(RangeCommandTest, ReportsFoldersAndMissingItems) {
     OutputOf({"mkdir", "/folder"});
-    ExpectFailure(6, "is a folder and has no bytes", {"get", "--range", "0-1", "/folder", Local("back")});
+    ExpectFailure(6, "/folder: it is a folder", {"get", "--range", "0-1", "/folder", Local("back")});
     ExpectFailure(5, "(21002)", {"get", "--range", "0-1", "/none", Local("back")});
     ExpectFailure(8, "the local folder does not exist (3)", {"get", "--range", "0-1", "/f", Local("no/back")});
 }

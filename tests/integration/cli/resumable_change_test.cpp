@@ -117,8 +117,8 @@ TEST_F(ResumableChangeTest, AConflictAtTheEndKeepsTheBytesForAnotherName) {
                   "0 files, 0 folders, 0 bytes, 0 skipped, 1 failed\n",
               Facts(refused.errors));
     EXPECT_NE(std::string::npos,
-              refused.errors.find("the server has all of it: 'quillmark uploads complete /f NEWPATH' stores it "
-                                  "under another name\n"))
+              refused.errors.find("The server has all of it: 'quillmark uploads complete /f NEWPATH' stores it "
+                                  "under another name.\n"))
         << refused.errors;
     EXPECT_NE(std::string::npos, OutputOf({"uploads", "state"}).find("\t196608\t196608\tconflict\t/f\t"));
     Server().ResetStatistics();

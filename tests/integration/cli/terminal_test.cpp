@@ -55,6 +55,10 @@ protected:
         }
         return WithoutTime(text);
     }
+    static std::string WithoutDeltaSize(const std::string& text) {
+        return std::regex_replace(text, std::regex("delta: [0-9]+ bytes"), "delta: N bytes");
+    }
+    const std::string DeltaLine = "delta: N bytes for a file of 10000000 bytes\n";
     static constexpr const char* Success = "1 file, 0 folders, 10000000 bytes, 0 skipped, 0 failed\n";
     static constexpr const char* Cancelled =
         "1 file is left; the same command goes on where it stopped\n"
@@ -150,6 +154,87 @@ TEST_F(TerminalTest, AResumableUploadHasABarAsWell) {
     EXPECT_EQ(Success, Left(terminal));
 }
 
+TEST_F(TerminalTest, ADeltaThatGoesUpHasABarAsWell) {
+    for (const char* option : {"--delta", "--async-delta"}) {
+        const std::string old = Write("old", "");
+        const std::string resource =
+            option == std::string("--delta") ? "/api/1.7/delta/f" : "/api/1.7/asdelta/folders/f";
+        ASSERT_EQ(0, Quillmark({"put", "-q", old, "/f"}).exitCode);
+        Server().AddFaults({{"method", "POST"},
+                            {"path", resource},
+                            {"kind", "stall"},
+                            {"direction", "request"},
+                            {"after", 1000},
+                            {"ms", 2000}});
+        PseudoTerminal terminal(Command({"put", option, old, Write("file", std::string(10'000'000, 'x')), "/f"}),
+                                HomeEnvironment());
+        AwaitRows(terminal,
+                  {"/f {29}  \\[.*\\] +[0-9]+%" + RATE + TIME, "0 of 1 file, .*  \\[.*\\] +[0-9]+%" + RATE + TIME});
+        EXPECT_EQ(0, terminal.Wait());
+        EXPECT_EQ(DeltaLine + Success, WithoutDeltaSize(Left(terminal)));
+        EXPECT_EQ(0u, Server().UnusedFaults());
+    }
+}
+
+TEST_F(TerminalTest, ADeltaThatComesDownHasABarAsWell) {
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", std::string(10'000'000, 'x')), "/f"}).exitCode);
+    Server().AddFaults(
+        {{"method", "POST"}, {"path", "/api/1.7/delta/f"}, {"kind", "stall"}, {"after", 4'000'000}, {"ms", 2000}});
+    PseudoTerminal terminal(Command({"get", "--delta", Write("old", ""), "/f", Local("back")}), HomeEnvironment());
+    AwaitRows(terminal, {"/f {29}  \\[######\\.{11}\\]   39%" + RATE + TIME,
+                         "0 of 1 file, 3\\.8 MiB of 9\\.5 MiB  \\[######\\.{11}\\]   39%" + RATE + TIME});
+    EXPECT_EQ(0, terminal.Wait());
+    EXPECT_EQ(DeltaLine + Success, WithoutDeltaSize(Left(terminal)));
+    EXPECT_EQ(10'000'000u, Read(Local("back")).size());
+}
+
+TEST_F(TerminalTest, ARangeHasABarOfItsOwnBytes) {
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", std::string(20'000'000, 'x')), "/f"}).exitCode);
+    for (const char* range : {"0-10000000", "10000000-"}) {
+        // The first GET asks for the item's record.
+        Server().AddFaults(
+            nlohmann::json::array({{{"method", "GET"}, {"path", "/api/1.7/folders/f"}, {"kind", "delay"}, {"ms", 0}},
+                                   {{"method", "GET"},
+                                    {"path", "/api/1.7/folders/f"},
+                                    {"kind", "stall"},
+                                    {"after", 4'000'000},
+                                    {"ms", 2000}}}));
+        PseudoTerminal terminal(Command({"get", "--range", range, "/f", Local("back")}), HomeEnvironment());
+        AwaitRows(terminal, {"/f {29}  \\[######\\.{11}\\]   39%" + RATE + TIME,
+                             "0 of 1 file, 3\\.8 MiB of 9\\.5 MiB  \\[######\\.{11}\\]   39%" + RATE + TIME});
+        EXPECT_EQ(0, terminal.Wait());
+        EXPECT_EQ(Success, Left(terminal));
+    }
+    EXPECT_TRUE(Read(Local("back")) == std::string(20'000'000, 'x'));
+}
+
+TEST_F(TerminalTest, ARetryOfARangeShowsInItsLine) {
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", std::string(100, 'x')), "/f"}).exitCode);
+    Server().AddFaults(nlohmann::json::array(
+        {{{"method", "GET"}, {"path", "/api/1.7/folders/f"}, {"kind", "delay"}, {"ms", 0}},
+         {{"method", "GET"}, {"path", "/api/1.7/folders/f"}, {"kind", "reply"}, {"status", 503}, {"count", 100}}}));
+    PseudoTerminal terminal(Command({"get", "--retries", "5", "--range", "10-", "/f", Local("back")}),
+                            HomeEnvironment());
+    EXPECT_TRUE(terminal.AwaitText("trying again"));
+    terminal.Interrupt();
+    EXPECT_EQ(7, terminal.Wait());
+    EXPECT_EQ(Cancelled, Left(terminal));
+}
+
+TEST_F(TerminalTest, TheIdentifierOfAJobStandsOnTheScreenInTheEnd) {
+    const std::string old = Write("old", "old");
+    ASSERT_EQ(0, Quillmark({"put", "-q", old, "/f"}).exitCode);
+    PseudoTerminal terminal(Command({"put", "-q", "--async-delta", old, "--no-commit", Write("new", "new"), "/f"}),
+                            HomeEnvironment());
+    EXPECT_EQ(0, terminal.Wait());
+    const std::regex shown("delta: [0-9]+ bytes for a file of 3 bytes\n[0-9A-F-]{36}\n1 file, .*\n");
+    EXPECT_TRUE(std::regex_match(Left(terminal), shown)) << Left(terminal);
+    PseudoTerminal again(Command({"put", "--async-delta", old, "--no-commit", Write("new", "new"), "/f"}),
+                         HomeEnvironment());
+    EXPECT_EQ(0, again.Wait());
+    EXPECT_TRUE(std::regex_match(Left(again), shown)) << Left(again);
+}
+
 TEST_F(TerminalTest, FailuresStayOnTheScreen) {
     Write("tree/one", "1");
     std::filesystem::create_symlink("nowhere", Local("tree/dangling"));
@@ -195,6 +280,109 @@ TEST_F(TerminalTest, ThePasswordIsAskedForWithoutShowingTheAnswer) {
     EXPECT_EQ(0, terminal.Wait());
     EXPECT_EQ("Password for anna:\nLogged in to " + Server().HttpUrl() + " as anna.\n", Left(terminal));
     EXPECT_EQ(std::string::npos, terminal.Output().find("secret"));
+}
+
+TEST_F(TerminalTest, ATerminalOfHardlyAColumnIsNoMatter) {
+    for (const auto& [columns, rows] : {std::pair<std::size_t, std::size_t>{1, 24}, {2, 2}, {5, 1}, {12, 3}}) {
+        HoldUpDownload(300);
+        PseudoTerminal terminal(Get(), HomeEnvironment(), columns, rows);
+        EXPECT_EQ(0, terminal.Wait()) << columns;
+        EXPECT_EQ(Rows{}, terminal.Screen().UnknownSequences());
+        std::string text;  // where it is broken there may have been a space
+        for (const std::string& row : terminal.Screen().AllRows()) {
+            text += std::regex_replace(row, std::regex(" "), "");
+        }
+        EXPECT_EQ(0u, text.find("1file,0folders,10000000bytes,0skipped,0failed")) << text;
+        EXPECT_EQ(10'000'000u, Read(Local("back")).size());
+    }
+}
+
+TEST_F(TerminalTest, ATerminalThatDoesNotTellItsSizeHas80Columns) {
+    HoldUpDownload(2000);
+    PseudoTerminal terminal(InShell("stty columns 0 rows 0; exec \"$@\"", Get()), HomeEnvironment());
+    AwaitRows(terminal, {"/f {29}  \\[######\\.{11}\\]   39%" + RATE + TIME,
+                         "0 of 1 file, 3\\.8 MiB of 9\\.5 MiB  \\[######\\.{11}\\]   39%" + RATE + TIME});
+    EXPECT_EQ(0, terminal.Wait());
+    EXPECT_EQ(Success, Left(terminal));
+}
+
+TEST_F(TerminalTest, ATerminalThatGoesAwayEndsTheTransferAndLeavesNothingButThePart) {
+    std::filesystem::create_directories(Local("tmp"));
+    Process::Environment environment = HomeEnvironment();
+    environment["TMPDIR"] = Local("tmp");
+    HoldUpDownload(60'000);
+    PseudoTerminal terminal(Command({"get", "/f", Local("folder") + "/"}), environment);
+    std::filesystem::create_directories(Local("folder"));
+    ASSERT_TRUE(terminal.AwaitText("39%"));
+    terminal.HangUp();
+    EXPECT_EQ(7, terminal.Wait());
+    EXPECT_EQ((Rows{"f.quillmark-part", "f.quillmark-part-of"}), NamesIn(Local("folder")));
+    EXPECT_EQ(Rows{}, NamesIn(Local("tmp")));
+}
+
+TEST_F(TerminalTest, UnderNohupATransferGoesOnWithoutTheTerminal) {
+    HoldUpDownload(1000);
+    PseudoTerminal terminal(InShell("trap '' HUP; exec \"$@\"", Get()), HomeEnvironment());
+    ASSERT_TRUE(terminal.AwaitText("39%"));
+    terminal.HangUp();
+    EXPECT_EQ(0, terminal.Wait());
+    EXPECT_EQ(10'000'000u, Read(Local("back")).size());
+}
+
+TEST_F(TerminalTest, NamesThatAreWideCombinedOrNoLettersBreakNoRow) {
+    const Rows names = {"\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E.txt",
+                        "e\xCC\x81\xCC\x81\xCC\x81.txt",
+                        "a\xE2\x80\xAE"
+                        "b.txt",
+                        "line\nbreak\x1B[31m",
+                        "\xF0\x9F\x9A\x80\xF0\x9F\x9A\x80.txt",
+                        "\xD7\xA9\xD7\x9C.txt"};
+    for (const std::string& name : names) {
+        Write("tree/" + name, std::string(2'000'000, 'x'));
+    }
+    for (const std::string& name : names) {
+        Server().AddFaults(
+            {{"method", "POST"}, {"path", "/api/1.7/folders/copy/" + name}, {"kind", "delay"}, {"ms", 1500}});
+    }
+    PseudoTerminal terminal(Command({"put", "--jobs", "6", Local("tree"), "/copy"}), HomeEnvironment(), 40, 24);
+    // A row for each, and the total; a row that were too long would break into two.
+    EXPECT_TRUE(terminal.Await([](const ScreenModel& screen) {
+        const Rows rows = screen.Rows();
+        return rows.size() == 7 &&
+               std::all_of(rows.begin(), rows.end(), [](const std::string& row) { return row.ends_with("0:00"); });
+    })) << ::testing::PrintToString(terminal.Screen().Rows());
+    EXPECT_EQ(0, terminal.Wait());
+    EXPECT_EQ(Rows{}, terminal.Screen().UnknownSequences());
+    EXPECT_EQ(std::string::npos, terminal.Output().find("\xE2\x80\xAE"))
+        << "what turns the direction round is not shown";
+}
+
+TEST_F(TerminalTest, EmptyFilesCountAsFiles) {
+    for (int number = 0; number < 40; ++number) {
+        Write("tree/" + std::to_string(number), "");
+    }
+    Server().AddFaults({{"method", "POST"}, {"path", "/api/1.7/folders/copy/9"}, {"kind", "delay"}, {"ms", 1500}});
+    PseudoTerminal terminal(Command({"put", Local("tree"), "/copy"}), HomeEnvironment());
+    AwaitRows(terminal, {"/copy/9 .* 100% {12} +0:00", "39 of 40 files, 0 B .*\\] +97%.*"});
+    EXPECT_EQ(0, terminal.Wait());
+    EXPECT_EQ("40 files, 1 folder, 0 bytes, 0 skipped, 0 failed\n", Left(terminal));
+}
+
+// The next file that is opened must not stand in a closed stream's place: the words would go into it.
+TEST_F(TerminalTest, ProgramsWithoutStandardStreamsWriteIntoNoFileOfTheUsers) {
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", std::string(100'000, 'x')), "/f"}).exitCode);
+    const auto get = [this](const std::string& redirection) {
+        std::filesystem::remove(Local("back"));
+        return Process::Run(InShell("\"$@\" " + redirection, Get()), HomeEnvironment());
+    };
+    EXPECT_EQ(0, get("2>&-").exitCode);
+    EXPECT_EQ(std::string(100'000, 'x'), Read(Local("back")));
+    EXPECT_EQ(0, get("<&- 2>&-").exitCode);
+    EXPECT_EQ(std::string(100'000, 'x'), Read(Local("back")));
+    const ProcessResult silent = get(">&-");
+    EXPECT_EQ(8, silent.exitCode);
+    EXPECT_NE(std::string::npos, silent.errors.find("cannot write the output: ")) << silent.errors;
+    EXPECT_EQ(std::string(100'000, 'x'), Read(Local("back")));
 }
 
 TEST_F(TerminalTest, ATransferGoesOnWhenNobodyReadsTheNames) {

@@ -102,12 +102,14 @@ TEST_F(TransferTreeTest, DeleteRemovesLocalFilesTheSameWay) {
     Write("back/old/deep/x", "x");
     Write("back/kept.log", "x");
     Write("back/f.quillmark-part", "the beginning of something");
+    Write("back/f.quillmark-part-of.new", "left by a program that was killed");
     std::filesystem::create_symlink("/", Local("back/link"));
     Expect(0, "",
            "skipped, a link to a folder: /copy/link\n"
            "2 files, 3 folders, 3 bytes, 1 skipped, 4 deleted, 0 failed\n",
            {"get", "-q", "--delete", "--exclude", "*.log", "/copy", Local("back")});
-    EXPECT_EQ((std::vector<std::string>{"empty", "f.quillmark-part", "kept.log", "link", "one", "sub"}),
+    EXPECT_EQ((std::vector<std::string>{"empty", "f.quillmark-part", "f.quillmark-part-of.new", "kept.log", "link",
+                                        "one", "sub"}),
               NamesIn(Local("back")));
 }
 

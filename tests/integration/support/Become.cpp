@@ -11,6 +11,10 @@ void Become(const std::vector<std::string>& command, const Process::Environment&
     for (const auto& [name, value] : environment) {
         value.empty() ? ::unsetenv(name.c_str()) : ::setenv(name.c_str(), value.c_str(), 1);
     }
+    // A test that runs in the background of a script has been made to ignore Ctrl-C, and hands that on.
+    for (const int signal : {SIGINT, SIGQUIT, SIGHUP, SIGTERM}) {
+        ::signal(signal, SIG_DFL);
+    }
     sigset_t none;
     sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <csignal>
 #include <stdexcept>
+#include <utility>
 
 #include "integration/support/Become.h"
 
@@ -48,7 +49,9 @@ PseudoTerminal::~PseudoTerminal() {
         ::kill(m_id, SIGKILL);
         Wait();
     }
-    ::close(m_terminal);
+    if (m_terminal >= 0) {
+        ::close(m_terminal);
+    }
 }
 
 bool PseudoTerminal::Read(steady_clock::time_point limit) {
@@ -105,6 +108,11 @@ void PseudoTerminal::Type(const std::string& keys) const {
     if (::write(m_terminal, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) {
         throw std::runtime_error("cannot type");
     }
+}
+
+void PseudoTerminal::HangUp() {
+    ::close(std::exchange(m_terminal, -1));
+    m_ended = true;
 }
 
 void PseudoTerminal::Resize(std::size_t columns, std::size_t rows) {

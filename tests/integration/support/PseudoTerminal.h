@@ -36,6 +36,8 @@ public:
     // Ctrl-C.
     void Interrupt() const { Type("\x03"); }
     void Resize(std::size_t columns, std::size_t rows);
+    // The terminal goes away, as when its window is closed: SIGHUP, and nothing can be written any more.
+    void HangUp();
 
     [[nodiscard]] const ScreenModel& Screen() const { return m_screen; }
     // All that the program wrote, as it came.

@@ -80,9 +80,21 @@ TEST_F(PartFileTest, BeginsAnewWhenThereIsMoreThanTheWhole) {
 TEST_F(PartFileTest, DiscardLeavesNothing) {
     Begin();
     WritePart("1234");
+    static_cast<void>(folder.Write("f.quillmark-part-of.new", "half a record of a program that was killed"));
     PartFile(folder.Wide("f")).Discard();
     EXPECT_FALSE(Exists("f.quillmark-part"));
     EXPECT_FALSE(Exists("f.quillmark-part-of"));
+    EXPECT_FALSE(Exists("f.quillmark-part-of.new"));
+}
+
+TEST_F(PartFileTest, HalfARecordOfAProgramThatWasKilledIsNoRecord) {
+    Begin();
+    WritePart("1234");
+    const std::string record = folder.Read("f.quillmark-part-of");
+    std::filesystem::rename(folder.Path("f.quillmark-part-of"), folder.Path("f.quillmark-part-of.new"));
+    EXPECT_EQ(Begin(), 0);
+    EXPECT_EQ(folder.Read("f.quillmark-part-of"), record);
+    EXPECT_FALSE(Exists("f.quillmark-part-of.new"));
 }
 
 TEST_F(PartFileTest, AMissingFolderIsAnError) {

@@ -270,9 +270,12 @@ TEST_F(TransferPlanTest, UnfinishedDownloadsAreLeftAlone) {
     options.deleteExtra = true;
     source.Add("a.quillmark-part");
     source.Add("a.quillmark-part-of");
+    source.Add("a.quillmark-part-of.new");
     target.Add("b.quillmark-part");
     target.Add("b.quillmark-temp");
-    EXPECT_EQ(Plan(), (Lines{"skip unfinished a.quillmark-part", "skip unfinished a.quillmark-part-of"}));
+    target.Add("b.quillmark-part-of.new");
+    EXPECT_EQ(Plan(), (Lines{"skip unfinished a.quillmark-part", "skip unfinished a.quillmark-part-of",
+                             "skip unfinished a.quillmark-part-of.new"}));
 }
 
 TEST_F(TransferPlanTest, NamesThatTheOtherSideDoesNotTakeFail) {
@@ -342,7 +345,7 @@ TEST_F(TransferPlanTest, LargeUploadsGoInChunksWhereTheFolderTakesThem) {
 }
 
 TEST_F(TransferPlanTest, AskedForEveryUploadGoesInChunks) {
-    options.resumable = true;
+    options.method = Method::Resumable;
     EXPECT_EQ(MethodOf(0), "resumable");
 }
 

@@ -86,7 +86,7 @@ TEST(LinesViewTest, NamesWhatIsDoneAndSaysTheRestOnStandardError) {
     EXPECT_EQ(
         "/Shared/f: the connection was lost (12030), trying again in 3 s (2 of 5)\n"
         "failed: /Shared/f to /home/anna/f: no room (112)\n"
-        "Make room.\n"
+        "        Make room.\n"
         "skipped, a link to a folder: /home/anna/f\n"
         "a note\n"
         "2 files, 1 folder, 4096 bytes, 0 skipped, 0 failed in 1.5 s\n",
@@ -101,7 +101,7 @@ TEST(LinesViewTest, QuietItNamesOnlyWhatFailedOrWasLeftOut) {
     EXPECT_EQ("", printed.output);
     EXPECT_EQ(
         "failed: /Shared/f to /home/anna/f: no room (112)\n"
-        "Make room.\n"
+        "        Make room.\n"
         "skipped, a link to a folder: /home/anna/f\n"
         "a note\n"
         "2 files, 1 folder, 4096 bytes, 0 skipped, 0 failed in 1.5 s\n",
@@ -139,7 +139,7 @@ TEST(JsonViewTest, PrintsAnObjectForEachResultAndForTheSummary) {
     EXPECT_EQ(
         "/Shared/f: the connection was lost (12030), trying again in 3 s (2 of 5)\n"
         "failed: /Shared/f to /home/anna/f: no room (112)\n"
-        "Make room.\n"
+        "        Make room.\n"
         "skipped, a link to a folder: /home/anna/f\n"
         "a note\n"
         "2 files, 1 folder, 4096 bytes, 0 skipped, 0 failed in 1.5 s\n",

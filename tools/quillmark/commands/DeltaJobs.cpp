@@ -65,7 +65,8 @@ ExitCode Commit(const DeltaJobsOptions& options, const GlobalOptions& global) {
     Client client(global);
     client.Resume();
     Calls& calls = client.MainCalls();
-    CommitJob(calls, job, global.Path(options.local), options.revision);
+    Require(CommitDeltaJob(calls, job, global.Path(options.local), options.revision),
+            "cannot commit the job " + GuidText(job));
     return ExitCode::Success;
 }
 

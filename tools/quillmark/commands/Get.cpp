@@ -5,8 +5,6 @@
 #include "Paths.h"
 #include "commands/Commands.h"
 #include "commands/TransferFlags.h"
-#include "transfer/DeltaTransfer.h"
-#include "transfer/RangeDownload.h"
 
 namespace quillmark::cli {
 namespace {
@@ -36,18 +34,20 @@ ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
     if (local.view().ends_with(QM_W('/')) && IsOwnName(LeafName(server))) {
         local = TargetInFolder(local, server);
     }
-    const ByteRange range = options.range.empty() ? ByteRange() : RequireRange(options.range);
     TransferRequest request = RequestFrom(options.flags, Direction::Down, local, server);
-    Client client(global);
-    client.Resume();
-    Calls& calls = client.MainCalls();
+    request.plan.always = options.always;
     if (!options.range.empty()) {
-        return GetRange(calls, server, FileTarget(server, local), range, options.revision, global.quiet);
+        request.plan.method = Method::Range;
+        request.options.range = RequireRange(options.range);
+        request.options.revision = options.revision;
     }
     if (!options.delta.empty()) {
-        return GetDelta(calls, server, FileTarget(server, local), global.Path(options.delta), global.quiet);
+        request.plan.method = Method::Delta;
+        request.options.base = global.Path(options.delta);
+        request.options.onlyDelta = true;
     }
-    request.plan.always = options.always;
+    Client client(global);
+    client.Resume();
     return RunTransfer(client, std::move(request));
 }
 

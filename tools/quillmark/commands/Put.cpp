@@ -5,7 +5,6 @@
 #include "Texts.h"
 #include "commands/Commands.h"
 #include "commands/TransferFlags.h"
-#include "transfer/DeltaTransfer.h"
 
 namespace quillmark::cli {
 namespace {
@@ -41,13 +40,28 @@ ResumableOptions Resumable(const PutOptions& options) {
     return resumable;
 }
 
+// What the user asks for; nothing: what suits each file.
+std::optional<Method> MethodOf(const PutOptions& options) {
+    if (!options.delta.empty()) {
+        return Method::Delta;
+    }
+    if (!options.asyncDelta.empty()) {
+        return Method::AsyncDelta;
+    }
+    return options.resumable ? std::optional(Method::Resumable) : std::nullopt;
+}
+
 ExitCode PutFiles(Client& client, const PutOptions& options, TransferRequest request) {
     request.options.revision = options.revision;
     request.options.resumable = Resumable(options);
-    request.plan.resumable = options.resumable;
+    request.options.optimise = options.optimise;
+    request.options.commit = !options.noCommit;
+    request.plan.method = MethodOf(options);
     request.plan.always = options.always;
-    if (!options.base.empty()) {
-        request.options.base = client.Options().Path(options.base);
+    const std::string& old = options.delta.empty() ? options.asyncDelta : options.delta;
+    request.options.onlyDelta = !old.empty();
+    if (const std::string& base = old.empty() ? options.base : old; !base.empty()) {
+        request.options.base = client.Options().Path(base);
     }
     return RunTransfer(client, std::move(request));
 }
@@ -62,13 +76,7 @@ ExitCode RunPut(const PutOptions& options, const GlobalOptions& global) {
     TransferRequest request = RequestFrom(options.flags, Direction::Up, local, server);
     Client client(global);
     client.Resume();
-    const std::string& old = options.delta.empty() ? options.asyncDelta : options.delta;
-    if (old.empty()) {
-        return PutFiles(client, options, std::move(request));
-    }
-    Calls& calls = client.MainCalls();
-    const DeltaPut put{global.Path(old), local, server, options.revision, options.optimise, global.quiet};
-    return options.delta.empty() ? PutAsyncDelta(calls, put, !options.noCommit) : PutDelta(calls, put);
+    return PutFiles(client, options, std::move(request));
 }
 
 void AddResumableOptions(CLI::App& command, PutOptions& options) {
@@ -135,7 +143,9 @@ void RegisterPut(CLI::App& program, const GlobalOptions& global, Action& action)
             ->add_option("--base", options->base,
                          "A copy of an earlier state of LOCAL, with its times: a file that the server still has as it "
                          "is there is sent as a delta")
-            ->type_name("FOLDER");
+            ->type_name("FOLDER")
+            ->excludes(command->get_option("--delta"))
+            ->excludes(command->get_option("--async-delta"));
     SetCompletion(*base, Completes::LocalPath);
     AddExamples(*command,
                 {{"quillmark put report.pdf /Shared/", "into that folder"},

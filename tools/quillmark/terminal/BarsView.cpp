@@ -38,11 +38,15 @@ void BarsView::Retrying(std::uint64_t id, const std::string& why, int attempt, i
 }
 
 void BarsView::Finished(const TransferFile& file, const TransferResult& result) {
-    if (const std::string line = ResultText(file, result); m_names && !line.empty()) {
+    const std::string line = ResultText(file, result);
+    if (m_names && !line.empty()) {
         m_results.Print(line);
     }
     const std::lock_guard lock(m_mutex);
     m_bars.Finished(file, result);
+    if (!m_names && !result.job.empty() && !line.empty()) {
+        m_texts.push_back(line);  // standard output is the same terminal
+    }
     if (std::string text = OutcomeText(file, result); !text.empty()) {
         m_texts.push_back(std::move(text));
     }

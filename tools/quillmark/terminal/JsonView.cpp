@@ -27,6 +27,10 @@ const char* NameOf(Method method) {
             return "resumable";
         case Method::Delta:
             return "delta";
+        case Method::AsyncDelta:
+            return "async-delta";
+        case Method::Range:
+            return "range";
         case Method::Whole:
             break;
     }
@@ -53,6 +57,9 @@ JsonObject ObjectOf(const TransferFile& file, const TransferResult& result) {
     }
     if (!result.nextStep.empty()) {
         object.Add("next", result.nextStep);
+    }
+    if (!result.job.empty()) {
+        object.Add("job", result.job);
     }
     return object;
 }

@@ -18,7 +18,7 @@ void LinesView::Retrying(std::uint64_t id, const std::string& why, int attempt, 
 
 void LinesView::Finished(const TransferFile& file, const TransferResult& result) {
     m_running.Finished(file.id);
-    if (const std::string line = ResultText(file, result); m_names && !line.empty()) {
+    if (const std::string line = ResultText(file, result); !line.empty() && (m_names || !result.job.empty())) {
         m_results.Print(line);
     }
     if (const std::string text = OutcomeText(file, result); !text.empty()) {

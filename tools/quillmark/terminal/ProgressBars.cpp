@@ -135,13 +135,14 @@ std::string ProgressBars::TotalLine(std::size_t usable, TimePoint now) const {
 }
 
 std::vector<std::string> ProgressBars::Lines(TerminalSize size) const {
-    if (m_plannedFiles == 0 && m_running.empty()) {
+    const bool fits = size.rows > 1;  // a line, and the cursor's own row
+    if (!fits || (m_plannedFiles == 0 && m_running.empty())) {
         return {};
     }
     const TimePoint now = m_clock();
     // The last column stays free: there some terminals break the line, and some do not.
     const std::size_t usable = size.columns > 0 ? size.columns - 1 : 0;
-    const std::size_t room = std::max<std::size_t>(size.rows, 2) - 2;  // beside the total and the cursor's own row
+    const std::size_t room = size.rows - 2;  // beside the total and the cursor's own row
     const bool allFit = m_running.size() <= room;
     const std::size_t shown = allFit ? m_running.size() : room > 0 ? room - 1 : 0;
     std::vector<std::string> lines;

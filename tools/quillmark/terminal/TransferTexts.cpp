@@ -13,11 +13,15 @@ std::string SourceText(const TransferFile& file) {
     return source.empty() ? TargetText(file) : Printable(source);
 }
 
+// As wide as "failed: ": the step stands below what failed.
+const std::string NextStepIndent(8, ' ');
+
 std::string FailureText(const TransferFile& file, const TransferResult& result) {
     // A download's failure may be its target's as well.
-    const bool both = file.direction == Direction::Down && !file.local.empty();
+    const bool both = file.direction == Direction::Down && !file.local.empty() && !file.server.empty();
     const std::string what = both ? SourceText(file) + " to " + TargetText(file) : SourceText(file);
-    return "failed: " + what + ": " + result.why + (result.nextStep.empty() ? "" : "\n" + result.nextStep);
+    return "failed: " + what + ": " + result.why +
+           (result.nextStep.empty() ? "" : "\n" + NextStepIndent + result.nextStep);
 }
 
 }  // namespace
@@ -28,7 +32,7 @@ std::string TargetText(const TransferFile& file) {
 
 std::string ResultText(const TransferFile& file, const TransferResult& result) {
     if (result.outcome == Outcome::Done) {
-        return TargetText(file);
+        return result.job.empty() ? TargetText(file) : result.job;
     }
     return result.outcome == Outcome::Deleted ? "deleted: " + TargetText(file) : std::string();
 }

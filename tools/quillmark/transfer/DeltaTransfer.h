@@ -11,9 +11,8 @@ struct DeltaPut {
     WideString old;         // a local copy of what the server has
     WideString local;       // the new contents
     WideString server;      // the item
-    std::string revision;   // that the item has; empty: the present one, when old is as long as the item
+    std::string revision;   // that the item has
     bool optimise = false;  // ask the server to overwrite or append in place where it can
-    bool quiet = false;
 };
 
 // What a delta took the place of.
@@ -27,6 +26,22 @@ struct DeltaSizes {
 [[nodiscard]] DWORD SendDelta(Calls& calls, const DeltaPut& put, std::shared_ptr<IServerAttributes>& stored,
                               DeltaSizes& sizes, const std::shared_ptr<IProgressSink>& progress = nullptr);
 
+// Sends the delta likewise, for the server to apply in the background. job: its name for that, which does not mean that
+// the item changes: AwaitDeltaJob and CommitDeltaJob follow, from here or with "delta-jobs".
+[[nodiscard]] DWORD StartDeltaJob(Calls& calls, const DeltaPut& put, GUID& job, DeltaSizes& sizes,
+                                  const std::shared_ptr<IProgressSink>& progress = nullptr);
+
+// Waits until a job can be committed. 21077: the server could not apply the delta; 21002: it does not know the job.
+[[nodiscard]] DWORD AwaitDeltaJob(Calls& calls, const GUID& job);
+
+// Commits a job that is done: the item becomes what the job made, with the times and attributes of put's local file,
+// whose size it must have. stored: the item's record.
+[[nodiscard]] DWORD CommitDeltaJob(Calls& calls, const GUID& job, const DeltaPut& put,
+                                   std::shared_ptr<IServerAttributes>& stored);
+
+// The same for a job of which only the local file is known: nobody can tell what became of it when the answer is lost.
+[[nodiscard]] DWORD CommitDeltaJob(Calls& calls, const GUID& job, const WideString& local, const std::string& revision);
+
 // Fetches what differs between base, a local file, and an item, and puts the item's contents together in target, with
 // the item's times. item: its record. 13: what came makes no such contents.
 [[nodiscard]] DWORD FetchDelta(Calls& calls, const WideString& server, const std::shared_ptr<IServerAttributes>& item,
@@ -35,23 +50,5 @@ struct DeltaSizes {
 
 // "delta: 123 bytes for a file of 45678 bytes"
 [[nodiscard]] std::string DeltaLine(const DeltaSizes& sizes);
-
-// What follows are whole commands: they print, and throw Failure.
-
-// Sends the delta and waits until the server has applied it.
-[[nodiscard]] ExitCode PutDelta(Calls& calls, const DeltaPut& put);
-
-// Sends the delta, has the server apply it in the background, waits for that and commits the result; without commit
-// prints the job's identifier and leaves the rest to "delta-jobs".
-[[nodiscard]] ExitCode PutAsyncDelta(Calls& calls, const DeltaPut& put, bool commit);
-
-// Commits a job that is done: the item becomes what the job made, with the times and attributes of the local file,
-// whose size it must have.
-void CommitJob(Calls& calls, const GUID& job, const WideString& local, const std::string& revision);
-
-// Fetches what differs from base, a local file, and writes the item's contents to local, which may be base; local is
-// as it was after a failure.
-[[nodiscard]] ExitCode GetDelta(Calls& calls, const WideString& server, const WideString& local, const WideString& base,
-                                bool quiet);
 
 }  // namespace quillmark::cli

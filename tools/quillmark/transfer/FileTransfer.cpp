@@ -2,9 +2,10 @@
 
 #include "LocalFile.h"
 #include "LocalFiles.h"
+#include "Output.h"
 #include "Paths.h"
-#include "transfer/DeltaTransfer.h"
 #include "transfer/PartFile.h"
+#include "transfer/RangeDownload.h"
 #include "transfer/Trees.h"
 
 namespace quillmark::cli {
@@ -54,6 +55,15 @@ TransferResult DoneWith(const IServerAttributes& item) {
     return result;
 }
 
+// The bytes are there, and the item is as it was.
+TransferResult InJob(const GUID& job, TransferResult result) {
+    result.job = GuidText(job);
+    if (result.outcome == Outcome::Failed) {
+        result.nextStep = "The server keeps the job " + result.job + ": 'quillmark delta-jobs' commits or cancels it.";
+    }
+    return result;
+}
+
 }  // namespace
 
 TransferResult FailedWith(DWORD error) {
@@ -72,7 +82,14 @@ FileTransfer::FileTransfer(Calls& calls, const TransferOptions& options)
     : m_calls(calls), m_options(options), m_resumable(calls, options.resumable) {}
 
 TransferResult FileTransfer::Run(const PlanStep& step, const TransferFile& file, const Progress& progress) {
-    return m_options.direction == Direction::Up ? Put(step, file, progress) : Get(step, file, progress);
+    switch (file.method) {
+        case Method::AsyncDelta:
+            return PutInBackground(step, file, progress);
+        case Method::Range:
+            return GetRange(step, file, progress);
+        default:
+            return m_options.direction == Direction::Up ? Put(step, file, progress) : Get(step, file, progress);
+    }
 }
 
 TransferResult FileTransfer::Put(const PlanStep& step, const TransferFile& file, const Progress& progress) {
@@ -83,8 +100,8 @@ TransferResult FileTransfer::Put(const PlanStep& step, const TransferFile& file,
     }
     TransferResult result = FailedWith(error);
     if (file.method == Method::Resumable && m_resumable.KeptConflict()) {
-        result.nextStep = "the server has all of it: 'quillmark uploads complete " + Printable(file.server) +
-                          " NEWPATH' stores it under another name";
+        result.nextStep = "The server has all of it: 'quillmark uploads complete " + Printable(file.server) +
+                          " NEWPATH' stores it under another name.";
     }
     return result;
 }
@@ -94,14 +111,58 @@ DWORD FileTransfer::Send(const PlanStep& step, const TransferFile& file, Attribu
         return SendResumably(file, stored, progress);
     }
     if (file.method == Method::Delta) {
-        DeltaSizes sizes;
-        const DeltaPut put{InTree(m_options.base, step.path), file.local, file.server, step.revision, false, true};
-        const DWORD error = SendDelta(m_calls, put, stored, sizes, progress);
-        if (!IsDeltaRefused(error) || m_calls.Interrupted()) {
+        const DWORD error = SendDelta(step, file, stored, progress);
+        if (m_options.onlyDelta || !IsDeltaRefused(error) || m_calls.Interrupted()) {
             return error;
         }
     }
     return SendWhole(file, stored, progress);
+}
+
+DeltaPut FileTransfer::DeltaOf(const PlanStep& step, const TransferFile& file) const {
+    return {InTree(m_options.base, step.path), file.local, file.server,
+            m_options.revision.empty() ? step.revision : m_options.revision, m_options.optimise};
+}
+
+DWORD FileTransfer::SendDelta(const PlanStep& step, const TransferFile& file, Attributes& stored,
+                              const Progress& progress) {
+    DeltaSizes sizes;
+    const DWORD error = cli::SendDelta(m_calls, DeltaOf(step, file), stored, sizes, progress);
+    TellSizes(error, sizes);
+    return error;
+}
+
+void FileTransfer::TellSizes(DWORD error, const DeltaSizes& sizes) const {
+    if (error == ERROR_SUCCESS && m_options.onlyDelta) {
+        PrintError(DeltaLine(sizes));
+    }
+}
+
+TransferResult FileTransfer::PutInBackground(const PlanStep& step, const TransferFile& file, const Progress& progress) {
+    const DeltaPut put = DeltaOf(step, file);
+    DeltaSizes sizes;
+    GUID job = {};
+    DWORD error = StartDeltaJob(m_calls, put, job, sizes, progress);
+    TellSizes(error, sizes);
+    if (error != ERROR_SUCCESS) {
+        return FailedWith(error);
+    }
+    if (!m_options.commit) {
+        TransferResult sent;
+        sent.bytes = file.size;
+        return InJob(job, sent);
+    }
+    Attributes stored;
+    error = AwaitDeltaJob(m_calls, job);
+    if (error == SERVER_ERROR_REVISION_MISMATCH) {
+        TransferResult result = FailedWith(error);
+        result.why = "the server could not apply the delta (" + std::to_string(error) + ")";
+        return result;
+    }
+    if (error == ERROR_SUCCESS) {
+        error = CommitDeltaJob(m_calls, job, put, stored);
+    }
+    return error == ERROR_SUCCESS ? DoneWith(*stored) : InJob(job, FailedWith(error));
 }
 
 // The record is read anew for each attempt: the file may have changed since.
@@ -151,7 +212,8 @@ TransferResult FileTransfer::Get(const PlanStep& step, const TransferFile& file,
     if (file.method == Method::Delta) {
         error = FetchAgainst(file, item, fetched, progress);
     }
-    if (file.method != Method::Delta || (IsDeltaRefused(error) && !m_calls.Interrupted())) {
+    const bool another = IsDeltaRefused(error) && !m_options.onlyDelta && !m_calls.Interrupted();
+    if (file.method != Method::Delta || another) {
         error = keep ? FetchPart(file, item, fetched, progress) : FetchWhole(file, item, fetched, progress);
     }
     if (error == ERROR_SUCCESS &&
@@ -169,9 +231,15 @@ TransferResult FileTransfer::Get(const PlanStep& step, const TransferFile& file,
     if (have == 0) {
         part.Discard();
     } else {
-        result.nextStep = std::to_string(have) + " bytes of it are kept; the same command goes on from there";
+        result.nextStep = std::to_string(have) + " bytes of it are kept; the same command goes on from there.";
     }
     return result;
+}
+
+TransferResult FileTransfer::GetRange(const PlanStep& step, const TransferFile& file, const Progress& progress) {
+    const Attributes item = ItemOf(step);
+    const DWORD error = FetchRange(m_calls, file.server, item, file.local, m_options.range, progress);
+    return error == ERROR_SUCCESS ? DoneWith(*item) : FailedWith(error);
 }
 
 // When the item has changed, the library fetches what it is now, under the record that it was asked for: the size
@@ -215,7 +283,10 @@ DWORD FileTransfer::FetchPart(const TransferFile& file, Attributes& item, WideSt
         if (error == ERROR_SUCCESS) {
             error = FetchRest(file, item, progress);
         }
-        if (error == ERROR_SUCCESS && part.Have() == item->GetSize()) {
+        if (error == ERROR_SUCCESS) {
+            error = FileSize(fetched, have);  // somebody may have removed it meanwhile
+        }
+        if (error == ERROR_SUCCESS && have == item->GetSize()) {
             return ApplyTimes(fetched, *item);
         }
         if (error == ServerNotFound) {
@@ -258,7 +329,10 @@ DWORD FileTransfer::FetchAgainst(const TransferFile& file, Attributes& item, Wid
                                  const Progress& progress) {
     DeltaSizes sizes;
     fetched = TemporaryName(file.local);
-    return FetchDelta(m_calls, file.server, item, file.local, fetched, sizes, progress);
+    const WideString& base = m_options.base.empty() ? file.local : m_options.base;
+    const DWORD error = FetchDelta(m_calls, file.server, item, base, fetched, sizes, progress);
+    TellSizes(error, sizes);
+    return error;
 }
 
 DWORD FileTransfer::LookAgain(const TransferFile& file, Attributes& item) const {

@@ -12,6 +12,7 @@ namespace {
 std::string MethodWord(Method method, Direction direction) {
     switch (method) {
         case Method::Delta:
+        case Method::AsyncDelta:
             return ", as a delta";
         case Method::Resumable:
             return direction == Direction::Up ? ", in chunks" : "";

@@ -1,17 +1,15 @@
 // Getting bytes of an item into the same place of a local file.
 #pragma once
 
-#include <string>
-
 #include "Calls.h"
 #include "Texts.h"
 
 namespace quillmark::cli {
 
-// Writes the item's bytes to the same offsets of the local file, which is made when it is missing and keeps all other
-// bytes. revision: that the item shall have, empty for the present one. Throws Failure; for a range that ends behind
-// the item's end before anything is written.
-[[nodiscard]] ExitCode GetRange(Calls& calls, const WideString& server, const WideString& local, ByteRange range,
-                                const std::string& revision, bool quiet);
+// Writes bytes of the item, whose record has the revision that it shall have, to the same offsets of the local file,
+// which is made when it is missing and keeps all other bytes. The range lies in the item. 0 or an error code.
+[[nodiscard]] DWORD FetchRange(Calls& calls, const WideString& server, const std::shared_ptr<IServerAttributes>& item,
+                               const WideString& local, const ByteRange& range,
+                               const std::shared_ptr<IProgressSink>& progress);
 
 }  // namespace quillmark::cli

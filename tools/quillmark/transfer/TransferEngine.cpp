@@ -27,7 +27,9 @@ private:
 
 class FileProgress : public IProgressSink {
 public:
-    FileProgress(TransferObserver& observer, const TransferFile& file) : m_observer(observer), m_file(file) {}
+    // begin: the offset of the first byte that is wanted.
+    FileProgress(TransferObserver& observer, const TransferFile& file, std::int64_t begin)
+        : m_observer(observer), m_file(file), m_begin(begin) {}
 
     void Begin(const WideString&, std::uint64_t offset, std::uint64_t) override { Tell(offset, 0); }
     void Advance(const void*, std::uint32_t, std::uint64_t position, std::uint64_t total, std::uint64_t) override {
@@ -37,15 +39,17 @@ public:
 private:
     // A delta's bytes stand for the whole file's.
     void Tell(std::uint64_t position, std::uint64_t total) {
-        const auto bytes = m_file.method == Method::Delta && total != 0
+        const bool delta = m_file.method == Method::Delta || m_file.method == Method::AsyncDelta;
+        const auto bytes = delta && total != 0
                                ? static_cast<std::int64_t>(static_cast<double>(position) / static_cast<double>(total) *
                                                            static_cast<double>(m_file.size))
-                               : static_cast<std::int64_t>(position);
+                               : static_cast<std::int64_t>(position) - m_begin;
         m_observer.Advanced(m_file.id, std::min(bytes, std::max<std::int64_t>(m_file.size, 0)));
     }
 
     TransferObserver& m_observer;
     const TransferFile m_file;
+    const std::int64_t m_begin;
 };
 
 std::string Left(std::uint64_t count, bool complete) {
@@ -172,6 +176,10 @@ void TransferEngine::RunFile(std::size_t thread, const PlanStep& step, const Tra
         // It did not fail, it is one of those that are left.
         result.why.clear();
         m_observer.Finished(file, result);
+        if (!result.job.empty()) {
+            m_observer.Note("the server keeps the job " + result.job +
+                            "; 'quillmark delta-jobs' commits or cancels it");
+        }
         return;
     }
     {
@@ -190,7 +198,8 @@ TransferResult TransferEngine::RunGuarded(std::size_t thread, const PlanStep& st
         Worker& worker = *m_workers[thread];
         worker.teller.Begin(file.id);
         m_observer.Started(file);
-        return worker.transfer.Run(step, file, std::make_shared<FileProgress>(m_observer, file));
+        const std::int64_t begin = file.method == Method::Range ? m_options.range.first : 0;
+        return worker.transfer.Run(step, file, std::make_shared<FileProgress>(m_observer, file, begin));
     } catch (const Failure& failure) {
         result.error = ERROR_GEN_FAILURE;
         result.why = failure.Sentence();
@@ -275,13 +284,13 @@ void TransferEngine::Skip(const PlanStep& step) {
     Tell(FileOf(step), result);
 }
 
-void TransferEngine::Fail(const WideString& local, const WideString& server, DWORD error) {
+void TransferEngine::Fail(const WideString& local, const WideString& server, const TransferResult& result) {
     TransferFile file;
     file.id = ++m_nextId;
     file.direction = m_options.direction;
     file.local = local;
     file.server = server;
-    Tell(file, FailedWith(error));
+    Tell(file, result);
 }
 
 void TransferEngine::Tell(const TransferFile& file, const TransferResult& result) {

@@ -35,7 +35,7 @@ public:
     [[nodiscard]] TreePlanner::Answer Take(const PlanStep& step);
 
     // Something failed that is no step.
-    void Fail(const WideString& local, const WideString& server, DWORD error);
+    void Fail(const WideString& local, const WideString& server, const TransferResult& result);
 
     // Waits for all steps and tells how it went. complete: all steps of the plan have come.
     [[nodiscard]] TransferSummary Finish(bool complete);

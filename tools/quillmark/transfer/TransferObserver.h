@@ -15,7 +15,13 @@ namespace quillmark::cli {
 enum class Direction { Up, Down };
 
 // How the contents of one file travel.
-enum class Method { Whole, Resumable, Delta };
+enum class Method {
+    Whole,
+    Resumable,
+    Delta,
+    AsyncDelta,  // a delta that the server applies in the background
+    Range,       // some of the bytes, to the same place of the target
+};
 
 // One file of a transfer.
 struct TransferFile {
@@ -39,6 +45,7 @@ struct TransferResult {
     std::string why;
     std::string nextStep;  // what to do about it, a whole sentence; empty when there is nothing to say
     std::string revision;  // of the item on the server afterwards, where known
+    std::string job;       // that holds what was sent, when nobody has committed it yet: told like a result
 };
 
 // The end of everything.

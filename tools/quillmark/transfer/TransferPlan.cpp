@@ -53,9 +53,6 @@ bool IsBaseOf(const std::optional<BaseFile>& base, const TreeEntry& item) {
 
 Method UploadMethod(const PlanOptions& options, const FolderAbilities& abilities, const WideString& path,
                     const TreeEntry& source, const TreeEntry* target) {
-    if (options.resumable) {
-        return Method::Resumable;
-    }
     const bool large = source.size >= DeltaSize && target != nullptr && target->size >= DeltaSize;
     if (abilities.delta && large && options.base && IsBaseOf(options.base(path), *target)) {
         return Method::Delta;
@@ -115,7 +112,8 @@ void SortByName(std::vector<TreeEntry>& entries) {
 
 bool IsUnfinishedName(const WideString& name) {
     const WideView text = name.view();
-    return text.ends_with(PartEnding) || text.ends_with(PartRecordEnding) || text.ends_with(TemporaryEnding);
+    return text.ends_with(PartEnding) || text.ends_with(PartRecordEnding) || text.ends_with(TemporaryEnding) ||
+           text.ends_with(NewPartRecordEnding);
 }
 
 bool IsSameFile(const TreeEntry& left, const TreeEntry& right) {
@@ -141,11 +139,11 @@ PlanStep PlanFile(const PlanOptions& options, const WideString& path, const Tree
                                                             : StepReason::Changed;
     PlanStep step = Step(StepKind::Transfer, reason, path, source);
     if (up) {
-        step.method = UploadMethod(options, abilities, path, source, target);
         step.revision = target != nullptr ? target->revision : std::string();
-    } else {
-        step.method = DownloadMethod(abilities, source, target);
     }
+    step.method = options.method ? *options.method
+                  : up           ? UploadMethod(options, abilities, path, source, target)
+                                 : DownloadMethod(abilities, source, target);
     return step;
 }
 

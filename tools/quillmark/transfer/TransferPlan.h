@@ -85,7 +85,7 @@ struct PlanStep {
     WideString path;  // from the trees' top; empty for the top itself
     bool folder = false;
     Method method = Method::Whole;
-    std::int64_t size = 0;    // bytes of the source's file, or of the one to be deleted
+    std::int64_t size = 0;    // bytes of the source's file, of its range, or of the one to be deleted
     std::uint64_t limit = 0;  // TooLarge: what the folder takes
     CAttributeTime created;
     CAttributeTime modified;
@@ -102,9 +102,9 @@ struct BaseFile {
 struct PlanOptions {
     Direction direction = Direction::Up;
     ExcludePatterns exclude;
-    bool always = false;       // also files that are the same
-    bool deleteExtra = false;  // what only the target has is deleted
-    bool resumable = false;    // every upload goes in chunks
+    bool always = false;           // also files that are the same
+    bool deleteExtra = false;      // what only the target has is deleted
+    std::optional<Method> method;  // that every file takes, whatever would suit it
     // All of these may be empty.
     std::function<FolderAbilities(const WideString& path)> abilities;     // nothing offered without it
     std::function<std::optional<BaseFile>(const WideString& path)> base;  // uploads: the file's earlier state
@@ -123,6 +123,7 @@ inline constexpr std::int64_t DeltaSize = 1024 * 1024;
 // transferred or deleted with a folder.
 inline constexpr const WideChar* PartEnding = QM_W(".quillmark-part");
 inline constexpr const WideChar* PartRecordEnding = QM_W(".quillmark-part-of");
+inline constexpr const WideChar* NewPartRecordEnding = QM_W(".quillmark-part-of.new");
 inline constexpr const WideChar* TemporaryEnding = QM_W(".quillmark-temp");
 [[nodiscard]] bool IsUnfinishedName(const WideString& name);
 

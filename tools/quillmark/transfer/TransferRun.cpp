@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "LocalFile.h"
 #include "LocalFiles.h"
 #include "Output.h"
 #include "Paths.h"
@@ -27,6 +28,12 @@ public:
 private:
     TransferObserver& m_observer;
 };
+
+TransferResult IsAFolder() {
+    TransferResult result = FailedWith(ERROR_DIRECTORY);
+    result.why = "it is a folder; ranges and deltas are of one file (" + std::to_string(result.error) + ")";
+    return result;
+}
 
 // A transfer with all that it needs, for the length of one command.
 class Run {
@@ -54,9 +61,16 @@ private:
     [[nodiscard]] bool LookAtSource(TreeEntry& source);
     // Whether the target's top is there; false for found after the engine was told of a failure.
     [[nodiscard]] bool LookAtTarget(bool& there);
-    [[nodiscard]] bool FailedAtTop(DWORD error);
+    [[nodiscard]] bool FailedAtTop(const TransferResult& result);
+    [[nodiscard]] bool FailedAtTop(DWORD error) { return FailedAtTop(FailedWith(error)); }
 
     [[nodiscard]] ExitCode TransferFile(const TreeEntry& source);
+    // A range and a delta that the user asks for.
+    [[nodiscard]] bool IsForFilesOnly() const { return IsRange() || Options().onlyDelta; }
+    [[nodiscard]] bool IsRange() const { return m_request.plan.method == Method::Range; }
+    // Each is false after the engine was told of the failure.
+    [[nodiscard]] bool SettleRange(const TreeEntry& source);
+    [[nodiscard]] bool CheckBase(DWORD looked, const TreeEntry& target);
     [[nodiscard]] ExitCode TransferFolder();
     // Walks both trees. True when the walk was not ended early.
     bool Walk(bool targetThere, const TreePlanner::Sink& sink);
@@ -99,9 +113,9 @@ TransferEngine& Run::Engine() {
     return *m_engine;
 }
 
-bool Run::FailedAtTop(DWORD error) {
+bool Run::FailedAtTop(const TransferResult& result) {
     if (!m_calls.Interrupted()) {
-        Engine().Fail(IsUp() ? Options().local : WideString(), Options().server, error);
+        Engine().Fail(IsUp() ? Options().local : WideString(), Options().server, result);
     }
     return false;
 }
@@ -122,7 +136,7 @@ bool Run::LookAtTarget(bool& there) {
     }
     if (!m_calls.Interrupted()) {
         Engine().Fail(IsUp() ? WideString() : Options().local, Options().server,
-                      there ? DWORD{ERROR_DIRECTORY} : error);
+                      FailedWith(there ? DWORD{ERROR_DIRECTORY} : error));
     }
     return false;
 }
@@ -141,7 +155,14 @@ ExitCode Run::Transfer() {
     if (!LookAtSource(source)) {
         return Ended(false);
     }
-    return source.kind == TreeEntry::Kind::Folder ? TransferFolder() : TransferFile(source);
+    if (source.kind != TreeEntry::Kind::Folder) {
+        return TransferFile(source);
+    }
+    if (IsForFilesOnly()) {
+        static_cast<void>(FailedAtTop(IsAFolder()));
+        return Ended(true);
+    }
+    return TransferFolder();
 }
 
 ExitCode Run::TransferFile(const TreeEntry& source) {
@@ -156,11 +177,19 @@ ExitCode Run::TransferFile(const TreeEntry& source) {
         return Ended(true);
     }
     TreeEntry target;
-    const bool looks = !IsUp() || !Options().base.empty();
-    const bool there = looks && (IsUp() ? LookAtServer(m_calls, Options().server, target)
-                                        : LookAtLocal(Options().local, target)) == ERROR_SUCCESS;
+    const bool revisionKnown = Options().onlyDelta && !Options().revision.empty();
+    const bool looks = !IsUp() || (!Options().base.empty() && !revisionKnown);
+    const DWORD looked = !looks   ? DWORD{ERROR_FILE_NOT_FOUND}
+                         : IsUp() ? LookAtServer(m_calls, Options().server, target)
+                                  : LookAtLocal(Options().local, target);
+    if ((IsRange() && !SettleRange(source)) || (Options().onlyDelta && !CheckBase(looked, target))) {
+        return Ended(true);
+    }
     m_request.plan.always = true;
-    const PlanStep step = PlanFile(m_request.plan, WideString(), source, there ? &target : nullptr);
+    PlanStep step = PlanFile(m_request.plan, WideString(), source, looked == ERROR_SUCCESS ? &target : nullptr);
+    if (IsRange()) {
+        step.size = Options().range.end - Options().range.first;
+    }
     if (m_request.dryRun) {
         PlanCounts counts;
         counts.Add(step);
@@ -169,6 +198,49 @@ ExitCode Run::TransferFile(const TreeEntry& source) {
     }
     static_cast<void>(Engine().Take(step));
     return Ended(true);
+}
+
+bool Run::SettleRange(const TreeEntry& source) {
+    ByteRange& range = m_request.options.range;
+    if (!Options().revision.empty() && source.revision != Options().revision) {
+        return FailedAtTop(SERVER_ERROR_REVISION_MISMATCH);
+    }
+    if (range.end == ByteRange::ToTheEnd) {
+        range.end = source.size;
+    }
+    if (range.end > source.size || range.first >= range.end) {
+        throw Failure("the range does not lie in " + Printable(Options().server) + ", which has " +
+                          Counted(static_cast<std::uint64_t>(source.size), "byte"),
+                      ExitCode::Usage);
+    }
+    return true;
+}
+
+// The file to make the delta from must be readable, and be what the server has, as far as its size tells. looked: how
+// the look at the target ended, which there was unless a revision is named.
+bool Run::CheckBase(DWORD looked, const TreeEntry& target) {
+    std::int64_t size = 0;
+    if (const DWORD error = FileSize(Options().base, size); error != ERROR_SUCCESS) {
+        Engine().Fail(Options().base, WideString(), FailedWith(error));
+        return false;
+    }
+    if (!IsUp() || !Options().revision.empty()) {
+        return true;
+    }
+    TransferResult result = FailedWith(looked == ERROR_SUCCESS ? SERVER_ERROR_REVISION_MISMATCH : looked);
+    if (looked == ERROR_SUCCESS && target.kind == TreeEntry::Kind::Folder) {
+        result = IsAFolder();
+    } else if (looked == ERROR_SUCCESS && target.size != size) {
+        result.why = "'" + Printable(Options().base) + "' is not what the server has: it has " + std::to_string(size) +
+                     " bytes, " + Printable(Options().server) + " has " + std::to_string(target.size);
+        result.nextStep = "Name a copy of what the server has, or put the file without a delta.";
+    } else if (looked == ERROR_SUCCESS) {
+        return true;
+    }
+    if (!m_calls.Interrupted()) {
+        Engine().Fail(WideString(), Options().server, result);
+    }
+    return false;
 }
 
 bool Run::Walk(bool targetThere, const TreePlanner::Sink& sink) {
