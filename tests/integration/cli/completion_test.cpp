@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "integration/cli/CliTest.h"
+#include "integration/cli/HelpLines.h"
 
 namespace quillmark::testing {
 namespace {
@@ -125,13 +126,13 @@ TEST_F(CompletionTest, FishOffersServerPathsWhereOneIsMeant) {
     EXPECT_EQ("/Shared/Pencil\n", InFish(start + " put local /Shared/Pe"));
 }
 
-// Names of options as a help text lists them, "--sort" out of "  --sort TEXT:{name,size}".
+// Names of options as a help text lists them: "--sort" out of "      --sort TEXT  By what".
 std::vector<std::string> OptionsIn(const std::string& help) {
     std::vector<std::string> options;
     std::istringstream lines(help.substr(0, help.find("\nExamples:")));
     for (std::string line; std::getline(lines, line);) {
         std::smatch match;
-        if (std::regex_search(line, match, std::regex("^  ((-[A-Za-z]|--[a-z-]+)(,(--[a-z-]+))?)( |$)"))) {
+        if (std::regex_search(line, match, std::regex("^ {2,6}((-[A-Za-z]|--[a-z-]+)(, (--[a-z-]+))?)( |$)"))) {
             for (const int group : {2, 4}) {
                 if (match[group].matched && match[group] != "-h" && match[group] != "--help") {
                     options.push_back(match[group]);
@@ -140,22 +141,6 @@ std::vector<std::string> OptionsIn(const std::string& help) {
         }
     }
     return options;
-}
-
-// Commands as a help text lists them.
-std::vector<std::string> CommandsIn(const std::string& help) {
-    std::vector<std::string> commands;
-    const std::size_t start = help.find("\nSubcommands:\n");
-    if (start == std::string::npos) {
-        return commands;
-    }
-    std::istringstream lines(help.substr(start + 14));
-    for (std::string line; std::getline(lines, line) && line.starts_with("  ");) {
-        if (line[2] != ' ') {
-            commands.push_back(line.substr(2, line.find(' ', 2) - 2));
-        }
-    }
-    return commands;
 }
 
 class ManPageTest : public CompletionTest {

@@ -13,7 +13,7 @@ namespace quillmark::cli {
 
 // An option, or an argument that is told by its place.
 struct Declared {
-    std::vector<std::string> names;  // "-R", "--recursive"; one without dashes for an argument
+    std::vector<std::string> names;  // "-R", "--recursive"; "PATH" for an argument
     std::string help;
     std::string value;  // what stands for its value: "FILE"; empty for a flag
     bool valueIsOptional = false;
@@ -27,6 +27,7 @@ struct Declared {
 
 struct DeclaredCommand {
     std::vector<std::string> path;  // "uploads", "state"; empty for the program itself
+    std::string group;              // under which heading the help has it: "Browsing"
     std::string help;
     std::string footer;
     std::vector<Declared> options;
@@ -37,9 +38,27 @@ struct DeclaredCommand {
     [[nodiscard]] std::string Name() const;
 };
 
+// A footer has paragraphs that begin with their title: "Examples:" and lines, or "Exit codes: ..." on the same line.
+struct Paragraph {
+    std::string title;
+    std::string text;
+    bool lines = false;  // as they stand, not to be filled
+};
+
 // All that the help shows, in its order. Hidden commands and the options --help and --version of each command are left
 // out, but for those of the program.
 [[nodiscard]] DeclaredCommand Declarations(const CLI::App& program);
+
+// The same of one command; its path begins below the program.
+[[nodiscard]] DeclaredCommand Declaration(const CLI::App& command);
+
+// The headings of the commands right below this one, each once, in their order.
+[[nodiscard]] std::vector<std::string> Groups(const DeclaredCommand& command);
+
+[[nodiscard]] std::vector<Paragraph> Paragraphs(const std::string& footer);
+
+// The whole explanation, in sentences: what the declaration says, and what a value may be.
+[[nodiscard]] std::string Explanation(const Declared& declared);
 
 // The command and all below it, each before its own.
 [[nodiscard]] std::vector<const DeclaredCommand*> AllCommands(const DeclaredCommand& program);
