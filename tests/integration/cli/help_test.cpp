@@ -142,7 +142,8 @@ TEST_F(HelpTest, ASlipOfTheFingerIsRecognised) {
 
 TEST_F(HelpTest, ASlipInAnOptionIsLookedForInTheCommandAndInTheCommonOnes) {
     const std::string see = "\nSee 'quillmark ls --help'.\n";
-    EXPECT_EQ("quillmark: there is no option '--lnog'; did you mean '--long'?" + see, ErrorsOf({"ls", "--lnog"}));
+    EXPECT_EQ("quillmark: there is no option '--recusrive'; did you mean '--recursive'?" + see,
+              ErrorsOf({"ls", "--recusrive"}));
     EXPECT_EQ("quillmark: there is no option '--sotr'; did you mean '--sort'?" + see, ErrorsOf({"ls", "--sotr=name"}));
     EXPECT_EQ("quillmark: there is no option '--quite'; did you mean '--quiet'?" + see, ErrorsOf({"ls", "--quite"}));
     EXPECT_EQ("quillmark: there is no option '--wholly-else'" + see, ErrorsOf({"ls", "--wholly-else"}));

@@ -156,7 +156,8 @@ TEST_F(JsonTest, EachCheckOfTheDoctor) {
     const std::string lines = Json({"doctor"});
     EXPECT_NE(
         std::string::npos,
-        lines.find(R"({"check":"session","result":"ok","text":"the server accepts the session of anna","nextStep":null,"error":null})"))
+        lines.find(
+            R"({"check":"session","result":"ok","text":"the server accepts the session of anna","nextStep":null,"error":null})"))
         << lines;
 }
 

@@ -24,6 +24,17 @@ std::string WithCommas(const std::vector<std::string>& words) {
     return text;
 }
 
+// "1 to 100" out of "UINT in [1 - 100]"; other texts as they are.
+std::string Limits(const std::string& text) {
+    const std::size_t start = text.find(" in [");
+    const std::size_t middle = text.find(" - ", start);
+    if (start == std::string::npos || middle == std::string::npos || !text.ends_with(']')) {
+        return text;
+    }
+    const std::size_t first = start + 5;
+    return text.substr(first, middle - first) + " to " + text.substr(middle + 3, text.size() - middle - 4);
+}
+
 // The parser writes the type as "FILE", "N:UINT in [1 - 100]" or "TEXT:{name,size}".
 void TakeType(const std::string& type, Declared& declared) {
     const std::size_t colon = type.find(':');
@@ -35,7 +46,7 @@ void TakeType(const std::string& type, Declared& declared) {
     if (rest.starts_with('{') && rest.ends_with('}')) {
         declared.choices = Split(rest.substr(1, rest.size() - 2), ',');
     } else {
-        declared.limits = rest;
+        declared.limits = Limits(rest);
     }
 }
 
@@ -79,6 +90,7 @@ void Fill(const CLI::App& app, DeclaredCommand& command) {
         command.group = command.path.size() > 1 ? "Commands" : app.get_group();
         command.help = app.get_description();
         command.footer = app.get_footer();
+        command.needsCommand = app.get_require_subcommand_min() > 0;
     }
     for (const CLI::Option* option : app.get_options()) {
         if (option->get_group().empty() || (!command.path.empty() && IsOfEachCommand(*option))) {

@@ -20,7 +20,7 @@ struct Declared {
     bool many = false;  // values may follow one another
     bool required = false;
     std::string standard;              // the value without it, empty when there is none to tell
-    std::string limits;                // what a value has to be, where the parser tells: "UINT in [1 - 100]"
+    std::string limits;                // what a value has to be, where the parser tells: "1 to 100"
     std::vector<std::string> choices;  // the only values, where there are such
     std::optional<Completes> completes;
 };
@@ -33,6 +33,7 @@ struct DeclaredCommand {
     std::vector<Declared> options;
     std::vector<Declared> arguments;
     std::vector<DeclaredCommand> commands;
+    bool needsCommand = false;  // does nothing without one of them
 
     // "uploads state"
     [[nodiscard]] std::string Name() const;

@@ -118,7 +118,8 @@ std::string Usage(const DeclaredCommand& command) {
     for (const Declared& argument : command.arguments) {
         usage += argument.required ? " " + ArgumentTerm(argument) : " [" + ArgumentTerm(argument) + "]";
     }
-    return usage + (command.commands.empty() ? "" : " COMMAND ...");
+    const char* below = command.needsCommand ? " COMMAND ..." : " [COMMAND ...]";
+    return usage + (command.commands.empty() ? "" : below);
 }
 
 // A comment that does not fit goes above its line.
