@@ -1,6 +1,7 @@
 #include "CancelEvents.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "ErrorText.h"
 
@@ -43,6 +44,14 @@ void CancelEvents::GiveBack(HANDLE event) {
     CloseHandle(event);
 }
 
+void CancelEvents::AlsoRun(std::function<void()> action) {
+    const std::lock_guard lock(m_lock);
+    m_action = std::move(action);
+    if (m_interrupted && m_action) {
+        m_action();
+    }
+}
+
 void CancelEvents::Watch() {
     const HANDLE events[] = {m_interrupt, m_end};
     if (WaitForMultipleObjects(2, events, FALSE, INFINITE) == WAIT_OBJECT_0) {
@@ -56,6 +65,9 @@ void CancelEvents::SetAll() {
     m_interrupted = true;
     for (const HANDLE event : m_taken) {
         SetEvent(event);
+    }
+    if (m_action) {
+        m_action();
     }
 }
 

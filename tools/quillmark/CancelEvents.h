@@ -4,6 +4,7 @@
 // Any thread takes and gives back.
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -29,6 +30,10 @@ public:
     // No operation uses it any more.
     void GiveBack(HANDLE event);
 
+    // Runs this as well when the program is interrupted, at once when it has been: for one operation that takes no
+    // event. Nothing (an empty function) takes it back; it does not run any more then.
+    void AlsoRun(std::function<void()> action);
+
 private:
     void Watch();
     void SetAll();
@@ -38,6 +43,7 @@ private:
     std::mutex m_lock;
     bool m_interrupted = false;
     std::vector<HANDLE> m_taken;
+    std::function<void()> m_action;
     std::thread m_watcher;  // the last member: it uses the others
 };
 

@@ -85,7 +85,8 @@ bool GlobalOptions::Interrupted() const {
     return WaitForSingleObject(interrupt, 0) == WAIT_OBJECT_0;
 }
 
-Client::Client(const GlobalOptions& options, const std::shared_ptr<WinHttpInterface>& winHttp) : m_options(options) {
+Client::Client(const GlobalOptions& options, const std::shared_ptr<EndableWinHttp>& winHttp)
+    : m_options(options), m_winHttp(winHttp) {
     if (options.sessionPath.empty()) {
         throw Failure("there is no home folder to keep the login in; name a file with --session", ExitCode::Usage);
     }
@@ -96,11 +97,11 @@ Client::Client(const GlobalOptions& options, const std::shared_ptr<WinHttpInterf
     if (!options.caPath.empty()) {
         TrustAuthorities(options.caPath);
     }
-    const auto services = std::make_shared<Services::ServicesCollection>();
-    services->winHttp = winHttp;
-    if (options.trace && winHttp == nullptr) {
-        services->winHttp = std::make_shared<TraceWinHttp>(PrintError);
+    if (m_winHttp == nullptr) {
+        m_winHttp = options.trace ? std::make_shared<TraceWinHttp>(PrintError) : std::make_shared<EndableWinHttp>();
     }
+    const auto services = std::make_shared<Services::ServicesCollection>();
+    services->winHttp = m_winHttp;
     ::Init(m_log, services);
     m_api.reset(::CreateInstance(WidenUtf8(DeviceName())));
     m_events = std::make_unique<CancelEvents>(options.interrupt);
@@ -141,6 +142,13 @@ void Client::Resume() {
     Discover();
     m_token = m_session.token;
     m_api->SetSessionToken(WidenUtf8(m_token));
+}
+
+DWORD Client::CallWithoutEvent(const std::function<DWORD()>& operation) {
+    m_events->AlsoRun([this] { m_winHttp->End(); });
+    const DWORD error = operation();
+    m_events->AlsoRun(nullptr);
+    return error;
 }
 
 DWORD Client::RunCall(const std::function<DWORD()>& operation) {
@@ -230,14 +238,24 @@ DWORD Client::KeepToken(StoredSession session) {
 }
 
 StoredSession RequireSession(const GlobalOptions& options) {
+    return RequireSessionIn(options.sessionPath);
+}
+
+StoredSession RequireSessionIn(const WideString& file) {
     StoredSession session;
-    const DWORD error = LoadSession(options.sessionPath, session);
+    const DWORD error = LoadSession(file, session);
     if (error == ERROR_FILE_NOT_FOUND) {
         throw Failure("nobody is logged in; use 'quillmark login'", ExitCode::NotLoggedIn);
     }
-    const std::string path = Printable(options.sessionPath);
+    const std::string path = Printable(file);
     if (error == ERROR_INVALID_DATA) {
         throw Failure("'" + path + "' is not a session that 'quillmark login' has kept", ExitCode::LocalFile);
+    }
+    if (error == ErrorNotPrivate) {
+        throw Failure("other users can read or change the session '" + path +
+                          "', so it is not used; log in again with 'quillmark login', or 'chmod 600' it if you know "
+                          "that nobody did",
+                      ExitCode::LocalFile);
     }
     Require(error, "cannot read the session '" + path + "'");
     return session;

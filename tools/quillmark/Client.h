@@ -40,6 +40,7 @@ struct GlobalOptions {
 class CallObserver;
 class Calls;
 class CancelEvents;
+class EndableWinHttp;
 
 // The library for the duration of one command. Only one may live at a time.
 //
@@ -49,7 +50,7 @@ class Client {
 public:
     // Opens the log, trusts the extra certificates and makes the client object; talks to nobody yet. winHttp: watches
     // the requests, in place of what --trace asks for; may be null. Throws Failure.
-    explicit Client(const GlobalOptions& options, const std::shared_ptr<WinHttpInterface>& winHttp = nullptr);
+    explicit Client(const GlobalOptions& options, const std::shared_ptr<EndableWinHttp>& winHttp = nullptr);
     ~Client();
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
@@ -80,6 +81,9 @@ public:
     [[nodiscard]] DWORD Run(const Operation& operation) {
         return RunCall([&operation] { return ErrorOf(operation()); });
     }
+    // One attempt of a call of the library that takes no cancel event: an interruption takes its request away from it,
+    // and lets the program make no other one. For commands with one thread.
+    [[nodiscard]] DWORD CallWithoutEvent(const std::function<DWORD()>& operation);
     [[nodiscard]] DWORD RunOnce(const std::function<DWORD()>& operation,
                                 const std::function<std::optional<DWORD>()>& settle);
     [[nodiscard]] DWORD RunUnlessLost(const std::function<DWORD()>& operation);
@@ -106,6 +110,7 @@ private:
 
     const GlobalOptions& m_options;
     std::uint64_t m_log = 0;
+    std::shared_ptr<EndableWinHttp> m_winHttp;
     std::string m_server;
     StoredSession m_session;
     ClientPointer m_api;
@@ -120,6 +125,7 @@ private:
 
 // The stored login. Throws Failure when there is none or when it cannot be read.
 [[nodiscard]] StoredSession RequireSession(const GlobalOptions& options);
+[[nodiscard]] StoredSession RequireSessionIn(const WideString& file);
 
 // Throws Failure when the error is not 0.
 void Require(DWORD error, const std::string& what);

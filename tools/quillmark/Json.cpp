@@ -100,6 +100,10 @@ JsonObject& JsonObject::AddNumber(const std::string& name, std::int64_t number) 
     return *this;
 }
 
+JsonObject& JsonObject::AddKnown(const std::string& name, const std::string& text) {
+    return text.empty() ? AddNull(name) : Add(name, text);
+}
+
 JsonObject& JsonObject::AddFlag(const std::string& name, bool flag) {
     AppendMember(m_members, name, flag ? "true" : "false");
     return *this;

@@ -16,6 +16,8 @@ public:
     JsonObject& Add(const std::string& name, const char* text);
     JsonObject& Add(const std::string& name, const WideString& text);
     JsonObject& AddNumber(const std::string& name, std::int64_t number);
+    // null for an empty text: it is not known, or does not apply.
+    JsonObject& AddKnown(const std::string& name, const std::string& text);
     JsonObject& AddFlag(const std::string& name, bool flag);
     JsonObject& AddNull(const std::string& name);
     JsonObject& AddTexts(const std::string& name, const std::vector<std::string>& texts);

@@ -6,19 +6,33 @@
 #include "account/Password.h"
 #include "account/Profiles.h"
 #include "commands/Commands.h"
+#include "help/HelpText.h"
+#include "help/UsageError.h"
 
 namespace {
 
 using namespace quillmark;       // NOLINT: this file is the program
 using namespace quillmark::cli;  // NOLINT
 
-constexpr CommandRegistration Commands[] = {
-    RegisterRegister,  RegisterLogin,      RegisterVersion, RegisterFolders, RegisterLs,      RegisterStat,
-    RegisterMkdir,     RegisterPut,        RegisterGet,     RegisterSync,    RegisterUploads, RegisterDeltaJobs,
-    RegisterMv,        RegisterRm,         RegisterTouch,   RegisterChanges, RegisterLock,    RegisterUnlock,
-    RegisterLockState, RegisterShare,      RegisterStats,   RegisterWipeAck, RegisterLogout,  RegisterWhoami,
-    RegisterProfiles,  RegisterDoctor,     RegisterTree,    RegisterDu,      RegisterFind,    RegisterCat,
-    RegisterWatch,     RegisterCompletion, RegisterManPage};
+// The commands under the headings that help and man page have them.
+struct CommandGroup {
+    const char* heading;
+    std::vector<CommandRegistration> commands;
+};
+
+std::vector<CommandGroup> CommandGroups() {
+    return {
+        {"Account",
+         {RegisterRegister, RegisterLogin, RegisterLogout, RegisterWhoami, RegisterProfiles, RegisterDoctor,
+          RegisterWipeAck}},
+        {"Browsing", {RegisterFolders, RegisterLs, RegisterStat, RegisterTree, RegisterFind, RegisterDu, RegisterCat}},
+        {"Changing",
+         {RegisterMkdir, RegisterMv, RegisterRm, RegisterTouch, RegisterLock, RegisterUnlock, RegisterLockState,
+          RegisterShare}},
+        {"Transferring", {RegisterPut, RegisterGet, RegisterSync, RegisterUploads, RegisterDeltaJobs}},
+        {"Watching", {RegisterChanges, RegisterWatch}},
+        {"Others", {RegisterVersion, RegisterStats, RegisterCompletion, RegisterHelp, RegisterManPage}}};
+}
 
 constexpr const char* Epilogue =
     "Examples:\n"
@@ -26,16 +40,7 @@ constexpr const char* Epilogue =
     "  quillmark ls -l /Shared\n"
     "  quillmark put report.pdf /Shared/\n"
     "  quillmark get /Shared/Photos photos\n"
-    "  quillmark put --resumable disk.img /Backups/         # the same again after an interruption: it goes on\n"
-    "  quillmark put --delta old.db new.db /Shared/data.db  # sends only what differs\n"
-    "  quillmark sync --delete photos /Shared/Photos        # shows what it will do, and asks before it deletes\n"
-    "  quillmark get --range 0-64K /Shared/video head       # the first 65536 bytes\n"
-    "  quillmark find /Shared --name '*.pdf'\n"
-    "  quillmark mv --force /Shared/draft /Shared/final\n"
-    "  quillmark changes --follow 10\n"
-    "  quillmark lock --seconds 600 /Shared/plan\n"
-    "  quillmark share /Shared/plan --to ben carla --message 'Please read'\n"
-    "\nExit codes: 0 done, 1 some items failed, 2 usage, 3 cannot connect, 4 not logged in or refused, 5 not found,\n"
+    "\nExit codes: 0 done, 1 some items failed, 2 usage, 3 cannot connect, 4 not logged in or refused, 5 not found, "
     "6 conflict, 7 cancelled, 8 local file error, 9 invalid reply.";
 
 struct GlobalTexts {
@@ -100,6 +105,16 @@ void AddGlobalOptions(CLI::App& program, GlobalOptions& options, GlobalTexts& te
     program.fallthrough();                       // these options may also stand after the command
 }
 
+void AddCommands(CLI::App& program, const GlobalOptions& options, Action& action) {
+    UseHelpTexts(program);
+    for (const CommandGroup& group : CommandGroups()) {
+        for (const CommandRegistration registration : group.commands) {
+            program.group(group.heading);  // each new command takes it over
+            registration(program, options, action);
+        }
+    }
+}
+
 void ChooseSession(GlobalOptions& options, const GlobalTexts& texts) {
     if (!texts.session.empty()) {
         options.sessionPath = options.Path(texts.session);
@@ -118,7 +133,7 @@ ExitCode Run(const Action& action, GlobalOptions& options, const GlobalTexts& te
     try {
         ChooseSession(options, texts);
         if (options.passwordFile == "-") {
-            options.inputPassword = ReadPasswordLine();
+            options.inputPassword = ReadPasswordLine(options.interrupt);
         }
         const ExitCode result = action();
         FinishOutput();
@@ -137,6 +152,16 @@ ExitCode Run(const Action& action, GlobalOptions& options, const GlobalTexts& te
     }
 }
 
+// Help and version go to standard output, anything else is a mistake.
+int EndParsing(const CLI::App& program, const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) {
+        return program.exit(error);
+    }
+    const std::string text = UsageError(program, error);
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    return static_cast<int>(ExitCode::Usage);
+}
+
 }  // namespace
 
 int main(int count, char** values) {
@@ -145,9 +170,7 @@ int main(int count, char** values) {
     GlobalTexts texts;
     Action action;
     AddGlobalOptions(program, options, texts);
-    for (const CommandRegistration registration : Commands) {
-        registration(program, options, action);
-    }
+    AddCommands(program, options, action);
     program.footer(Epilogue);  // now, so that the commands' own help does not repeat it
     PrepareOutput();
     std::vector<std::string> backwards;  // as the parser takes them
@@ -158,7 +181,7 @@ int main(int count, char** values) {
     try {
         program.parse(std::move(backwards));
     } catch (const CLI::ParseError& error) {
-        return program.exit(error) == 0 ? 0 : static_cast<int>(ExitCode::Usage);
+        return EndParsing(program, error);
     }
     options.caPath = texts.ca.empty() ? WideString() : options.Path(texts.ca);
     options.interrupt = InterruptEvent();

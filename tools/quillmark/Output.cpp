@@ -43,6 +43,12 @@ void PrintResult(const GlobalOptions& options, const std::string& line, const Js
     Print(options.json ? object.Text() : line);
 }
 
+void PrintForPrograms(const GlobalOptions& options, const JsonObject& object) {
+    if (options.json) {
+        Print(object.Text());
+    }
+}
+
 void PrintBytes(const void* bytes, std::size_t count) {
     RequireOutput(std::fwrite(bytes, 1, count, stdout) == count);
 }

@@ -18,6 +18,9 @@ class JsonObject;
 // A result of a command: the line, or with --json the object. Throws like Print.
 void PrintResult(const GlobalOptions& options, const std::string& line, const JsonObject& object);
 
+// The object alone, only with --json: for commands that are silent to a person.
+void PrintForPrograms(const GlobalOptions& options, const JsonObject& object);
+
 // Throws OutputClosed, or Failure when standard output cannot be written for another reason.
 void Print(const std::string& line);
 // Bytes as they are, without a line's end; throws like Print.

@@ -48,8 +48,12 @@ DWORD LoadSession(const WideString& path, StoredSession& session) {
     if (const DWORD error = ReadLocalFile(path, 64 * 1024, text); error != ERROR_SUCCESS) {
         return error == ERROR_PATH_NOT_FOUND ? ERROR_FILE_NOT_FOUND : error;
     }
-    if (text.compare(0, std::char_traits<char>::length(FirstLine), FirstLine) != 0) {
+    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());  // an editor's
+    if (!text.starts_with(std::string(FirstLine) + "\n") || !text.ends_with('\n')) {
         return ERROR_INVALID_DATA;
+    }
+    if (!IsOwnersAlone(path)) {
+        return ErrorNotPrivate;
     }
     for (const auto& [name, member] : Lines()) {
         const std::string key = std::string("\n") + name + " ";
@@ -59,7 +63,7 @@ DWORD LoadSession(const WideString& path, StoredSession& session) {
             session.*member = text.substr(value, text.find('\n', value) - value);
         }
     }
-    return session.server.empty() ? ERROR_INVALID_DATA : ERROR_SUCCESS;
+    return session.server.empty() || session.token.empty() ? ERROR_INVALID_DATA : ERROR_SUCCESS;
 }
 
 DWORD SaveSession(const WideString& path, const StoredSession& session) {
@@ -74,7 +78,7 @@ DWORD SaveSession(const WideString& path, const StoredSession& session) {
         }
     }
     MakeFolderOf(path);
-    return WritePrivateFile(path, text + "\n");
+    return WritePrivateFile(path, text + "\n", OwnNewEnding());
 }
 
 }  // namespace quillmark::cli

@@ -18,10 +18,14 @@ struct StoredSession {
     std::string since;        // when the token was given: "2026-01-02T03:04:05.678Z"
 };
 
+// Others than its owner can read or change the file: what it says may be somebody else's word.
+inline constexpr DWORD ErrorNotPrivate = 1314;  // ERROR_PRIVILEGE_NOT_HELD
+
 // Where the file is when no other place is named; empty for a user without a home.
 [[nodiscard]] WideString DefaultSessionPath();
 
-// 0, ERROR_FILE_NOT_FOUND when nobody logged in, ERROR_INVALID_DATA when the file is not one of ours.
+// 0, ERROR_FILE_NOT_FOUND when nobody logged in, ERROR_INVALID_DATA when the file is not one of ours or not whole,
+// ErrorNotPrivate.
 [[nodiscard]] DWORD LoadSession(const WideString& path, StoredSession& session);
 
 // Makes the folder when it is missing. 0 or an error code.

@@ -44,8 +44,11 @@ void PrepareOutput();
 // password; empty when there is none.
 [[nodiscard]] std::string ProxyText(const std::string& server);
 
-// Asks for a secret on the terminal without echoing it. False when there is no terminal.
-[[nodiscard]] bool AskSecret(const std::string& prompt, std::string& secret);
+// What came of a question: an answer, none (an empty line, or the end of the input), an interruption.
+enum class Answer { Given, None, Interrupted, NoTerminal };
+
+// Asks for a secret on the terminal without echoing it. The echo is on again when this returns.
+[[nodiscard]] Answer AskSecret(const std::string& prompt, HANDLE interrupt, std::string& secret);
 
 // The manual-reset event that the first Ctrl-C (or a request to terminate) sets. Call it once, before any thread is
 // started. A second Ctrl-C ends the program at once, with exit code 7.
@@ -54,6 +57,10 @@ void PrepareOutput();
 // Whether the path is a file with contents of its own, links followed: no pipe, socket or device, which reading would
 // wait for. False when nothing is there.
 [[nodiscard]] bool IsPlainFile(const WideString& path);
+
+// Whether nobody but the owner can read or change the file; links are followed. True where nothing is there, and where
+// files take such rights from their folder.
+[[nodiscard]] bool IsOwnersAlone(const WideString& path);
 
 // Has the parts of a file that nothing was written to take no room, where the system does not do so by itself. 0 or an
 // error code.
@@ -65,10 +72,15 @@ void PrepareOutput();
 // Makes a folder that only its owner can look into; the folder above it is there. 0 also when it is there already.
 [[nodiscard]] DWORD MakePrivateFolder(const WideString& path);
 
-// Writes a file that only its owner can read, whole or not at all. 0 or an error code. A program that is killed
-// meanwhile may leave a file with the same name and this ending.
-inline constexpr const WideChar* PrivateTemporaryEnding = QM_W(".new");
-[[nodiscard]] DWORD WritePrivateFile(const WideString& path, const std::string& content);
+// Writes a file that only its owner can read, whole or not at all; where a link stands it is the file behind it that is
+// written. 0 or an error code. ending: of the temporary name, behind the file's own; a program that is killed meanwhile
+// may leave that one, and the next that uses it takes its place.
+inline constexpr const WideChar* NewEnding = QM_W(".new");
+[[nodiscard]] DWORD WritePrivateFile(const WideString& path, const std::string& content,
+                                     const WideString& ending = NewEnding);
+
+// An ending that nobody else uses at the time, for a file that several programs may write at once: the last one stays.
+[[nodiscard]] WideString OwnNewEnding();
 
 // Trusts the certificates of this PEM file, beside the system's and the user's, for the rest of the process. 0 or an
 // error code; ERROR_INVALID_DATA when the file holds none. ERROR_NOT_SUPPORTED where trust is the system's own business

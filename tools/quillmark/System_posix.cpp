@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -16,6 +17,7 @@
 #include <utility>
 
 #include "ErrorText.h"
+#include "Input.h"
 #include "Paths.h"
 #include "quillmark/platform/TrustedRoots.h"
 
@@ -180,22 +182,26 @@ std::string ProxyText(const std::string& server) {
     return IsExempt(FirstSet({"no_proxy", "NO_PROXY"}), HostOf(server)) ? std::string() : WithoutCredentials(proxy);
 }
 
-bool AskSecret(const std::string& prompt, std::string& secret) {
-    const Descriptor terminal(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
-    if (terminal.Get() < 0) {
-        return false;
+Answer AskSecret(const std::string& prompt, HANDLE interrupt, std::string& secret) {
+    const auto terminal = std::make_shared<Descriptor>(::open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (terminal->Get() < 0) {
+        return Answer::NoTerminal;
     }
     // Silent before the question is seen: an answer that comes at once is neither shown nor lost.
-    const SilentTerminal silent(terminal.Get());
-    if (!WriteAll(terminal.Get(), prompt)) {
-        return false;
+    const SilentTerminal silent(terminal->Get());
+    if (!WriteAll(terminal->Get(), prompt)) {
+        return Answer::NoTerminal;
     }
-    secret.clear();
-    char unit = 0;
-    while (::read(terminal.Get(), &unit, 1) == 1 && unit != '\n') {
-        secret.push_back(unit);
-    }
-    return WriteAll(terminal.Get(), "\n");
+    const std::optional<std::string> line = ReadUnlessInterrupted(interrupt, [terminal](std::string& text) {
+        char unit = 0;
+        while (::read(terminal->Get(), &unit, 1) == 1 && unit != '\n') {
+            text.push_back(unit);
+        }
+        return true;
+    });
+    WriteAll(terminal->Get(), "\n");
+    secret = line.value_or("");
+    return !line ? Answer::Interrupted : secret.empty() ? Answer::None : Answer::Given;
 }
 
 HANDLE InterruptEvent() {
@@ -219,6 +225,13 @@ bool IsPlainFile(const WideString& path) {
     std::string name;
     struct stat status {};
     return platform::PathToBytes(path, name) && ::stat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+bool IsOwnersAlone(const WideString& path) {
+    std::string name;
+    struct stat status {};
+    return !platform::PathToBytes(path, name) || ::stat(name.c_str(), &status) != 0 ||
+           (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
 }
 
 DWORD MakeSparse(const WideString& /*path*/) {
@@ -245,23 +258,35 @@ DWORD MakePrivateFolder(const WideString& path) {
     return errno == ENOENT ? ERROR_PATH_NOT_FOUND : ERROR_ACCESS_DENIED;
 }
 
-DWORD WritePrivateFile(const WideString& path, const std::string& content) {
+WideString OwnNewEnding() {
+    static std::atomic<unsigned> count = 0;
+    return WidenUtf8(".new-" + std::to_string(::getpid()) + "-" + std::to_string(++count));
+}
+
+DWORD WritePrivateFile(const WideString& path, const std::string& content, const WideString& ending) {
     std::string target;
     std::string temporary;
-    if (!platform::PathToBytes(path, target) || !platform::PathToBytes(path + PrivateTemporaryEnding, temporary)) {
+    const WideString behind = AbsolutePath(path);
+    const WideString& wanted = behind.empty() ? path : behind;
+    if (!platform::PathToBytes(wanted, target) || !platform::PathToBytes(wanted + ending, temporary)) {
         return ERROR_INVALID_NAME;
     }
-    {
-        const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-        if (file.Get() < 0) {
-            return errno == ENOENT ? ERROR_PATH_NOT_FOUND : ERROR_ACCESS_DENIED;
-        }
-        if (::fchmod(file.Get(), 0600) != 0 || !WriteAll(file.Get(), content) || ::fsync(file.Get()) != 0) {
-            ::unlink(temporary.c_str());
-            return ERROR_WRITE_FAULT;
-        }
+    // Made anew, so that it is for its owner only from the beginning, and no link that somebody has put there.
+    ::unlink(temporary.c_str());
+    const Descriptor file(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+    if (file.Get() < 0) {
+        return errno == ENOENT ? ERROR_PATH_NOT_FOUND : errno == ENOSPC ? ERROR_DISK_FULL : ERROR_ACCESS_DENIED;
     }
-    return std::rename(temporary.c_str(), target.c_str()) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+    DWORD error = ERROR_SUCCESS;
+    if (!WriteAll(file.Get(), content) || ::fsync(file.Get()) != 0) {
+        error = errno == ENOSPC ? ERROR_DISK_FULL : ERROR_WRITE_FAULT;
+    } else if (std::rename(temporary.c_str(), target.c_str()) != 0) {
+        error = ERROR_ACCESS_DENIED;
+    }
+    if (error != ERROR_SUCCESS) {
+        ::unlink(temporary.c_str());
+    }
+    return error;
 }
 
 DWORD TrustCertificates(const WideString& path) {

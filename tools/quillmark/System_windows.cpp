@@ -6,6 +6,7 @@
 #include <winioctl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -208,20 +209,20 @@ std::string ProxyText(const std::string&) {
     return text;
 }
 
-bool AskSecret(const std::string& prompt, std::string& secret) {
+Answer AskSecret(const std::string& prompt, HANDLE interrupt, std::string& secret) {
     const Handle input(::CreateFileW(L"CONIN$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                      nullptr, OPEN_EXISTING, 0, nullptr));
     const Handle output(::CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                       nullptr, OPEN_EXISTING, 0, nullptr));
     if (!input.IsOpen() || !output.IsOpen()) {
-        return false;
+        return Answer::NoTerminal;
     }
     // Silent before the question is seen: an answer that comes at once is not shown.
     const SilentConsole silent(input.Get());
     const WideString question = WidenUtf8(prompt);
     if (!silent.IsConsole() || ::WriteConsoleW(output.Get(), question.c_str(), static_cast<DWORD>(question.size()),
                                                nullptr, nullptr) == FALSE) {
-        return false;
+        return Answer::NoTerminal;
     }
     std::wstring answer;
     WCHAR unit = 0;
@@ -231,8 +232,14 @@ bool AskSecret(const std::string& prompt, std::string& secret) {
             answer.push_back(unit);
         }
     }
+    ::WriteConsoleW(output.Get(), L"\r\n", 2, nullptr, nullptr);
     secret = NarrowUtf8(answer);
-    return ::WriteConsoleW(output.Get(), L"\r\n", 2, nullptr, nullptr) != FALSE;
+    if (got == 0) {
+        // Ctrl-C ends the read by itself; whoever hears it may be a moment later than this.
+        constexpr DWORD Moment = 200;
+        return ::WaitForSingleObject(interrupt, Moment) == WAIT_OBJECT_0 ? Answer::Interrupted : Answer::None;
+    }
+    return secret.empty() ? Answer::None : Answer::Given;
 }
 
 HANDLE InterruptEvent() {
@@ -252,6 +259,10 @@ bool IsPlainFile(const WideString& path) {
 }
 
 // A file system that knows no sparse files fills the gap, which costs time and room only.
+bool IsOwnersAlone(const WideString& /*path*/) {
+    return true;  // WritePrivateFile gives the rights, and the user's data folder has them as well
+}
+
 DWORD MakeSparse(const WideString& path) {
     const Handle file(::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -293,12 +304,17 @@ DWORD MakePrivateFolder(const WideString& path) {
     return error == ERROR_ALREADY_EXISTS ? ERROR_SUCCESS : error;
 }
 
-DWORD WritePrivateFile(const WideString& path, const std::string& content) {
+WideString OwnNewEnding() {
+    static std::atomic<unsigned> count = 0;
+    return WidenUtf8(".new-" + std::to_string(::GetCurrentProcessId()) + "-" + std::to_string(++count));
+}
+
+DWORD WritePrivateFile(const WideString& path, const std::string& content, const WideString& ending) {
     OwnerOnly rights;
     if (rights.Get() == nullptr) {
         return rights.Error();
     }
-    const WideString temporary = path + PrivateTemporaryEnding;
+    const WideString temporary = path + ending;
     // A file that an earlier attempt left there keeps its rights when it is opened: made anew it gets these.
     ::DeleteFileW(temporary.c_str());
     {

@@ -113,7 +113,7 @@ TraceWinHttp::TraceWinHttp(Show show) : m_show(std::move(show)) {}
 HINTERNET TraceWinHttp::WinHttpOpenRequest(HINTERNET connection, LPCWSTR verb, LPCWSTR objectName, LPCWSTR version,
                                            LPCWSTR referrer, LPCWSTR* acceptTypes, DWORD flags) {
     HINTERNET request =
-        WinHttpInterface::WinHttpOpenRequest(connection, verb, objectName, version, referrer, acceptTypes, flags);
+        EndableWinHttp::WinHttpOpenRequest(connection, verb, objectName, version, referrer, acceptTypes, flags);
     if (request != nullptr) {
         const std::lock_guard lock(m_lock);
         Exchange exchange;
@@ -128,7 +128,7 @@ HINTERNET TraceWinHttp::WinHttpOpenRequest(HINTERNET connection, LPCWSTR verb, L
 BOOL TraceWinHttp::WinHttpAddRequestHeaders(HINTERNET request, LPCWSTR headers, DWORD length, DWORD modifiers) {
     const bool counted = length != static_cast<DWORD>(-1);
     LearnToken(NarrowUtf8(counted ? WideString(headers).Substring(0, length) : WideString(headers)));
-    return NoteFailure(request, WinHttpInterface::WinHttpAddRequestHeaders(request, headers, length, modifiers));
+    return NoteFailure(request, EndableWinHttp::WinHttpAddRequestHeaders(request, headers, length, modifiers));
 }
 
 BOOL TraceWinHttp::WinHttpSendRequest(HINTERNET request, LPCWSTR headers, DWORD headersLength, LPVOID optional,
@@ -138,12 +138,12 @@ BOOL TraceWinHttp::WinHttpSendRequest(HINTERNET request, LPCWSTR headers, DWORD 
         exchange.sent = true;
         exchange.up += optionalLength;
     });
-    return NoteFailure(request, WinHttpInterface::WinHttpSendRequest(request, headers, headersLength, optional,
-                                                                     optionalLength, totalLength, context));
+    return NoteFailure(request, EndableWinHttp::WinHttpSendRequest(request, headers, headersLength, optional,
+                                                                   optionalLength, totalLength, context));
 }
 
 BOOL TraceWinHttp::WinHttpWriteData(HINTERNET request, LPCVOID buffer, DWORD bytesToWrite, LPDWORD bytesWritten) {
-    const BOOL result = WinHttpInterface::WinHttpWriteData(request, buffer, bytesToWrite, bytesWritten);
+    const BOOL result = EndableWinHttp::WinHttpWriteData(request, buffer, bytesToWrite, bytesWritten);
     if (result != FALSE) {
         Note(request, [&](Exchange& exchange) { exchange.up += bytesToWrite; });
     }
@@ -151,7 +151,7 @@ BOOL TraceWinHttp::WinHttpWriteData(HINTERNET request, LPCVOID buffer, DWORD byt
 }
 
 BOOL TraceWinHttp::WinHttpReceiveResponse(HINTERNET request, LPVOID reserved) {
-    const BOOL result = WinHttpInterface::WinHttpReceiveResponse(request, reserved);
+    const BOOL result = EndableWinHttp::WinHttpReceiveResponse(request, reserved);
     if (result != FALSE) {
         Note(request, [&](Exchange& exchange) { exchange.status = StatusOf(request).value_or(0); });
     }
@@ -159,11 +159,11 @@ BOOL TraceWinHttp::WinHttpReceiveResponse(HINTERNET request, LPVOID reserved) {
 }
 
 BOOL TraceWinHttp::WinHttpQueryDataAvailable(HINTERNET request, LPDWORD bytesAvailable) {
-    return NoteFailure(request, WinHttpInterface::WinHttpQueryDataAvailable(request, bytesAvailable));
+    return NoteFailure(request, EndableWinHttp::WinHttpQueryDataAvailable(request, bytesAvailable));
 }
 
 BOOL TraceWinHttp::WinHttpReadData(HINTERNET request, LPVOID buffer, DWORD bytesToRead, LPDWORD bytesRead) {
-    const BOOL result = WinHttpInterface::WinHttpReadData(request, buffer, bytesToRead, bytesRead);
+    const BOOL result = EndableWinHttp::WinHttpReadData(request, buffer, bytesToRead, bytesRead);
     if (result != FALSE && bytesRead != nullptr) {
         Note(request, [&](Exchange& exchange) { exchange.down += *bytesRead; });
     }
@@ -193,7 +193,7 @@ BOOL TraceWinHttp::WinHttpCloseHandle(HINTERNET handle) {
     if (!line.empty()) {
         m_show(line);
     }
-    return WinHttpInterface::WinHttpCloseHandle(handle);
+    return EndableWinHttp::WinHttpCloseHandle(handle);
 }
 
 void TraceWinHttp::Note(HINTERNET request, const std::function<void(Exchange&)>& change) {

@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "quillmark/Services.h"
+#include "EndableWinHttp.h"
 
 namespace quillmark::cli {
 
@@ -26,7 +26,7 @@ namespace quillmark::cli {
 [[nodiscard]] std::string PathForTrace(const std::string& path, const std::vector<std::string>& tokens);
 
 // Forwards everything to the platform and watches. Any thread.
-class TraceWinHttp : public WinHttpInterface {
+class TraceWinHttp : public EndableWinHttp {
 public:
     using Show = std::function<void(const std::string& line)>;
     explicit TraceWinHttp(Show show);

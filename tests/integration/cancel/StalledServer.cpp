@@ -22,6 +22,10 @@ std::string Between(const std::string& text, const std::string& before, const st
     return text.substr(from, text.find(after, from) - from);
 }
 
+bool IsDiscovery(const std::string& head) {
+    return head.starts_with("GET /endpoints ") || head.starts_with("GET /api/1.7/init ");
+}
+
 void ReadBody(test::Peer& peer, const std::string& head) {
     const std::string boundary = Between(head, "boundary=\"", "\"");
     if (!boundary.empty()) {
@@ -91,7 +95,8 @@ int StalledServer::Matches() {
 
 bool StalledServer::Take(const std::string& head) {
     const std::lock_guard lock(m_lock);
-    return head.starts_with(m_stall.request) && ++m_matches <= m_stall.count;
+    const bool meant = m_stall.request.empty() ? !IsDiscovery(head) : head.starts_with(m_stall.request);
+    return meant && ++m_matches <= m_stall.count;
 }
 
 bool StalledServer::HoldUp(test::Peer& peer, const std::string& head) {

@@ -12,7 +12,8 @@ namespace quillmark::testing {
 
 // Where the client is held up.
 struct Stall {
-    std::string request;       // how the request's first line begins: "GET /api/1.7/folders/"
+    std::string request =
+        "";  // how the request's first line begins: "GET /api/1.7/folders/"; empty: any but discovery's
     bool readsRequest = true;  // false: it takes the head and leaves the body in the socket
     std::string reply = "";    // what it still answers
     int count = 1;             // how many requests that begin like this are held up

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "integration/cancel/CancelledOperation.h"
+#include "integration/cancel/Connecting.h"
 #include "integration/cancel/StalledServer.h"
 #include "integration/support/TempFolder.h"
 
@@ -123,25 +124,6 @@ TEST_F(CancelTest, EndsADownloadInTheMiddleOfTheFile) {
         {.request = std::string("GET ") + ItemPath, .reply = BeginningOfReply(1u << 30, std::string(3'000'000, 'x'))});
     CancelWhile("reading a download", [this](HANDLE event) { return Download(event); });
     EXPECT_EQ("content", ReadFileAt(m_folder / "down")) << "what the cancelled download wrote is gone";
-}
-
-// How many sockets are trying to connect to the port.
-int Connecting(std::uint16_t port) {
-    constexpr const char* SynSent = "02";
-    std::ifstream table("/proc/self/net/tcp");
-    char wanted[16];
-    std::snprintf(wanted, sizeof(wanted), ":%04X", static_cast<unsigned>(port));
-    int count = 0;
-    for (std::string line; std::getline(table, line);) {
-        std::istringstream fields(line);
-        std::string number;
-        std::string local;
-        std::string remote;
-        std::string state;
-        fields >> number >> local >> remote >> state;
-        count += remote.ends_with(wanted) && state == SynSent ? 1 : 0;
-    }
-    return count;
 }
 
 TEST_F(CancelTest, EndsAConnectionThatNobodyTakes) {

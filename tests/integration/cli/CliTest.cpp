@@ -94,6 +94,7 @@ std::string CliTest::Write(const std::string& name, const std::string& content) 
     const std::filesystem::path path = Local(name);
     std::filesystem::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << content;
+    std::filesystem::permissions(path, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     return path.string();
 }
 

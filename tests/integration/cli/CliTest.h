@@ -42,7 +42,7 @@ protected:
     // Expects this exit code, and the text in what it says on standard error.
     void ExpectFailure(int exitCode, const std::string& text, const Arguments& arguments) const;
 
-    // Writes a local file, folders above it included, and gives back its path.
+    // Writes a local file for its owner only, folders above it included, and gives back its path.
     std::string Write(const std::string& name, const std::string& content) const;
     [[nodiscard]] static std::string Read(const std::string& path);
     [[nodiscard]] std::string SessionFile() const { return m_folder / "home/session"; }

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "integration/cli/CliTest.h"
+#include "integration/cli/HelpLines.h"
 
 namespace quillmark::testing {
 namespace {
@@ -26,14 +27,16 @@ protected:
         EXPECT_EQ("", result.errors);
         return result;
     }
-    // What bash offers for the last of the words, one per line, sorted.
-    std::string InBash(const Arguments& words) {
+    // What bash offers at the end of the line, one per line, sorted.
+    std::string InBash(const std::string& line) {
+        // Breaks the line into words as bash does: at blanks, and around an equals sign.
         constexpr const char* Program =
-            ". \"$0\"; COMP_WORDS=(quillmark \"$@\"); COMP_CWORD=$#; _quillmark; "
+            ". \"$0\"; COMP_LINE=\"quillmark $1\"; COMP_POINT=${#COMP_LINE}; line=${1//=/ = }; "
+            "COMP_WORDS=(quillmark); [[ $line =~ ^(.*[ ])?(.*)$ ]]; "
+            "for word in ${BASH_REMATCH[1]}; do COMP_WORDS+=(\"$word\"); done; COMP_WORDS+=(\"${BASH_REMATCH[2]}\"); "
+            "COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _quillmark; "
             "[ ${#COMPREPLY[@]} -eq 0 ] || printf '%s\\n' \"${COMPREPLY[@]}\" | LC_ALL=C sort";
-        Arguments command = {"bash", "--norc", "-c", Program, Script("bash")};
-        command.insert(command.end(), words.begin(), words.end());
-        return Run(command).output;
+        return Run({"bash", "--norc", "-c", Program, Script("bash"), line}).output;
     }
     // What fish offers for the line, without the explanations, sorted.
     std::string InFish(const std::string& line) {
@@ -55,21 +58,21 @@ TEST_F(CompletionTest, ScriptsAreCorrectForTheirShells) {
 }
 
 TEST_F(CompletionTest, BashOffersCommands) {
-    EXPECT_EQ("lock\nlock-state\nlogin\nlogout\nls\n", InBash({"l"}));
-    EXPECT_EQ("cancel\n", InBash({"uploads", "c"}).substr(0, 7));
-    EXPECT_EQ("", InBash({"man"})) << "hidden";
+    EXPECT_EQ("lock\nlock-state\nlogin\nlogout\nls\n", InBash("l"));
+    EXPECT_EQ("cancel\n", InBash("uploads c").substr(0, 7));
+    EXPECT_EQ("", InBash("man")) << "hidden";
 }
 
 TEST_F(CompletionTest, BashOffersOptionsOfTheCommandAndOfAll) {
-    EXPECT_EQ("--recursive\n--retries\n--reverse\n", InBash({"ls", "--re"}));
-    EXPECT_NE(std::string::npos, InBash({"ls", "--"}).find("--session\n"));
-    EXPECT_NE(std::string::npos, InBash({"-"}).find("--version\n"));
-    EXPECT_EQ(std::string::npos, InBash({"stat", "--"}).find("--sort\n"));
+    EXPECT_EQ("--recursive\n--retries\n--reverse\n", InBash("ls --re"));
+    EXPECT_NE(std::string::npos, InBash("ls --").find("--session\n"));
+    EXPECT_NE(std::string::npos, InBash("-").find("--version\n"));
+    EXPECT_EQ(std::string::npos, InBash("stat --").find("--sort\n"));
 }
 
 TEST_F(CompletionTest, BashOffersChoices) {
-    EXPECT_EQ("name\nnone\nsize\ntime\n", InBash({"ls", "--sort", ""}));
-    EXPECT_EQ("name\nnone\n", InBash({"ls", "--sort", "=", "n"})) << "as bash splits --sort=n";
+    EXPECT_EQ("name\nnone\nsize\ntime\n", InBash("ls --sort "));
+    EXPECT_EQ("name\nnone\n", InBash("ls --sort=n")) << "what follows the sign";
 }
 
 TEST_F(CompletionTest, OffersProfilesWhereOneIsMeant) {
@@ -79,36 +82,31 @@ TEST_F(CompletionTest, OffersProfilesWhereOneIsMeant) {
                                  Server().HttpUrl(),       "--user",    "anna"};
         ASSERT_EQ(0, Process::Run(login, HomeEnvironment()).exitCode);
     }
-    EXPECT_EQ("word\nwork\n", InBash({"--profile", "wo"}));
+    EXPECT_EQ("word\nwork\n", InBash("--profile wo"));
     EXPECT_EQ("word\nwork\n", InFish("quillmark --profile wo"));
 }
 
 TEST_F(CompletionTest, BashOffersLocalFilesWhereOneIsMeant) {
     Write("here/report.pdf", "x");
     const std::string start = Local("here/re");
-    EXPECT_EQ(start + "port.pdf\n", InBash({"put", start}));
-    EXPECT_EQ(start + "port.pdf\n", InBash({"--log", start}));
-    EXPECT_EQ(start + "port.pdf\n", InBash({"put", "--delta", start}));
+    EXPECT_EQ(start + "port.pdf\n", InBash("put " + start));
+    EXPECT_EQ(start + "port.pdf\n", InBash("--log " + start));
+    EXPECT_EQ(start + "port.pdf\n", InBash("put --delta " + start));
 }
 
 TEST_F(CompletionTest, BashOffersServerPathsWhereOneIsMeant) {
     StartWithItems();
-    const Arguments login = {"--session", SessionFile()};
-    const auto with = [&](Arguments words) {
-        words.insert(words.begin(), login.begin(), login.end());
-        return InBash(words);
-    };
-    EXPECT_EQ("/Shared/\n", with({"ls", "/"}));
-    EXPECT_EQ("Shared/\n", with({"ls", "S"})) << "the leading slash may be left out";
-    EXPECT_EQ("/Shared/Pencil\n/Shared/Photos/\n", with({"ls", "/Shared/P"}));
-    EXPECT_EQ("/Shared/My Plans/\n", with({"ls", "/Shared/My\\ "}));
-    EXPECT_EQ("/Shared/Pencil\n", with({"put", "local", "/Shared/Pe"})) << "the second argument";
-    EXPECT_EQ("/Shared/Pencil\n", with({"get", "--range", "0-1", "/Shared/Pe"})) << "a value is no argument";
-    EXPECT_EQ("/Shared/Pencil\n", with({"rm", "/a", "/b", "/Shared/Pe"})) << "as many as there are";
+    const auto with = [&](const std::string& line) { return InBash("--session " + SessionFile() + " " + line); };
+    EXPECT_EQ("/Shared/\n", with("ls /"));
+    EXPECT_EQ("Shared/\n", with("ls S")) << "the leading slash may be left out";
+    EXPECT_EQ("/Shared/Pencil\n/Shared/Photos/\n", with("ls /Shared/P"));
+    EXPECT_EQ("/Shared/Pencil\n", with("put local /Shared/Pe")) << "the second argument";
+    EXPECT_EQ("/Shared/Pencil\n", with("get --range 0-1 /Shared/Pe")) << "a value is no argument";
+    EXPECT_EQ("/Shared/Pencil\n", with("rm /a /b /Shared/Pe")) << "as many as there are";
 }
 
 TEST_F(CompletionTest, BashStaysQuietWithoutALogin) {
-    EXPECT_EQ("", InBash({"--session", Local("none"), "ls", "/"}));
+    EXPECT_EQ("", InBash("--session " + Local("none") + " ls /"));
 }
 
 TEST_F(CompletionTest, FishOffersCommandsOptionsAndChoices) {
@@ -125,13 +123,13 @@ TEST_F(CompletionTest, FishOffersServerPathsWhereOneIsMeant) {
     EXPECT_EQ("/Shared/Pencil\n", InFish(start + " put local /Shared/Pe"));
 }
 
-// Names of options as a help text lists them, "--sort" out of "  --sort TEXT:{name,size}".
+// Names of options as a help text lists them: "--sort" out of "      --sort TEXT  By what".
 std::vector<std::string> OptionsIn(const std::string& help) {
     std::vector<std::string> options;
     std::istringstream lines(help.substr(0, help.find("\nExamples:")));
     for (std::string line; std::getline(lines, line);) {
         std::smatch match;
-        if (std::regex_search(line, match, std::regex("^  ((-[A-Za-z]|--[a-z-]+)(,(--[a-z-]+))?)( |$)"))) {
+        if (std::regex_search(line, match, std::regex("^ {2,6}((-[A-Za-z]|--[a-z-]+)(, (--[a-z-]+))?)( |$)"))) {
             for (const int group : {2, 4}) {
                 if (match[group].matched && match[group] != "-h" && match[group] != "--help") {
                     options.push_back(match[group]);
@@ -140,22 +138,6 @@ std::vector<std::string> OptionsIn(const std::string& help) {
         }
     }
     return options;
-}
-
-// Commands as a help text lists them.
-std::vector<std::string> CommandsIn(const std::string& help) {
-    std::vector<std::string> commands;
-    const std::size_t start = help.find("\nSubcommands:\n");
-    if (start == std::string::npos) {
-        return commands;
-    }
-    std::istringstream lines(help.substr(start + 14));
-    for (std::string line; std::getline(lines, line) && line.starts_with("  ");) {
-        if (line[2] != ' ') {
-            commands.push_back(line.substr(2, line.find(' ', 2) - 2));
-        }
-    }
-    return commands;
 }
 
 class ManPageTest : public CompletionTest {

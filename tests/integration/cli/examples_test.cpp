@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "integration/cli/CliTest.h"
+#include "integration/cli/HelpLines.h"
 
 namespace quillmark::testing {
 namespace {
@@ -33,15 +34,6 @@ protected:
         }
         return found;
     }
-    static std::vector<std::string> Names(const std::string& help) {
-        std::vector<std::string> names;
-        for (const std::string& line : LinesBelow(help, "Subcommands:", 2)) {
-            if (line.front() != ' ') {
-                names.push_back(line.substr(0, line.find(' ')));
-            }
-        }
-        return names;
-    }
     // Of the command and of those below it.
     void CollectFrom(const Arguments& path) {
         Arguments arguments = path;
@@ -51,7 +43,7 @@ protected:
         for (const std::string& word : path) {
             name += (name.empty() ? "" : "-") + word;
         }
-        const std::vector<std::string> commands = Names(help);
+        const std::vector<std::string> commands = CommandsIn(help);
         Block block{path.empty() ? "help" : name, LinesBelow(help, "Examples:", 2)};
         EXPECT_TRUE(!block.examples.empty() || !commands.empty()) << "no example in the help of " << name;
         if (!block.examples.empty()) {

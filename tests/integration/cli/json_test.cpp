@@ -123,6 +123,73 @@ TEST_F(JsonTest, Uploads) {
     EXPECT_EQ("{\"path\":\"/Docs/g\"}\n", Json({"uploads", "complete", "/Docs/f", "/Docs/g"}));
 }
 
+TEST_F(JsonTest, LoginWhoamiProfilesAndLogout) {
+    const std::string who = "{\"server\":\"" + Server().HttpUrl() + R"(","user":"anna","device":"quillmark-cli",)";
+    EXPECT_EQ(who + "\"profile\":null}\n", Json({"login", Server().HttpUrl(), "--user", "anna"}));
+    const std::string whoami = OutputOf({"--json", "whoami"});
+    EXPECT_TRUE(whoami.starts_with(who + "\"profile\":null,\"since\":\"20")) << whoami;
+    EXPECT_TRUE(whoami.ends_with("Z\",\"accepted\":true}\n")) << whoami;
+    EXPECT_EQ("{\"server\":\"" + Server().HttpUrl() + "\",\"user\":\"anna\",\"unfinishedUploads\":[]}\n",
+              Json({"logout"}));
+}
+
+TEST_F(JsonTest, LoginAndProfilesNameTheProfile) {
+    const auto run = [this](Arguments arguments) {
+        arguments.insert(arguments.begin(), {ProgramPath("quillmark"), "--json"});
+        return Process::Run(arguments, HomeEnvironment()).output;
+    };
+    const std::string server = "\"server\":\"" + Server().HttpUrl() + "\",\"user\":\"anna\"";
+    EXPECT_EQ("{" + server +
+                  R"(,"device":"d","profile":"work"})"
+                  "\n",
+              run({"--profile", "work", "login", Server().HttpUrl(), "--user", "anna", "--device", "d"}));
+    EXPECT_EQ("{\"profile\":\"work\"," + server + "}\n", run({"profiles"}));
+}
+
+TEST_F(JsonTest, RegisterAndWipeAck) {
+    const std::string device = R"(","user":"anna","device":"quillmark-cli"})";
+    EXPECT_EQ("{\"server\":\"" + Server().HttpUrl() + device + "\n", Json({"register"}));
+    EXPECT_EQ("{\"server\":\"" + Server().HttpUrl() + device + "\n", Json({"wipe-ack"}));
+}
+
+TEST_F(JsonTest, EachCheckOfTheDoctor) {
+    const std::string lines = Json({"doctor"});
+    EXPECT_NE(
+        std::string::npos,
+        lines.find(
+            R"({"check":"session","result":"ok","text":"the server accepts the session of anna","nextStep":null,"error":null})"))
+        << lines;
+}
+
+TEST_F(JsonTest, AnObjectForEachPathThatWasChanged) {
+    EXPECT_EQ("{\"path\":\"/Docs/a\"}\n{\"path\":\"/Docs/b\"}\n", Json({"mkdir", "/Docs/a", "Docs/b/"}));
+    EXPECT_EQ("{\"path\":\"/Docs/f\"}\n", Json({"touch", "/Docs/f"}));
+    EXPECT_EQ("{\"path\":\"/Docs/f\"}\n", Json({"lock", "/Docs/f"}));
+    EXPECT_EQ("{\"path\":\"/Docs/f\"}\n", Json({"unlock", "/Docs/f"}));
+    EXPECT_EQ("{\"path\":\"/Docs/f\",\"to\":\"/Docs/a/f\"}\n", Json({"mv", "/Docs/f", "/Docs/a/"}));
+    EXPECT_EQ("{\"path\":\"/Docs/b\"}\n", Json({"rm", "-r", "/Docs/b"}));
+}
+
+TEST_F(JsonTest, WhatFailedHasNoObject) {
+    const ProcessResult result = Quillmark({"--json", "rm", "/Docs/none", "/Docs/f"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_EQ("{\"path\":\"/Docs/f\"}\n", result.output);
+    EXPECT_TRUE(result.errors.starts_with("quillmark: cannot delete /Docs/none: ")) << result.errors;
+}
+
+TEST_F(JsonTest, Share) {
+    EXPECT_EQ(R"({"paths":["/Docs/d","/Docs/f"],"to":["ben","carla"],"name":"d"})"
+              "\n",
+              Json({"share", "/Docs/d", "/Docs/f", "--to", "carla", "ben"}));
+}
+
+class StatisticsJsonTest : public CliTest {};
+
+TEST_F(StatisticsJsonTest, TellsTheBytes) {
+    StartAndLogin({"--no-sync", "--audit"});
+    EXPECT_EQ("{\"bytes\":6}\n", OutputOf({"--json", "stats", "a text"}));
+}
+
 TEST_F(JsonTest, FailuresGoToStandardErrorOnly) {
     const ProcessResult result = Quillmark({"--json", "stat", "/none"});
     EXPECT_EQ(5, result.exitCode);

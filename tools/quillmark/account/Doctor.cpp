@@ -93,7 +93,7 @@ Finding ModeFinding(DWORD error, DWORD mode) {
 
 Finding VersionFinding(Client& client) {
     WideString version;
-    const DWORD error = client.Api().Version(version);
+    const DWORD error = client.CallWithoutEvent([&] { return client.Api().Version(version); });
     return error == ERROR_SUCCESS ? Good("version", Printable(version)) : Bad("version", error);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "Input.h"
 #include "LocalFiles.h"
 #include "System.h"
 
@@ -10,18 +11,33 @@ namespace {
 
 constexpr std::size_t LongestPassword = 4096;
 
-}  // namespace
-
-std::string ReadPasswordLine() {
-    std::string line;
-    int unit = 0;
-    while ((unit = std::getchar()) != EOF && unit != '\n' && line.size() < LongestPassword) {
-        line.push_back(static_cast<char>(unit));
+// What cannot be a password is not sent as one: each wrong attempt counts.
+std::string FirstLine(const std::string& text, const std::string& where) {
+    const std::string line = text.substr(0, text.find_first_of("\r\n"));
+    if (line.empty()) {
+        throw Failure("the first line of " + where + " is empty: it should be the password", ExitCode::LocalFile);
     }
-    if (!line.empty() && line.back() == '\r') {
-        line.pop_back();
+    if (line.find('\0') != std::string::npos || line.size() > LongestPassword) {
+        throw Failure("the first line of " + where + " is no password: it is too long or has null characters",
+                      ExitCode::LocalFile);
     }
     return line;
+}
+
+}  // namespace
+
+std::string ReadPasswordLine(HANDLE interrupt) {
+    const std::optional<std::string> line = ReadUnlessInterrupted(interrupt, [](std::string& text) {
+        int unit = 0;
+        while ((unit = std::getchar()) != EOF && unit != '\n' && text.size() <= LongestPassword) {
+            text.push_back(static_cast<char>(unit));
+        }
+        return true;
+    });
+    if (!line) {
+        throw Failure("cancelled", ExitCode::Cancelled);
+    }
+    return FirstLine(*line, "standard input");
 }
 
 std::optional<std::string> PasswordAtHand(const GlobalOptions& options) {
@@ -29,10 +45,11 @@ std::optional<std::string> PasswordAtHand(const GlobalOptions& options) {
         return options.inputPassword;
     }
     if (!options.passwordFile.empty()) {
-        std::string password;
-        Require(ReadLocalFile(options.Path(options.passwordFile), LongestPassword, password),
-                "cannot read the password file '" + options.passwordFile + "'");
-        return password.substr(0, password.find_first_of("\r\n"));
+        constexpr std::size_t LongestFile = 64 * 1024;
+        const std::string file = "the password file '" + options.passwordFile + "'";
+        std::string text;
+        Require(ReadLocalFile(options.Path(options.passwordFile), LongestFile, text), "cannot read " + file);
+        return FirstLine(text, file);
     }
     const std::string password = Environment("QUILLMARK_PASSWORD");
     return password.empty() ? std::nullopt : std::optional(password);
@@ -43,9 +60,16 @@ std::string RequirePassword(const GlobalOptions& options, const std::string& use
         return *password;
     }
     std::string password;
-    if (!AskSecret("Password for " + user + ": ", password)) {
-        throw Failure("no password: there is no terminal to ask on; use --password-file or QUILLMARK_PASSWORD",
-                      ExitCode::Usage);
+    switch (AskSecret("Password for " + user + ": ", options.interrupt, password)) {
+        case Answer::Interrupted:
+            throw Failure("cancelled", ExitCode::Cancelled);
+        case Answer::NoTerminal:
+            throw Failure("no password: there is no terminal to ask on; use --password-file or QUILLMARK_PASSWORD",
+                          ExitCode::Usage);
+        case Answer::None:
+            throw Failure("no password was given", ExitCode::Usage);
+        case Answer::Given:
+            break;
     }
     return password;
 }

@@ -9,13 +9,16 @@
 
 namespace quillmark::cli {
 
-// The first line of standard input, without its end; what follows stays for the command.
-[[nodiscard]] std::string ReadPasswordLine();
+// The first line of standard input, without its end; what follows stays for the command. Throws Failure when there is
+// no password in it, and after an interruption.
+[[nodiscard]] std::string ReadPasswordLine(HANDLE interrupt);
 
-// The password that is there without asking anybody. Throws Failure when the file that was named cannot be read.
+// The password that is there without asking anybody. Throws Failure when the file that was named cannot be read
+// or has none.
 [[nodiscard]] std::optional<std::string> PasswordAtHand(const GlobalOptions& options);
 
-// The same, or else the answer of the person at the terminal. Throws Failure when there is none.
+// The same, or else the answer of the person at the terminal. Throws Failure when there is none,
+// and after an interruption.
 [[nodiscard]] std::string RequirePassword(const GlobalOptions& options, const std::string& user);
 
 }  // namespace quillmark::cli

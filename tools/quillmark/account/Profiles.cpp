@@ -30,9 +30,9 @@ WideString ProfilesFolder() {
     return slash == WideString::npos ? WideString() : JoinPath(session.Substring(0, slash), QM_W("profiles"));
 }
 
-bool HasLogin(const std::string& name) {
-    StoredSession session;
-    return LoadSession(ProfilePath(name), session) == ERROR_SUCCESS;
+bool HasDefault() {
+    LocalItem item;
+    return FindLocalItem(DefaultSessionPath(), item) == ERROR_SUCCESS && !item.folder;
 }
 
 }  // namespace
@@ -50,18 +50,25 @@ WideString ProfilePath(const std::string& name) {
     return folder.empty() ? WideString() : JoinPath(folder, WidenUtf8(name));
 }
 
+std::string ProfileName(const GlobalOptions& options) {
+    if (options.sessionPath != ProfilePath(options.profile)) {
+        return "";
+    }
+    return options.profile.empty() ? DefaultProfile : options.profile;
+}
+
 std::vector<std::string> ProfileNames() {
     std::vector<std::string> names;
     const auto visit = [&names](const LocalItem& item) {
         const std::string name = NarrowUtf8(item.name);
-        if (!item.folder && IsProfileName(name) && name != DefaultProfile && HasLogin(name)) {
+        if (!item.folder && IsProfileName(name) && name != DefaultProfile) {
             names.push_back(name);
         }
     };
     // A folder that is not there holds no profiles.
     static_cast<void>(ForEachLocalItem(ProfilesFolder(), visit));
     std::sort(names.begin(), names.end());
-    if (HasLogin(DefaultProfile)) {
+    if (HasDefault()) {
         names.insert(names.begin(), DefaultProfile);
     }
     return names;

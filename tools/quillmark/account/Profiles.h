@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "quillmark/WideString.h"
+#include "Client.h"
 
 namespace quillmark::cli {
 
@@ -20,7 +20,10 @@ inline constexpr const char* DefaultProfile = "default";
 // The file of a profile, whose name has been checked; empty for a user without a home.
 [[nodiscard]] WideString ProfilePath(const std::string& name);
 
-// The profiles with a login, sorted, the default one first.
+// The profile whose file is used; empty with --session.
+[[nodiscard]] std::string ProfileName(const GlobalOptions& options);
+
+// The profiles that have a file, whatever is in it, sorted, the default one first.
 [[nodiscard]] std::vector<std::string> ProfileNames();
 
 }  // namespace quillmark::cli

@@ -1,6 +1,7 @@
 // quillmark register, wipe-ack: what a device has to say before and after it has a session.
 #include <memory>
 
+#include "Json.h"
 #include "Output.h"
 #include "commands/Commands.h"
 
@@ -24,6 +25,10 @@ void Complete(AccountOptions& options, const GlobalOptions& global) {
     }
 }
 
+JsonObject Described(const AccountOptions& options) {
+    return JsonObject().Add("server", options.server).Add("user", options.user).Add("device", options.device);
+}
+
 void AddOptions(CLI::App& command, AccountOptions& options) {
     command.add_option("server", options.server,
                        "The server: https://files.example.com:8443; what is left out is taken from the login");
@@ -43,7 +48,9 @@ ExitCode RunRegister(AccountOptions options, const GlobalOptions& global) {
         return client.Api().Register(WidenUtf8(options.user), WidenUtf8(options.device), client.CancelEvent()).error;
     }),
             "cannot register the device '" + options.device + "' of " + options.user);
-    Print("The server sends " + options.user + " a message to confirm the device '" + options.device + "'.");
+    PrintResult(global,
+                "The server sends " + options.user + " a message to confirm the device '" + options.device + "'.",
+                Described(options));
     return ExitCode::Success;
 }
 
@@ -65,6 +72,7 @@ ExitCode RunWipeAck(AccountOptions options, const GlobalOptions& global) {
     client.Discover();
     Require(client.Run([&] { return AcknowledgeWipe(client, options); }),
             "cannot acknowledge the wipe of the device '" + options.device + "' of " + options.user);
+    PrintForPrograms(global, Described(options));
     return ExitCode::Success;
 }
 
@@ -83,8 +91,7 @@ void RegisterRegister(CLI::App& program, const GlobalOptions& global, Action& ac
 
 void RegisterWipeAck(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<AccountOptions>();
-    CLI::App* command =
-        program.add_subcommand("wipe-ack", "Tell the server that the remote wipe of this device has been carried out");
+    CLI::App* command = program.add_subcommand("wipe-ack", "Tell the server that this device has been wiped");
     AddOptions(*command, *options);
     AddExamples(*command, {{"quillmark wipe-ack", "for the device that is logged in"}});
     command->callback(

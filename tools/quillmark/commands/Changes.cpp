@@ -46,7 +46,7 @@ ExitCode RunChanges(DWORD pause, const GlobalOptions& global) {
 void RegisterChanges(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto pause = std::make_shared<DWORD>(OnlyOnce);
     CLI::App* command = program.add_subcommand(
-        "changes", "Show what other devices changed since this one last asked: one line each, with tabs between");
+        "changes", "Show what other devices changed since this one last asked; one line each, with tabs between");
     command->add_option("--follow", *pause, "Ask again every so many seconds (5 unless said) until interrupted")
         ->expected(0, 1)
         ->default_str("5")

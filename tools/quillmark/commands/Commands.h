@@ -26,6 +26,7 @@ void RegisterFind(CLI::App& program, const GlobalOptions& options, Action& actio
 void RegisterCat(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterWatch(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterCompletion(CLI::App& program, const GlobalOptions& options, Action& action);
+void RegisterHelp(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterManPage(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterStat(CLI::App& program, const GlobalOptions& options, Action& action);
 void RegisterMkdir(CLI::App& program, const GlobalOptions& options, Action& action);

@@ -1,8 +1,14 @@
-// quillmark completion, man-page: the declarations of the command line in other forms.
+// quillmark completion, help, man-page: the declarations of the command line in other forms.
 #include "help/Completion.h"
+
+#include <algorithm>
+#include <memory>
+
 #include "Output.h"
 #include "commands/Commands.h"
+#include "help/HelpText.h"
 #include "help/ManPage.h"
+#include "help/UsageError.h"
 
 namespace quillmark::cli {
 namespace {
@@ -18,6 +24,20 @@ std::string CompletionFor(const std::string& shell, const DeclaredCommand& progr
     return shell == "zsh" ? ZshCompletion(program) : FishCompletion(program);
 }
 
+// The words go down from the program to one of its commands.
+const DeclaredCommand& CommandNamed(const std::vector<std::string>& words, const DeclaredCommand& program) {
+    const DeclaredCommand* command = &program;
+    for (const std::string& word : words) {
+        const auto below = std::find_if(command->commands.begin(), command->commands.end(),
+                                        [&](const DeclaredCommand& each) { return each.path.back() == word; });
+        if (below == command->commands.end()) {
+            throw Failure(NoSuchCommand(*command, word), ExitCode::Usage);
+        }
+        command = &*below;
+    }
+    return *command;
+}
+
 }  // namespace
 
 void RegisterCompletion(CLI::App& program, const GlobalOptions& /*global*/, Action& action) {
@@ -30,6 +50,21 @@ void RegisterCompletion(CLI::App& program, const GlobalOptions& /*global*/, Acti
     command->callback([shell, &program, &action] {
         action = [shell, &program] {
             PrintText(CompletionFor(*shell, Declarations(program)));
+            return ExitCode::Success;
+        };
+    });
+}
+
+void RegisterHelp(CLI::App& program, const GlobalOptions& /*global*/, Action& action) {
+    const auto words = std::make_shared<std::vector<std::string>>();
+    CLI::App* command = program.add_subcommand("help", "Show this help, or that of a command");
+    // Else the name of a command would be taken for the command itself.
+    command->fallthrough(false);
+    command->add_option("command", *words, "The command, for example: uploads state");
+    AddExamples(*command, {{"quillmark help sync", ""}});
+    command->callback([words, &program, &action] {
+        action = [words, &program] {
+            PrintText(HelpText(CommandNamed(*words, Declarations(program)), HelpWidth()));
             return ExitCode::Success;
         };
     });

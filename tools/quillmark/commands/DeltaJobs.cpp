@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "Calls.h"
+#include "EachPath.h"
 #include "Json.h"
 #include "Output.h"
 #include "Texts.h"
@@ -75,24 +76,24 @@ ExitCode Cancel(const DeltaJobsOptions& options, const GlobalOptions& global) {
     std::transform(options.jobs.begin(), options.jobs.end(), jobs.begin(), RequireJob);
     Client client(global);
     client.Resume();
-    for (const GUID& job : jobs) {
-        Require(client.RunOnce([&] { return client.Api().AsyncDeltaCancel(job, client.CancelEvent()); },
-                               [&] { return WhetherCancelled(client, job); }),
-                "cannot cancel the job " + GuidText(job));
-    }
-    return ExitCode::Success;
+    std::vector<std::string> names(jobs.size());
+    std::transform(jobs.begin(), jobs.end(), names.begin(), GuidText);
+    return ForEachNamed(global, names, "cancel the job", [&](std::size_t place) {
+        return client.RunOnce([&] { return client.Api().AsyncDeltaCancel(jobs[place], client.CancelEvent()); },
+                              [&] { return WhetherCancelled(client, jobs[place]); });
+    });
 }
 
 }  // namespace
 
 void RegisterDeltaJobs(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<DeltaJobsOptions>();
-    CLI::App* command =
-        program.add_subcommand("delta-jobs", "Look after deltas that 'put --async-delta --no-commit' has started");
+    CLI::App* command = program.add_subcommand(
+        "delta-jobs", "Look after deltas that the server applies; 'put --async-delta --no-commit' starts them");
     command->require_subcommand(1);
 
     CLI::App* state = command->add_subcommand(
-        "state", "Show their states: pending-commit, in-progress, failed, or unknown to the server");
+        "state", "Show their states; pending-commit, in-progress, failed, or unknown to the server");
     state->add_option("job", options->jobs, "The jobs' identifiers")->required();
     AddExamples(*state, {{"quillmark delta-jobs state 0F8FAD5B-D9CB-469F-A165-70867728950E", ""}});
     state->callback(

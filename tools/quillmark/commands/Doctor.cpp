@@ -28,7 +28,8 @@ std::string Padded(std::string text, std::size_t width) {
 void Show(const GlobalOptions& global, const Finding& finding) {
     JsonObject object;
     object.Add("check", finding.check).Add("result", Word(finding.health)).Add("text", finding.text);
-    object.Add("nextStep", finding.nextStep).AddNumber("error", finding.error);
+    object.AddKnown("nextStep", finding.nextStep);
+    finding.error == ERROR_SUCCESS ? object.AddNull("error") : object.AddNumber("error", finding.error);
     PrintResult(global,
                 Padded(Word(finding.health), 8) + Padded(finding.check, 12) + finding.text +
                     (finding.nextStep.empty() ? "" : ". " + finding.nextStep),
@@ -56,9 +57,10 @@ ExitCode RunDoctor(std::string server, const GlobalOptions& global) {
 
 void RegisterDoctor(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto server = std::make_shared<std::string>();
-    CLI::App* command = program.add_subcommand(
-        "doctor",
-        "Check proxy, name, port, certificate, endpoints, mode, version, clock and session, and say what to do");
+    CLI::App* command =
+        program.add_subcommand("doctor",
+                               "Look for what is wrong between here and the server; checks proxy, name, port, "
+                               "certificate, endpoints, mode, version, clock and session, and says what to do");
     command->add_option("server", *server, "The server: https://files.example.com:8443 (default: the login's)");
     AddExamples(*command,
                 {{"quillmark doctor", "the login's server"}, {"quillmark doctor https://files.example.com", ""}});

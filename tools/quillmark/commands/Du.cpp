@@ -95,7 +95,7 @@ void RegisterDu(CLI::App& program, const GlobalOptions& global, Action& action) 
     const auto options = std::make_shared<DuOptions>();
     CLI::App* command = program.add_subcommand(
         "du",
-        "Sum up the bytes in each server folder, with a tab between: bytes, path; a folder's sum has all below it");
+        "Sum up the bytes in each server folder; with a tab between: bytes, path; a folder's sum has all below it");
     SetCompletion(
         *command->add_option("path", options->path, "The folder or file on the server")->capture_default_str(),
         Completes::ServerPath);

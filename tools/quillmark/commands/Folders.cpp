@@ -88,7 +88,7 @@ bool TellsOfNone(Client& client, const ResponseBuffer& reply) {
 void RegisterFolders(CLI::App& program, const GlobalOptions& global, Action& action) {
     CLI::App* command = program.add_subcommand(
         "folders",
-        "List the mapped folders, with tabs between: path, reachable or not, mode, storage, permissions, what it can "
+        "List the mapped folders; with tabs between: path, reachable or not, mode, storage, permissions, what it can "
         "do, largest file, description");
     AddExamples(*command, {{"quillmark folders", ""}});
     command->callback([&global, &action] {

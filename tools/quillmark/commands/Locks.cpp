@@ -56,7 +56,7 @@ void RegisterLock(CLI::App& program, const GlobalOptions& global, Action& action
         action = [options, &global] {
             Client client(global);
             client.Resume();
-            return ForEachServerPath(client, options->paths, "lock", [&](const WideString& server) {
+            return ChangeEachServerPath(client, options->paths, "lock", [&](const WideString& server) {
                 return client.Run(
                     [&] { return client.Api().RequestLock(server, options->seconds, client.CancelEvent()); });
             });
@@ -74,7 +74,7 @@ void RegisterUnlock(CLI::App& program, const GlobalOptions& global, Action& acti
         action = [options, &global] {
             Client client(global);
             client.Resume();
-            return ForEachServerPath(client, options->paths, "unlock", [&](const WideString& server) {
+            return ChangeEachServerPath(client, options->paths, "unlock", [&](const WideString& server) {
                 return client.RunOnce([&] { return client.Api().ReleaseLock(server, client.CancelEvent()).error; },
                                       [&] { return WhetherReleased(client, server); });
             });

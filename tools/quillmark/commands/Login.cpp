@@ -1,8 +1,10 @@
 // quillmark login: signs in and keeps the session.
 #include <memory>
 
+#include "Json.h"
 #include "Output.h"
 #include "account/Password.h"
+#include "account/Profiles.h"
 #include "commands/Commands.h"
 
 namespace quillmark::cli {
@@ -37,7 +39,10 @@ ExitCode RunLogin(const LoginOptions& options, const GlobalOptions& global) {
     session.deviceToken = options.deviceToken;
     session.integrated = options.integrated ? "yes" : "";
     client.Login(session, password, "cannot log in to " + options.server + who);
-    Print("Logged in to " + options.server + who + ".");
+    JsonObject result;
+    result.Add("server", session.server).AddKnown("user", session.user).Add("device", session.device);
+    result.AddKnown("profile", ProfileName(global));
+    PrintResult(global, "Logged in to " + options.server + who + ".", result);
     return ExitCode::Success;
 }
 

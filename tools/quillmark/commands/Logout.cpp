@@ -42,22 +42,29 @@ ExitCode RunLogout(const GlobalOptions& global) {
         }
     }
     JsonObject result;
-    result.Add("server", session.server).Add("user", session.user).AddTexts("unfinishedUploads", uploads);
+    result.Add("server", session.server).AddKnown("user", session.user).AddTexts("unfinishedUploads", uploads);
     PrintResult(global, text, result);
     return ExitCode::Success;
 }
 
+void ShowProfile(const GlobalOptions& global, const std::string& name) {
+    const StoredSession session = RequireSessionIn(ProfilePath(name));
+    JsonObject result;
+    result.Add("profile", name).Add("server", session.server).AddKnown("user", session.user);
+    PrintResult(global, name + "\t" + session.server + "\t" + session.user, result);
+}
+
 ExitCode RunProfiles(const GlobalOptions& global) {
+    ExitCode exit = ExitCode::Success;
     for (const std::string& name : ProfileNames()) {
-        StoredSession session;
-        if (LoadSession(ProfilePath(name), session) != ERROR_SUCCESS) {
-            continue;  // it was logged out of in this moment
+        try {
+            ShowProfile(global, name);
+        } catch (const Failure& failure) {
+            PrintError("quillmark: " + name + ": " + failure.Sentence());
+            exit = ExitCode::SomeFailed;
         }
-        JsonObject result;
-        result.Add("profile", name).Add("server", session.server).Add("user", session.user);
-        PrintResult(global, name + "\t" + session.server + "\t" + session.user, result);
     }
-    return ExitCode::Success;
+    return exit;
 }
 
 }  // namespace
@@ -71,7 +78,7 @@ void RegisterLogout(CLI::App& program, const GlobalOptions& global, Action& acti
 
 void RegisterProfiles(CLI::App& program, const GlobalOptions& global, Action& action) {
     CLI::App* command =
-        program.add_subcommand("profiles", "List the logins of this computer, with tabs between: name, server, user");
+        program.add_subcommand("profiles", "List the logins of this computer; with tabs between: name, server, user");
     AddExamples(*command, {{"quillmark profiles", ""}});
     command->callback([&global, &action] { action = [&global] { return RunProfiles(global); }; });
 }

@@ -16,7 +16,7 @@ void RegisterMkdir(CLI::App& program, const GlobalOptions& global, Action& actio
         action = [paths, &global] {
             Client client(global);
             client.Resume();
-            return ForEachServerPath(client, *paths, "make", [&client](const WideString& server) {
+            return ChangeEachServerPath(client, *paths, "make", [&client](const WideString& server) {
                 return MakeFolder(client.MainCalls(), server);
             });
         };

@@ -1,7 +1,9 @@
 // quillmark mv: renames and moves items of the server.
 #include <memory>
 
+#include "Json.h"
 #include "Once.h"
+#include "Output.h"
 #include "Paths.h"
 #include "commands/Commands.h"
 
@@ -42,6 +44,7 @@ ExitCode RunMv(const MvOptions& options, const GlobalOptions& global) {
                       ExitCode::Cancelled);
     }
     Require(error, "cannot move " + Printable(source) + " to " + Printable(target));
+    PrintForPrograms(global, JsonObject().Add("path", source).Add("to", target));
     return ExitCode::Success;
 }
 

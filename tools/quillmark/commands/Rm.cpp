@@ -37,7 +37,7 @@ ExitCode RunRm(const RmOptions& options, const GlobalOptions& global) {
     }
     Client client(global);
     client.Resume();
-    return ForEachServerPath(client, options.paths, "delete", [&](const WideString& server) -> DWORD {
+    return ChangeEachServerPath(client, options.paths, "delete", [&](const WideString& server) -> DWORD {
         if (!options.recursive) {
             if (const DWORD error = RefuseFolder(client, server); error != ERROR_SUCCESS) {
                 return error;

@@ -1,6 +1,10 @@
 // quillmark share: has the server send people a link to items.
+#include <algorithm>
 #include <memory>
+#include <set>
 
+#include "Json.h"
+#include "Output.h"
 #include "Paths.h"
 #include "commands/Commands.h"
 
@@ -13,6 +17,12 @@ struct ShareOptions {
     std::string name;
     std::string message;
 };
+
+std::vector<std::string> Texts(const std::set<WideString>& all) {
+    std::vector<std::string> texts(all.size());
+    std::transform(all.begin(), all.end(), texts.begin(), [](const WideString& text) { return NarrowUtf8(text); });
+    return texts;
+}
 
 ExitCode RunShare(const ShareOptions& options, const GlobalOptions& global) {
     const auto request = std::make_shared<ShareRequest>();
@@ -29,6 +39,9 @@ ExitCode RunShare(const ShareOptions& options, const GlobalOptions& global) {
     client.Resume();
     Require(client.RunUnlessLost([&] { return client.Api().GenerateLink(request, client.CancelEvent()).error; }),
             "cannot share");
+    JsonObject result;
+    result.AddTexts("paths", Texts(request->paths)).AddTexts("to", Texts(request->targets)).Add("name", request->name);
+    PrintForPrograms(global, result);
     return ExitCode::Success;
 }
 

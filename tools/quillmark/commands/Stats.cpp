@@ -2,7 +2,10 @@
 #include <cstdio>
 #include <memory>
 
+#include "Input.h"
+#include "Json.h"
 #include "LocalFiles.h"
+#include "Output.h"
 #include "commands/Commands.h"
 
 namespace quillmark::cli {
@@ -15,16 +18,19 @@ struct StatsOptions {
     std::string file;
 };
 
-std::string ReadStandardInput() {
-    std::string text(LongestText + 1, '\0');
-    text.resize(std::fread(text.data(), 1, text.size(), stdin));
-    if (std::ferror(stdin) != 0) {
+std::string ReadStandardInput(const GlobalOptions& global) {
+    const std::optional<std::string> text = ReadUnlessInterrupted(global.interrupt, [](std::string& read) {
+        read.resize(LongestText + 1);
+        read.resize(std::fread(read.data(), 1, read.size(), stdin));
+        return std::ferror(stdin) == 0;
+    });
+    if (!text) {
         throw Failure("cannot read standard input", ExitCode::LocalFile);
     }
-    if (text.size() > LongestText) {
+    if (text->size() > LongestText) {
         throw Failure("cannot read standard input", ERROR_FILE_TOO_LARGE);
     }
-    return text;
+    return *text;
 }
 
 std::string Text(const StatsOptions& options, const GlobalOptions& global) {
@@ -32,7 +38,7 @@ std::string Text(const StatsOptions& options, const GlobalOptions& global) {
         return options.text;
     }
     if (options.file == "-") {
-        return ReadStandardInput();
+        return ReadStandardInput(global);
     }
     std::string text;
     Require(ReadLocalFile(global.Path(options.file), LongestText, text), "cannot read '" + options.file + "'");
@@ -49,6 +55,7 @@ ExitCode RunStats(const StatsOptions& options, const GlobalOptions& global) {
     Require(
         client.RunUnlessLost([&] { return client.Api().PublishSyncStats(text.c_str(), client.CancelEvent()).error; }),
         "cannot post the statistics");
+    PrintForPrograms(global, JsonObject().AddNumber("bytes", static_cast<std::int64_t>(text.size())));
     return ExitCode::Success;
 }
 

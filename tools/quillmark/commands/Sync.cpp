@@ -32,7 +32,7 @@ ExitCode RunSyncCommand(const SyncOptions& options, const GlobalOptions& global)
 void RegisterSync(CLI::App& program, const GlobalOptions& global, Action& action) {
     const auto options = std::make_shared<SyncOptions>();
     CLI::App* command = program.add_subcommand(
-        "sync", "Make a folder of the server have what a local folder has, or the other way; shows the plan first");
+        "sync", "Make a server folder have what a local one has, or the other way; shows the plan first");
     SetCompletion(*command->add_option("local", options->local, "The local folder")->required(), Completes::LocalPath);
     SetCompletion(*command->add_option("remote", options->remote, "The folder on the server")->required(),
                   Completes::ServerPath);

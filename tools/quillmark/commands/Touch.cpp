@@ -51,7 +51,7 @@ ExitCode RunTouch(const TouchOptions& options, const GlobalOptions& global) {
     const std::shared_ptr<IServerAttributes> wanted = Wanted(options);
     Client client(global);
     client.Resume();
-    return ForEachServerPath(client, options.paths, "touch", [&](const WideString& server) {
+    return ChangeEachServerPath(client, options.paths, "touch", [&](const WideString& server) {
         return client.Run([&] {
             std::shared_ptr<IServerAttributes> item = wanted->Clone();
             return client.Api().SetPathAttributes(server, item, client.CancelEvent());

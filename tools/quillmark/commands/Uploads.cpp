@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "Calls.h"
+#include "EachPath.h"
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
@@ -109,15 +110,16 @@ ExitCode Cancel(const UploadsOptions& options, const GlobalOptions& global) {
     Client client(global);
     client.Resume();
     const UploadStore store(global.sessionPath);
-    for (const UploadRecord& record : SelectAll(AllRecords(store, client.Session()), options.uploads, global)) {
+    const Records chosen = SelectAll(AllRecords(store, client.Session()), options.uploads, global);
+    std::vector<std::string> names(chosen.size());
+    std::transform(chosen.begin(), chosen.end(), names.begin(),
+                   [](const UploadRecord& record) { return Printable(record.key.remote); });
+    return ForEachNamed(global, names, "cancel the upload to", [&](std::size_t place) {
+        const UploadRecord& record = chosen[place];
         const DWORD error =
             client.Run([&] { return client.Api().CancelUpload(record.key.remote, record.id, client.CancelEvent()); });
-        if (error != UploadUnknown) {
-            Require(error, "cannot cancel the upload to " + Printable(record.key.remote));
-        }
-        Require(store.Remove(record.key), "cannot forget the upload to " + Printable(record.key.remote));
-    }
-    return ExitCode::Success;
+        return error == ERROR_SUCCESS || error == UploadUnknown ? store.Remove(record.key) : error;
+    });
 }
 
 ExitCode Complete(const UploadsOptions& options, const GlobalOptions& global) {
@@ -151,7 +153,7 @@ void RegisterUploads(CLI::App& program, const GlobalOptions& global, Action& act
     const auto options = std::make_shared<UploadsOptions>();
     constexpr const char* Names = "Identifiers, or the server paths that the uploads go to";
     CLI::App* command = program.add_subcommand(
-        "uploads", "List unfinished resumable uploads, with tabs between: identifier, bytes, server path, local path");
+        "uploads", "List unfinished resumable uploads; with tabs between: identifier, bytes, server path, local path");
     command->require_subcommand(0, 1);
     // Runs before the callbacks of the commands below, which replace its action.
     command->preparse_callback([&global, &action](std::size_t) { action = [&global] { return List(global); }; });

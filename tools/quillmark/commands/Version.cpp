@@ -1,5 +1,4 @@
 // quillmark version: asks the server for its version.
-#include "Calls.h"
 #include "Json.h"
 #include "Output.h"
 #include "Paths.h"
@@ -14,9 +13,9 @@ void RegisterVersion(CLI::App& program, const GlobalOptions& global, Action& act
         action = [&global] {
             Client client(global);
             client.Resume();
-            Calls& calls = client.MainCalls();
             WideString version;
-            Require(calls.Run([&] { return calls.Api().Version(version); }), "cannot get the server's version");
+            const auto ask = [&] { return client.Api().Version(version); };
+            Require(client.Run([&] { return client.CallWithoutEvent(ask); }), "cannot get the server's version");
             PrintResult(global, Printable(version), JsonObject().Add("version", version));
             return ExitCode::Success;
         };

@@ -69,10 +69,10 @@ ExitCode RunWatch(const WatchOptions& options, const GlobalOptions& global) {
 void RegisterWatch(CLI::App& program, const GlobalOptions& global, Action& action) {
     constexpr unsigned LongestInterval = 24 * 60 * 60;
     const auto options = std::make_shared<WatchOptions>();
-    CLI::App* command = program.add_subcommand(
-        "watch",
-        "Show what other devices change, as it happens, until interrupted; with tabs between: local time, "
-        "verb, path, and where it went");
+    CLI::App* command =
+        program.add_subcommand("watch",
+                               "Show what other devices change, until interrupted; with tabs between: local time, "
+                               "verb, path, and where it went");
     SetCompletion(
         *command->add_option("path", options->path, "Only what is done here and below")->capture_default_str(),
         Completes::ServerPath);

@@ -49,13 +49,6 @@ std::string Since(const StoredSession& session) {
     return session.since + " (" + AgeText((CAttributeTime::Now().Ticks() - since.Ticks()) / TicksPerSecond) + " ago)";
 }
 
-std::string ProfileText(const GlobalOptions& global) {
-    if (global.sessionPath == ProfilePath(global.profile)) {
-        return global.profile.empty() ? DefaultProfile : global.profile;
-    }
-    return "";
-}
-
 ExitCode RunWhoami(const GlobalOptions& global) {
     const StoredSession session = RequireSession(global);
     DWORD error = ERROR_SUCCESS;
@@ -72,10 +65,11 @@ ExitCode RunWhoami(const GlobalOptions& global) {
     if (global.Interrupted()) {
         throw Failure("cancelled", ExitCode::Cancelled);
     }
-    const std::string profile = ProfileText(global);
+    const std::string profile = ProfileName(global);
     JsonObject result;
-    result.Add("server", session.server).Add("user", session.user).Add("device", session.device);
-    result.Add("profile", profile).Add("since", session.since).AddFlag("accepted", exit == ExitCode::Success);
+    result.Add("server", session.server).AddKnown("user", session.user).Add("device", session.device);
+    result.AddKnown("profile", profile).AddKnown("since", session.since);
+    result.AddFlag("accepted", exit == ExitCode::Success);
     const std::string file = Printable(global.sessionPath);
     PrintResult(global,
                 "server:  " + session.server + "\nuser:    " + session.user + "\ndevice:  " + session.device +
@@ -89,7 +83,7 @@ ExitCode RunWhoami(const GlobalOptions& global) {
 
 void RegisterWhoami(CLI::App& program, const GlobalOptions& global, Action& action) {
     CLI::App* command = program.add_subcommand(
-        "whoami", "Show server, user, device and profile of the login, and whether the server still accepts it");
+        "whoami", "Show the login; server, user, device, profile, and whether the server still accepts it");
     AddExamples(*command, {{"quillmark whoami", ""}});
     command->callback([&global, &action] { action = [&global] { return RunWhoami(global); }; });
 }

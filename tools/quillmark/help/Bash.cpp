@@ -7,46 +7,85 @@ constexpr const char* Head = R"bash(# Completion of quillmark for bash; made by 
 
 )bash";
 
-// What the functions that know the declarations set: $commands, $options and $arguments; $kind.
+// What the functions that know the declarations set: $commands, $options and $arguments; $kind. $words are the words up
+// to the cursor as the shell would pass them, the last one is the one to complete. Bash itself has them in pieces,
+// since it breaks them at : and = as well, and replaces the last piece only: $kept is what stands before that piece.
 constexpr const char* Tail = R"bash(
-_quillmark_server_paths() {
-    local folder=${plain%"${plain##*/}"} name
-    while IFS= read -r name; do
-        [[ $folder$name == "$plain"* ]] && COMPREPLY+=("$folder$name")
-    done < <("${COMP_WORDS[0]}" "${login[@]}"@QUIET@ ls --sort none -- "${folder:-/}" 2>/dev/null </dev/null)
-    compopt -o filenames 2>/dev/null
-    [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == */ ]] && compopt -o nospace 2>/dev/null
+_quillmark_split() {
+    local line=$1 quote= unit word= started= index
+    words=()
+    for ((index = 0; index < ${#line}; ++index)); do
+        unit=${line:index:1}
+        case $quote$unit in
+        "''" | '""') quote= ;;
+        '"\')
+            unit=${line:++index:1}
+            [[ $unit == [\"\\\$\`] ]] || word+='\'
+            word+=$unit
+            ;;
+        "'"?* | '"'?*) word+=$unit ;;
+        "'" | '"') quote=$unit started=1 ;;
+        '\') word+=${line:++index:1} started=1 ;;
+        ' ' | $'\t')
+            [[ -n $started ]] && words+=("$word")
+            word= started=
+            ;;
+        *) word+=$unit started=1 ;;
+        esac
+    done
+    words+=("$word")
+}
+
+# Offers those of the lines that begin as the word does.
+_quillmark_offer() {
+    local candidate
+    while IFS= read -r candidate; do
+        [[ $candidate == "$cur"* ]] && COMPREPLY+=("${candidate:${#kept}}")
+    done
     return 0
 }
 
-_quillmark_profiles() {
-    mapfile -t COMPREPLY < <(compgen -W "$("${COMP_WORDS[0]}" profiles 2>/dev/null </dev/null | cut -f1)" -- "$cur")
+_quillmark_server_paths() {
+    local folder=${cur%"${cur##*/}"} name
+    _quillmark_offer < <("${COMP_WORDS[0]}" "${login[@]}"@QUIET@ ls --sort none -- "${folder:-/}" 2>/dev/null </dev/null |
+        while IFS= read -r name; do printf '%s\n' "$folder$name"; done)
+    compopt -o filenames 2>/dev/null
+    [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == */ ]] && compopt -o nospace 2>/dev/null
+    return 0
 }
 
 _quillmark_complete() {
     case $1 in
     local)
         compopt -o filenames 2>/dev/null
-        mapfile -t COMPREPLY < <(compgen -f -- "$plain")
+        _quillmark_offer < <(compgen -f -- "$cur")
         ;;
     server) _quillmark_server_paths ;;
-    profile) _quillmark_profiles ;;
-    '='*) mapfile -t COMPREPLY < <(compgen -W "${1#=}" -- "$cur") ;;
+    profile) _quillmark_offer < <("${COMP_WORDS[0]}" profiles 2>/dev/null </dev/null | cut -f1) ;;
+    '='*) _quillmark_offer < <(tr ' ' '\n' <<<"${1#=}") ;;
     esac
 }
 
 _quillmark() {
-    local cur=${COMP_WORDS[COMP_CWORD]} command= place=0 pending= option= index word kind plain
+    local cur kept command= place=0 pending= option= index word kind
     local commands options arguments
-    local -a login=() places
+    local -a login=() places words
     COMPREPLY=()
+    _quillmark_split "${COMP_WORDS[COMP_CWORD]}"
+    word=${words[-1]}
+    [[ $word == [=:@] ]] && word=
+    _quillmark_split "${COMP_LINE:0:COMP_POINT}"
+    cur=${words[-1]} kept=${words[-1]}
+    kept=${kept:0:${#kept}-${#word}}
     _quillmark_declared ''
-    for ((index = 1; index < COMP_CWORD; ++index)); do
-        word=${COMP_WORDS[index]}
+    for ((index = 1; index < ${#words[@]} - 1; ++index)); do
+        word=${words[index]}
         if [[ -n $pending && ! ($pending == *'*' && $word == -*) ]]; then
-            [[ $word == '=' ]] && continue
-            [[ ' @LOGIN@ ' == *" $option "* ]] && login+=("$option" "${word//[\"\'\\]/}")
+            [[ ' @LOGIN@ ' == *" $option "* ]] && login+=("$option" "$word")
             [[ $pending == *'*' ]] || pending=
+        elif [[ $word == --*=* ]]; then
+            [[ ' @LOGIN@ ' == *" ${word%%=*} "* ]] && login+=("$word")
+            pending=
         elif [[ $word == -* ]]; then
             _quillmark_value "$command" "$word"
             pending=$kind option=$word
@@ -57,15 +96,18 @@ _quillmark() {
             place=$((place + 1))
         fi
     done
-    [[ $cur == '=' ]] && cur=
-    plain=${cur#[\"\']}
-    plain=${plain//\\/}
+    if [[ $cur == --*=* ]]; then
+        _quillmark_value "$command" "${cur%%=*}"
+        pending=$kind
+        word=${cur%%=*}=
+        cur=${cur#*=} kept=${kept:${#word}}
+    fi
     if [[ -n $pending && ! ($pending == *'*' && $cur == -*) ]]; then
         _quillmark_complete "${pending%'*'}"
     elif [[ $cur == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$cur")
+        _quillmark_offer < <(tr ' ' '\n' <<<"$options")
     elif [[ -n $commands ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$cur")
+        _quillmark_offer < <(tr ' ' '\n' <<<"$commands")
     else
         read -r -a places <<<"$arguments"
         word=${places[place]-}

@@ -1,5 +1,6 @@
 #include "help/Declarations.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace quillmark::cli {
@@ -15,6 +16,25 @@ std::vector<std::string> Split(const std::string& text, char separator) {
     return parts;
 }
 
+std::string WithCommas(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : ", ") + word;
+    }
+    return text;
+}
+
+// "1 to 100" out of "UINT in [1 - 100]"; other texts as they are.
+std::string Limits(const std::string& text) {
+    const std::size_t start = text.find(" in [");
+    const std::size_t middle = text.find(" - ", start);
+    if (start == std::string::npos || middle == std::string::npos || !text.ends_with(']')) {
+        return text;
+    }
+    const std::size_t first = start + 5;
+    return text.substr(first, middle - first) + " to " + text.substr(middle + 3, text.size() - middle - 4);
+}
+
 // The parser writes the type as "FILE", "N:UINT in [1 - 100]" or "TEXT:{name,size}".
 void TakeType(const std::string& type, Declared& declared) {
     const std::size_t colon = type.find(':');
@@ -26,8 +46,15 @@ void TakeType(const std::string& type, Declared& declared) {
     if (rest.starts_with('{') && rest.ends_with('}')) {
         declared.choices = Split(rest.substr(1, rest.size() - 2), ',');
     } else {
-        declared.limits = rest;
+        declared.limits = Limits(rest);
     }
+}
+
+std::string UpperCase(std::string text) {
+    for (char& unit : text) {
+        unit = unit >= 'a' && unit <= 'z' ? static_cast<char>(unit - 'a' + 'A') : unit;
+    }
+    return text;
 }
 
 Declared Describe(const CLI::Option& option) {
@@ -47,7 +74,7 @@ Declared Describe(const CLI::Option& option) {
         declared.names.push_back("--" + name);
     }
     if (option.get_positional()) {
-        declared.names = {option.get_name(true)};
+        declared.names = {UpperCase(option.get_name(true))};
     }
     declared.completes = CompletionOf(option);
     return declared;
@@ -58,6 +85,13 @@ bool IsOfEachCommand(const CLI::Option& option) {
 }
 
 void Fill(const CLI::App& app, DeclaredCommand& command) {
+    if (!app.get_name().empty()) {
+        // Headings are for the many of the program.
+        command.group = command.path.size() > 1 ? "Commands" : app.get_group();
+        command.help = app.get_description();
+        command.footer = app.get_footer();
+        command.needsCommand = app.get_require_subcommand_min() > 0;
+    }
     for (const CLI::Option* option : app.get_options()) {
         if (option->get_group().empty() || (!command.path.empty() && IsOfEachCommand(*option))) {
             continue;
@@ -71,8 +105,6 @@ void Fill(const CLI::App& app, DeclaredCommand& command) {
             DeclaredCommand next;
             next.path = command.path;
             next.path.push_back(below->get_name());
-            next.help = below->get_description();
-            next.footer = below->get_footer();
             Fill(*below, next);
             command.commands.push_back(std::move(next));
         }
@@ -98,10 +130,58 @@ std::string DeclaredCommand::Name() const {
 
 DeclaredCommand Declarations(const CLI::App& program) {
     DeclaredCommand whole;
-    whole.help = program.get_description();
-    whole.footer = program.get_footer();
     Fill(program, whole);
     return whole;
+}
+
+DeclaredCommand Declaration(const CLI::App& command) {
+    DeclaredCommand declared;
+    for (const CLI::App* app = &command; app->get_parent() != nullptr; app = app->get_parent()) {
+        declared.path.insert(declared.path.begin(), app->get_name());
+    }
+    Fill(command, declared);
+    return declared;
+}
+
+std::vector<std::string> Groups(const DeclaredCommand& command) {
+    std::vector<std::string> groups;
+    for (const DeclaredCommand& below : command.commands) {
+        if (std::find(groups.begin(), groups.end(), below.group) == groups.end()) {
+            groups.push_back(below.group);
+        }
+    }
+    return groups;
+}
+
+std::vector<Paragraph> Paragraphs(const std::string& footer) {
+    std::vector<Paragraph> paragraphs;
+    for (std::size_t start = 0; start < footer.size();) {
+        const std::size_t end = std::min(footer.find("\n\n", start), footer.size());
+        std::string text = footer.substr(start, end - start);
+        start = end + 2;
+        text.erase(0, text.find_first_not_of('\n'));
+        const std::size_t colon = text.find(':');
+        if (text.empty() || colon == std::string::npos) {
+            continue;
+        }
+        const bool lines = text[colon + 1] == '\n';
+        paragraphs.push_back({text.substr(0, colon), text.substr(colon + 2), lines});
+    }
+    return paragraphs;
+}
+
+std::string Explanation(const Declared& declared) {
+    std::string text = declared.help + ".";
+    if (!declared.choices.empty()) {
+        text += " One of: " + WithCommas(declared.choices) + ".";
+    }
+    if (!declared.limits.empty()) {
+        text += " Has to be: " + declared.limits + ".";
+    }
+    if (!declared.standard.empty()) {
+        text += " Otherwise: " + declared.standard + ".";
+    }
+    return text;
 }
 
 std::vector<const DeclaredCommand*> AllCommands(const DeclaredCommand& program) {

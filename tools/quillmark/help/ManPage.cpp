@@ -46,14 +46,6 @@ std::string Italic(const std::string& text) {
     return "\\fI" + Plain(text) + "\\fR";
 }
 
-std::string WithCommas(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : ", ") + word;
-    }
-    return text;
-}
-
 // "-u, --user NAME"
 std::string Heading(const Declared& option) {
     std::string heading;
@@ -67,27 +59,13 @@ std::string Heading(const Declared& option) {
     return heading;
 }
 
-std::string Explanation(const Declared& declared) {
-    std::string text = declared.help + ".";
-    if (!declared.choices.empty()) {
-        text += " One of: " + WithCommas(declared.choices) + ".";
-    }
-    if (!declared.limits.empty()) {
-        text += " Has to be: " + declared.limits + ".";
-    }
-    if (!declared.standard.empty()) {
-        text += " Otherwise: " + declared.standard + ".";
-    }
-    return Plain(text);
-}
-
 std::string Entries(const DeclaredCommand& command) {
     std::string text;
     for (const Declared& argument : command.arguments) {
-        text += ".TP\n" + Italic(argument.names.front()) + "\n" + Explanation(argument) + "\n";
+        text += ".TP\n" + Italic(argument.names.front()) + "\n" + Plain(Explanation(argument)) + "\n";
     }
     for (const Declared& option : command.options) {
-        text += ".TP\n" + Heading(option) + "\n" + Explanation(option) + "\n";
+        text += ".TP\n" + Heading(option) + "\n" + Plain(Explanation(option)) + "\n";
     }
     return text;
 }
@@ -103,30 +81,6 @@ std::string Usage(const DeclaredCommand& command) {
         usage += argument.required ? " " + name : " [" + name + "]";
     }
     return usage;
-}
-
-// A footer has paragraphs that begin with their title: "Examples:" and lines, or "Exit codes: ..." on the same line.
-struct Paragraph {
-    std::string title;
-    std::string text;
-    bool lines = false;
-};
-
-std::vector<Paragraph> Paragraphs(const std::string& footer) {
-    std::vector<Paragraph> paragraphs;
-    for (std::size_t start = 0; start < footer.size();) {
-        const std::size_t end = std::min(footer.find("\n\n", start), footer.size());
-        std::string text = footer.substr(start, end - start);
-        start = end + 2;
-        text.erase(0, text.find_first_not_of('\n'));
-        const std::size_t colon = text.find(':');
-        if (text.empty() || colon == std::string::npos) {
-            continue;
-        }
-        const bool lines = text[colon + 1] == '\n';
-        paragraphs.push_back({text.substr(0, colon), text.substr(colon + 2), lines});
-    }
-    return paragraphs;
 }
 
 std::string Body(const Paragraph& paragraph) {
@@ -148,6 +102,20 @@ std::string CommandText(const DeclaredCommand& command) {
     return text;
 }
 
+// Those of one group, each followed by those below it.
+std::string CommandsOf(const DeclaredCommand& program, const std::string& group) {
+    std::string text;
+    for (const DeclaredCommand& command : program.commands) {
+        if (command.group != group) {
+            continue;
+        }
+        for (const DeclaredCommand* each : AllCommands(command)) {
+            text += CommandText(*each);
+        }
+    }
+    return text;
+}
+
 }  // namespace
 
 std::string ManPage(const DeclaredCommand& program, const std::string& version) {
@@ -159,9 +127,8 @@ std::string ManPage(const DeclaredCommand& program, const std::string& version) 
         "Server paths begin with a slash, which may be left out. Results go to standard output, everything else to "
         "standard error.\n";
     page += ".SH OPTIONS\nThey may stand before the command and after it.\n" + Entries(program);
-    page += ".SH COMMANDS\n";
-    for (const DeclaredCommand* command : AllCommands(program)) {
-        page += command == &program ? "" : CommandText(*command);
+    for (const std::string& group : Groups(program)) {
+        page += ".SH COMMANDS: " + Plain(UpperCase(group)) + "\n" + CommandsOf(program, group);
     }
     for (const Paragraph& paragraph : Paragraphs(program.footer)) {
         page += ".SH " + Plain(UpperCase(paragraph.title)) + "\n" + Body(paragraph);

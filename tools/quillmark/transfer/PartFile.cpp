@@ -71,7 +71,7 @@ std::int64_t PartFile::Have() const {
 void PartFile::Discard() const {
     DeleteFileW(m_path.c_str());
     DeleteFileW(m_record.c_str());
-    DeleteFileW((m_record + PrivateTemporaryEnding).c_str());  // of an attempt that was killed
+    DeleteFileW((m_record + NewEnding).c_str());  // of an attempt that was killed
 }
 
 }  // namespace quillmark::cli
