@@ -33,7 +33,7 @@ constexpr KnownError SystemErrors[] = {
     {1, "ERROR_INVALID_FUNCTION", LocalFile, "the file's system cannot do this", OtherFolder},
     {2, "ERROR_FILE_NOT_FOUND", LocalFile, "the local file does not exist", CheckPath},
     {3, "ERROR_PATH_NOT_FOUND", LocalFile, "the local folder does not exist",
-     "Make the folder first, or check the path."},
+     "Check the path, or make the folder first."},
     {4, "ERROR_TOO_MANY_OPEN_FILES", LocalFile, "too many files are open", "Use fewer --jobs."},
     {5, "ERROR_ACCESS_DENIED", LocalFile, "access to the local file is denied", LookAtFile},
     {6, "ERROR_INVALID_HANDLE", SomeFailed, "the operation was broken off", "Repeat the command."},

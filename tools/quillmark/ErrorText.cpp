@@ -32,6 +32,11 @@ std::string GeneralReason(DWORD error) {
                                 : "the server refused with HTTP status " + number;
 }
 
+std::string Words(DWORD error) {
+    const KnownError* known = FindKnown(error);
+    return known != nullptr ? known->reason : GeneralReason(error);
+}
+
 std::string GeneralStep(DWORD error) {
     if (error < SERVER_ERROR_BASE || error >= BehindServerErrors) {
         return "Write a log with --log FILE and report it.";
@@ -43,8 +48,12 @@ std::string GeneralStep(DWORD error) {
 }  // namespace
 
 std::string ErrorReason(DWORD error) {
-    const KnownError* known = FindKnown(error);
-    return (known != nullptr ? std::string(known->reason) : GeneralReason(error)) + " (" + std::to_string(error) + ")";
+    return Words(error) + " (" + std::to_string(error) + ")";
+}
+
+std::string WithNumber(const std::string& words, DWORD error) {
+    const std::string name = ErrorName(error);
+    return words + " (" + std::to_string(error) + ")" + (name.empty() ? "" : " [" + name + "]");
 }
 
 std::string ErrorName(DWORD error) {
@@ -58,14 +67,8 @@ std::string NextStep(DWORD error) {
 }
 
 std::string ErrorText(DWORD error) {
-    std::string text = ErrorReason(error);
-    if (const std::string name = ErrorName(error); !name.empty()) {
-        text += " [" + name + "]";
-    }
-    if (const std::string step = NextStep(error); !step.empty()) {
-        text += ". " + step;
-    }
-    return text;
+    const std::string step = NextStep(error);
+    return WithNumber(Words(error), error) + (step.empty() ? "" : ". " + step);
 }
 
 ExitCode ExitCodeFor(DWORD error, bool cancelled) {

@@ -116,6 +116,31 @@ TEST_F(DeltaCommandTest, AJobWaitsForItsCommit) {
     EXPECT_EQ(job + "\tunknown\n", StateOf(job));
 }
 
+TEST_F(DeltaCommandTest, ACommitWhoseAnswerWasLostHasSucceeded) {
+    const std::string job = StartJob();
+    StateOf(job);
+    Server().AddFaults({{"method", "POST"}, {"path", "/api/1.7/asdelta/" + job}, {"kind", "end"}, {"at", "in-body"}});
+    const ProcessResult result = Quillmark({"--retries", "2", "delta-jobs", "commit", job, Local("new")});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ(0u, Server().UnusedFaults());
+    EXPECT_EQ(1u, Server().RequestCount("POST", "/api/1.7/asdelta/" + job));
+    EXPECT_TRUE(ContentOf("/f") == after);
+}
+
+TEST_F(DeltaCommandTest, ACommitThatDidNotHappenIsRepeated) {
+    const std::string job = StartJob();
+    StateOf(job);
+    Server().AddFaults({{"method", "POST"},
+                        {"path", "/api/1.7/asdelta/" + job},
+                        {"kind", "reply"},
+                        {"status", 502},
+                        {"body", "busy"}});
+    const ProcessResult result = Quillmark({"--retries", "2", "delta-jobs", "commit", job, Local("new")});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ(0u, Server().UnusedFaults());
+    EXPECT_TRUE(ContentOf("/f") == after);
+}
+
 TEST_F(DeltaCommandTest, ACancelledJobLeavesTheItem) {
     const std::string job = StartJob();
     EXPECT_EQ("", OutputOf({"delta-jobs", "cancel", job}));

@@ -1,5 +1,6 @@
 // quillmark sync: the plan first, then what it says; in both directions; what is deleted and what never is.
 #include <pty.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <csignal>
 
@@ -158,6 +159,49 @@ TEST_F(SyncTest, WhatChangedAfterThePlanIsNotDeleted) {
     EXPECT_NE(std::string::npos, result.errors.find("not deleted: it has changed since the plan was made\n"))
         << result.errors;
     EXPECT_EQ("1", ContentOf("/copy/one"));
+}
+
+TEST_F(SyncTest, AFolderInWhichSomethingStaysIsNotDeleted) {
+    Diverge();
+    Write("tree/kept/file", "x");
+    std::filesystem::permissions(Local("tree/kept"),
+                                 std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    const ProcessResult result = Unprivileged({"sync", "-q", "--down", "--delete", Local("tree"), "/copy"});
+    std::filesystem::permissions(Local("tree/kept"), std::filesystem::perms::owner_all);
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("not deleted: access to the local file is denied (5)"))
+        << result.errors;
+    EXPECT_NE(std::string::npos, result.errors.find("not deleted: something is still in it")) << result.errors;
+    EXPECT_EQ("x", Read(Local("tree/kept/file")));
+}
+
+TEST_F(SyncTest, TellsWhatItLeavesOutAndWhy) {
+    WriteTree();
+    ASSERT_EQ(0, ::mkfifo(Local("tree/pipe").c_str(), 0600));
+    std::filesystem::create_directory_symlink("sub", Local("tree/link"));
+    const std::string told = "skipped, a link to a folder: " + Local("tree/link") +
+                             "\nskipped, a pipe, socket or device: " + Local("tree/pipe") + "\n";
+    EXPECT_EQ(told, Quillmark({"sync", "--dry-run", Local("tree"), "/copy"}).errors);
+    const std::string plan = Quillmark({"--json", "sync", "--dry-run", Local("tree"), "/copy"}).output;
+    EXPECT_NE(std::string::npos, plan.find("{\"type\":\"plan\",\"action\":\"skip\",\"local\":\"" + Local("tree/pipe")))
+        << plan;
+    Expect(0,
+           "make folder /copy\nput " + Local("tree/one") + " to /copy/one (new, 1 byte)\nmake folder /copy/empty\n" +
+               "make folder /copy/sub\nput " + Local("tree/sub/two") + " to /copy/sub/two (new, 2 bytes)\n" +
+               "2 to send, 3 bytes, 0 to delete, 0 same\n/copy/one\n/copy/sub/two\n",
+           told + "2 files, 3 folders, 3 bytes, 2 skipped, 0 failed\n",
+           {"sync", "--jobs", "1", Local("tree"), "/copy"});
+}
+
+TEST_F(SyncTest, ALinkThatLeadsNowhereIsAFailureThatSaysSo) {
+    WriteTree();
+    std::filesystem::create_symlink("none", Local("tree/link"));
+    const ProcessResult result = Quillmark({"sync", "-q", Local("tree"), "/copy"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos,
+              result.errors.find(Local("tree/link") + ": the local name is a link that leads nowhere (1921)"))
+        << result.errors;
+    EXPECT_EQ("22", ContentOf("/copy/sub/two"));
 }
 
 TEST_F(SyncTest, IsSilentAboutWhatIsTheSame) {

@@ -120,6 +120,25 @@ ExitCode Cancel(const UploadsOptions& options, const GlobalOptions& global) {
     return ExitCode::Success;
 }
 
+// What became of a completion whose answer was lost: the server forgets an upload that has become an item.
+std::optional<DWORD> WhetherCompleted(Calls& calls, const UploadRecord& record, const WideString& target) {
+    std::int64_t received = 0;
+    bool locked = false;
+    DWORD error = calls.Run([&] {
+        return calls.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
+                                                      calls.CancelEvent());
+    });
+    if (error == ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    if (error != UploadUnknown) {
+        return error;
+    }
+    std::shared_ptr<IServerAttributes> item;
+    error = calls.Run([&] { return calls.Api().GetPathAttributes(target, item, calls.CancelEvent()).error; });
+    return error == ERROR_SUCCESS && item->GetSize() != record.file.size ? UploadUnknown : error;
+}
+
 ExitCode Complete(const UploadsOptions& options, const GlobalOptions& global) {
     Client client(global);
     client.Resume();
@@ -135,10 +154,13 @@ ExitCode Complete(const UploadsOptions& options, const GlobalOptions& global) {
     if (options.newPath.ends_with('/')) {
         target = JoinPath(target, LeafName(record.key.remote));
     }
-    Require(client.Run([&] {
-        return client.Api().CompleteUpload(record.key.remote, target, record.id, MakeAttributes(),
-                                           client.CancelEvent());
-    }),
+    Calls& calls = client.MainCalls();
+    Require(calls.RunOnce(
+                [&] {
+                    return calls.Api().CompleteUpload(record.key.remote, target, record.id, MakeAttributes(),
+                                                      calls.CancelEvent());
+                },
+                [&] { return WhetherCompleted(calls, record, target); }),
             "cannot complete the upload to " + Printable(record.key.remote) + " as " + Printable(target));
     Require(store.Remove(record.key), "cannot forget the upload to " + Printable(record.key.remote));
     PrintResult(global, Printable(target), JsonObject().Add("path", target));

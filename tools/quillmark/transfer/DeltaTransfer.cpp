@@ -19,10 +19,13 @@ using Attributes = std::shared_ptr<IServerAttributes>;
 constexpr DWORD PlainDelta = 0;
 constexpr DWORD OverwriteOrAppendDelta = 1;
 
+constexpr DWORD JobMissing = SERVER_ERROR_BASE + 1002;
+
 // The states of a job.
 constexpr DWORD JobWaitsForCommit = 1;
 constexpr DWORD JobInProgress = 2;
 constexpr DWORD JobFailed = 3;
+constexpr DWORD JobUnknown = 4;
 
 Attributes RequireItem(Calls& calls, const WideString& server) {
     Attributes item;
@@ -135,7 +138,23 @@ std::optional<DWORD> SettleCommit(Calls& calls, const WideString& server, const 
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    return IsStored(*item, sent) ? std::optional<DWORD>(ERROR_SUCCESS) : std::nullopt;
+    const bool replaced = item->GetRevision() != sent.GetRevision();
+    return replaced && IsStored(*item, sent) ? std::optional<DWORD>(ERROR_SUCCESS) : std::nullopt;
+}
+
+DWORD FindJob(Calls& calls, const GUID& job) {
+    AsyncDeltaJobList jobs = {{job, 0}};
+    const DWORD error = calls.Run([&] { return calls.Api().AsyncDeltaStatus(jobs, calls.CancelEvent()); });
+    return error == ERROR_SUCCESS && jobs.front().state == JobUnknown ? JobMissing : error;
+}
+
+// The item is not known here; but a job that was there ends with its commit.
+std::optional<DWORD> SettleCommit(Calls& calls, const GUID& job) {
+    const DWORD error = FindJob(calls, job);
+    if (error == ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    return error == JobMissing ? ERROR_SUCCESS : error;
 }
 
 }  // namespace
@@ -222,10 +241,16 @@ ExitCode PutAsyncDelta(Calls& calls, const DeltaPut& put, bool commit) {
 }
 
 void CommitJob(Calls& calls, const GUID& job, const WideString& local, const std::string& revision) {
+    const std::string what = "cannot commit the job " + GuidText(job);
     const Attributes attributes = NewAttributes(local, revision);
-    Require(calls.Api().AsyncDeltaCommit(job, attributes, static_cast<std::uint64_t>(attributes->GetSize()),
-                                         calls.CancelEvent()),
-            "cannot commit the job " + GuidText(job));
+    Require(FindJob(calls, job), what);
+    Require(calls.RunOnce(
+                [&] {
+                    return calls.Api().AsyncDeltaCommit(
+                        job, attributes, static_cast<std::uint64_t>(attributes->GetSize()), calls.CancelEvent());
+                },
+                [&] { return SettleCommit(calls, job); }),
+            what);
 }
 
 ExitCode GetDelta(Calls& calls, const WideString& server, const WideString& local, const WideString& base, bool quiet) {
