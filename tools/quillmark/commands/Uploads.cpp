@@ -72,14 +72,19 @@ ExitCode List(const GlobalOptions& global) {
     return ExitCode::Success;
 }
 
+// How far the server has come with an upload.
+DWORD Ask(Calls& calls, const UploadRecord& record, std::int64_t& received, bool& locked) {
+    return calls.Run([&] {
+        return calls.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
+                                                      calls.CancelEvent());
+    });
+}
+
 // "ID, bytes that the server has, of how many, state, remote, local"
 void ShowState(Calls& calls, const UploadRecord& record) {
     std::int64_t received = 0;
     bool locked = false;
-    const DWORD error = calls.Run([&] {
-        return calls.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
-                                                      calls.CancelEvent());
-    });
+    const DWORD error = Ask(calls, record, received, locked);
     if (error != UploadUnknown) {
         Require(error, "cannot ask for the upload to " + Printable(record.key.remote));
     }
@@ -124,10 +129,7 @@ ExitCode Cancel(const UploadsOptions& options, const GlobalOptions& global) {
 std::optional<DWORD> WhetherCompleted(Calls& calls, const UploadRecord& record, const WideString& target) {
     std::int64_t received = 0;
     bool locked = false;
-    DWORD error = calls.Run([&] {
-        return calls.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
-                                                      calls.CancelEvent());
-    });
+    DWORD error = Ask(calls, record, received, locked);
     if (error == ERROR_SUCCESS) {
         return std::nullopt;
     }
