@@ -112,7 +112,11 @@ TEST_F(DoctorCommandTest, NamesAServerOfAnotherProduct) {
 }
 
 TEST_F(DoctorCommandTest, NamesALostConnectionWithoutSendingToItself) {
-    const test::RawServer server(Answering({{"GET /endpoints", Reply(Endpoints)}}));
+    const test::RawServer server([](test::Peer& peer) {
+        if (peer.ReadHead().starts_with("GET /endpoints")) {
+            peer.Send(Reply(Endpoints));
+        }
+    });
     const ProcessResult result = Doctor("http://127.0.0.1:" + std::to_string(server.Port()));
     EXPECT_EQ(std::string::npos, result.output.find("'quillmark doctor'")) << result.output;
     EXPECT_NE(std::string::npos, result.output.find("FAILED  ")) << result.output;
