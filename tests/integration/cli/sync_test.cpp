@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <csignal>
+#include <functional>
 
 #include "integration/cli/TransferTreeTest.h"
 
@@ -18,8 +19,9 @@ protected:
         Write("tree/new", "333");
         std::filesystem::remove(Local("tree/one"));
     }
-    // Answers on a terminal; its exit code, and what it showed.
-    std::pair<int, std::string> OnTerminal(const Arguments& arguments, const std::string& answer) {
+    // Answers on a terminal, after what happens meanwhile; its exit code, and what it showed.
+    std::pair<int, std::string> OnTerminal(
+        const Arguments& arguments, const std::string& answer, const std::function<void()>& meanwhile = [] {}) {
         const Arguments command = Command(arguments);
         const Process::Environment environment = HomeEnvironment();
         int terminal = -1;
@@ -43,6 +45,7 @@ protected:
             shown.append(bytes, static_cast<std::size_t>(got));
             if (!answered && shown.find("[y/N] ") != std::string::npos) {
                 answered = true;
+                meanwhile();
                 if (answer == "ctrl-c") {
                     ::kill(id, SIGINT);
                 } else {
@@ -161,7 +164,28 @@ TEST_F(SyncTest, WhatChangedAfterThePlanIsNotDeleted) {
     EXPECT_EQ("1", ContentOf("/copy/one"));
 }
 
-TEST_F(SyncTest, AFolderInWhichSomethingStaysIsNotDeleted) {
+TEST_F(SyncTest, ALocalFileThatChangedAfterThePlanIsNotDeleted) {
+    Diverge();
+    const auto [code, shown] = OnTerminal({"sync", "--down", "--delete", Local("tree"), "/copy"}, "y\n",
+                                          [this] { Write("tree/new", "changed meanwhile"); });
+    EXPECT_EQ(1, code);
+    EXPECT_NE(std::string::npos, shown.find("not deleted: it has changed since the plan was made")) << shown;
+    EXPECT_EQ("changed meanwhile", Read(Local("tree/new")));
+}
+
+TEST_F(SyncTest, AServerFolderInWhichSomethingStaysIsNotDeleted) {
+    WriteTree();
+    Write("tree/old/file", "x");
+    ASSERT_EQ(0, Quillmark({"sync", "-q", Local("tree"), "/copy"}).exitCode);
+    std::filesystem::remove_all(Local("tree/old"));
+    Server().AddFaults({{"method", "DELETE"}, {"path", "/api/1.7/folders/copy/old/file"}, {"kind", "stale-revision"}});
+    const ProcessResult result = Quillmark({"sync", "-q", "--delete", Local("tree"), "/copy"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("not deleted: something is still in it")) << result.errors;
+    EXPECT_EQ("x", ContentOf("/copy/old/file"));
+}
+
+TEST_F(SyncTest, ALocalFolderInWhichSomethingStaysIsNotDeleted) {
     Diverge();
     Write("tree/kept/file", "x");
     std::filesystem::permissions(Local("tree/kept"),
