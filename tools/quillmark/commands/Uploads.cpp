@@ -72,19 +72,14 @@ ExitCode List(const GlobalOptions& global) {
     return ExitCode::Success;
 }
 
-// How far the server has come with an upload.
-DWORD Ask(Calls& calls, const UploadRecord& record, std::int64_t& received, bool& locked) {
-    return calls.Run([&] {
-        return calls.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
-                                                      calls.CancelEvent());
-    });
-}
-
 // "ID, bytes that the server has, of how many, state, remote, local"
 void ShowState(Calls& calls, const UploadRecord& record) {
     std::int64_t received = 0;
     bool locked = false;
-    const DWORD error = Ask(calls, record, received, locked);
+    const DWORD error = calls.Run([&] {
+        return calls.Api().GetResumableUploadMetadata(record.key.remote, record.id, received, locked,
+                                                      calls.CancelEvent());
+    });
     if (error != UploadUnknown) {
         Require(error, "cannot ask for the upload to " + Printable(record.key.remote));
     }
@@ -125,22 +120,6 @@ ExitCode Cancel(const UploadsOptions& options, const GlobalOptions& global) {
     return ExitCode::Success;
 }
 
-// What became of a completion whose answer was lost: the server forgets an upload that has become an item.
-std::optional<DWORD> WhetherCompleted(Calls& calls, const UploadRecord& record, const WideString& target) {
-    std::int64_t received = 0;
-    bool locked = false;
-    DWORD error = Ask(calls, record, received, locked);
-    if (error == ERROR_SUCCESS) {
-        return std::nullopt;
-    }
-    if (error != UploadUnknown) {
-        return error;
-    }
-    std::shared_ptr<IServerAttributes> item;
-    error = calls.Run([&] { return calls.Api().GetPathAttributes(target, item, calls.CancelEvent()).error; });
-    return error == ERROR_SUCCESS && item->GetSize() != record.file.size ? UploadUnknown : error;
-}
-
 ExitCode Complete(const UploadsOptions& options, const GlobalOptions& global) {
     Client client(global);
     client.Resume();
@@ -156,13 +135,10 @@ ExitCode Complete(const UploadsOptions& options, const GlobalOptions& global) {
     if (options.newPath.ends_with('/')) {
         target = JoinPath(target, LeafName(record.key.remote));
     }
-    Calls& calls = client.MainCalls();
-    Require(calls.RunOnce(
-                [&] {
-                    return calls.Api().CompleteUpload(record.key.remote, target, record.id, MakeAttributes(),
-                                                      calls.CancelEvent());
-                },
-                [&] { return WhetherCompleted(calls, record, target); }),
+    Require(client.Run([&] {
+        return client.Api().CompleteUpload(record.key.remote, target, record.id, MakeAttributes(),
+                                           client.CancelEvent());
+    }),
             "cannot complete the upload to " + Printable(record.key.remote) + " as " + Printable(target));
     Require(store.Remove(record.key), "cannot forget the upload to " + Printable(record.key.remote));
     PrintResult(global, Printable(target), JsonObject().Add("path", target));
