@@ -27,7 +27,10 @@ enum class ExitCode : int {
 // The number's name, "HTTP_STATUS_NOT_FOUND"; empty for one that has none.
 [[nodiscard]] std::string ErrorName(DWORD error);
 
-// What to do about it, a whole sentence; empty when there is nothing to say.
+// Words of the caller's own with the number and its name: "the name is taken (183) [ERROR_ALREADY_EXISTS]".
+[[nodiscard]] std::string WithNumber(const std::string& words, DWORD error);
+
+// What to do about it, a whole sentence; empty only for a cancelled one.
 [[nodiscard]] std::string NextStep(DWORD error);
 
 // All of them: "the server has no such item (20404) [HTTP_STATUS_NOT_FOUND]. Look with 'quillmark ls' at what is

@@ -107,6 +107,29 @@ TEST_F(DeltaCommandTest, AsyncPutWaitsAndCommits) {
     EXPECT_TRUE(ContentOf("/f") == after);
 }
 
+// The commit's path has the job's identifier, which nobody knows before: the second request below it that changes
+// something is the commit, the first one starts the job.
+TEST_F(DeltaCommandTest, AsyncPutWhoseCommitsAnswerWasLostHasSucceeded) {
+    Server().AddFaults(
+        {{{"method", "POST"}, {"path", "/api/1.7/asdelta/"}, {"match", "prefix"}, {"kind", "delay"}},
+         {{"method", "POST"}, {"path", "/api/1.7/asdelta/"}, {"match", "prefix"}, {"kind", "end"}, {"at", "in-body"}}});
+    const ProcessResult result =
+        Quillmark({"--retries", "2", "put", "--async-delta", Local("old"), Local("new"), "/f"});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ(0u, Server().UnusedFaults());
+    EXPECT_TRUE(ContentOf("/f") == after);
+}
+
+TEST_F(DeltaCommandTest, ACancellationWhoseAnswerWasLostHasSucceeded) {
+    const std::string job = StartJob();
+    StateOf(job);
+    Server().AddFaults({{"method", "DELETE"}, {"path", "/api/1.7/asdelta/" + job}, {"kind", "end"}, {"at", "in-body"}});
+    const ProcessResult result = Quillmark({"--retries", "2", "delta-jobs", "cancel", job});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ(0u, Server().UnusedFaults());
+    EXPECT_EQ(job + "\tunknown\n", StateOf(job));
+}
+
 TEST_F(DeltaCommandTest, AJobWaitsForItsCommit) {
     const std::string job = StartJob();
     EXPECT_EQ(job + "\tpending-commit\n", StateOf(job));
@@ -114,6 +137,31 @@ TEST_F(DeltaCommandTest, AJobWaitsForItsCommit) {
     EXPECT_EQ("", OutputOf({"delta-jobs", "commit", job, Local("new")}));
     EXPECT_TRUE(ContentOf("/f") == after);
     EXPECT_EQ(job + "\tunknown\n", StateOf(job));
+}
+
+TEST_F(DeltaCommandTest, ACommitWhoseAnswerWasLostHasSucceeded) {
+    const std::string job = StartJob();
+    StateOf(job);
+    Server().AddFaults({{"method", "POST"}, {"path", "/api/1.7/asdelta/" + job}, {"kind", "end"}, {"at", "in-body"}});
+    const ProcessResult result = Quillmark({"--retries", "2", "delta-jobs", "commit", job, Local("new")});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ(0u, Server().UnusedFaults());
+    EXPECT_EQ(1u, Server().RequestCount("POST", "/api/1.7/asdelta/" + job));
+    EXPECT_TRUE(ContentOf("/f") == after);
+}
+
+TEST_F(DeltaCommandTest, ACommitThatDidNotHappenIsRepeated) {
+    const std::string job = StartJob();
+    StateOf(job);
+    Server().AddFaults({{"method", "POST"},
+                        {"path", "/api/1.7/asdelta/" + job},
+                        {"kind", "reply"},
+                        {"status", 502},
+                        {"body", "busy"}});
+    const ProcessResult result = Quillmark({"--retries", "2", "delta-jobs", "commit", job, Local("new")});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ(0u, Server().UnusedFaults());
+    EXPECT_TRUE(ContentOf("/f") == after);
 }
 
 TEST_F(DeltaCommandTest, ACancelledJobLeavesTheItem) {

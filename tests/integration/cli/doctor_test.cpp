@@ -107,7 +107,21 @@ TEST_F(DoctorCommandTest, NamesAServerOfAnotherProduct) {
     const ProcessResult result = Doctor("http://127.0.0.1:" + std::to_string(page.Port()));
     EXPECT_EQ(9, result.exitCode);
     ExpectLine("ok      port        ", result.output);
-    ExpectLine("FAILED  endpoints   the server offers no API that this client speaks (19006)", result.output);
+    ExpectLine(
+        "FAILED  endpoints   the server offers no API that this client speaks (19006) [ERROR_INCOMPATIBLE_SERVER]. "
+        "Check that the address is the server's own, and its scheme http or https.\n",
+        result.output);
+}
+
+TEST_F(DoctorCommandTest, NamesALostConnectionWithoutSendingToItself) {
+    const test::RawServer server([](test::Peer& peer) {
+        if (peer.ReadHead().starts_with("GET /endpoints")) {
+            peer.Send(Reply(Endpoints));
+        }
+    });
+    const ProcessResult result = Doctor("http://127.0.0.1:" + std::to_string(server.Port()));
+    EXPECT_EQ(std::string::npos, result.output.find("'quillmark doctor'")) << result.output;
+    EXPECT_NE(std::string::npos, result.output.find("FAILED  ")) << result.output;
 }
 
 TEST_F(DoctorCommandTest, NamesTheVersionsOfAServerThatIsTooNew) {

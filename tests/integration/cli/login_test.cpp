@@ -50,7 +50,7 @@ TEST_F(LoginCommandTest, NamesThePasswordFileThatIsMissing) {
     EXPECT_EQ(8, result.exitCode);
     EXPECT_EQ(
         "quillmark: cannot read the password file '/nonexistent/password': the local folder does not exist (3) "
-        "[ERROR_PATH_NOT_FOUND]\n",
+        "[ERROR_PATH_NOT_FOUND]. Check the path, or make the folder first.\n",
         result.errors);
 }
 
@@ -148,7 +148,7 @@ TEST_F(LoginCommandTest, NamesTheAuthorityFileThatIsNone) {
     const ProcessResult missing = Quillmark({"--ca", Local("missing"), "ls"});
     EXPECT_EQ(8, missing.exitCode);
     EXPECT_EQ("quillmark: cannot read the certificates '" + Local("missing") +
-                  "': the local file does not exist (2) [ERROR_FILE_NOT_FOUND]\n",
+                  "': the local file does not exist (2) [ERROR_FILE_NOT_FOUND]. Check the path.\n",
               missing.errors);
 }
 

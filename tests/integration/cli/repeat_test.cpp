@@ -119,6 +119,29 @@ TEST_F(RepeatTest, ADeletionWhoseAnswerWasLostHasSucceeded) {
     EXPECT_EQ("", OutputOf({"ls"}));
 }
 
+TEST_F(RepeatTest, AReplacementOfOneRevisionWhoseAnswerWasLostIsNoConflict) {
+    ASSERT_EQ(0, Quillmark({"put", Write("file", "old"), "/f"}).exitCode);
+    const std::string revision = RevisionOf("/f");
+    LoseAnswer("POST", "/api/1.7/folders/f");
+    Server().ResetStatistics();
+    const ProcessResult result = Repeating({"put", "--revision", revision, Write("file", "newer"), "/f"});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ(1u, Server().RequestCount("POST", "/api/1.7/folders/f"));
+    EXPECT_EQ(0u, Server().UnusedFaults());
+    EXPECT_EQ("newer", ContentOf("/f"));
+}
+
+TEST_F(RepeatTest, AnUnlockingWhoseAnswerWasLostHasSucceeded) {
+    OutputOf({"mkdir", "/a"});
+    OutputOf({"lock", "/a"});
+    LoseAnswer("DELETE", "/api/1.7/locking/a");
+    Server().ResetStatistics();
+    const ProcessResult result = Repeating({"unlock", "/a"});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ(1u, Server().RequestCount("DELETE", "/api/1.7/locking/a"));
+    EXPECT_EQ("unlocked\n", OutputOf({"lock-state", "/a"}));
+}
+
 TEST_F(RepeatTest, AShareWhoseAnswerWasLostIsNotSentTwice) {
     OutputOf({"mkdir", "/a"});
     LoseAnswer("POST", "/api/1.7/share");

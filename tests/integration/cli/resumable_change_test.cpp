@@ -99,6 +99,25 @@ TEST_F(ResumableChangeTest, TheSameFileToAnotherPathIsAnotherUpload) {
     EXPECT_EQ(2u, Posts());
 }
 
+TEST_F(ResumableChangeTest, ACompletionWhoseAnswerWasLostHasSucceeded) {
+    WriteFile("old");
+    ASSERT_EQ(0, Quillmark({"put", Local("file"), "/f"}).exitCode);
+    const std::string revision = RevisionOf("/f");
+    const std::string content = Noise(3 * ChunkSize);
+    WriteFile(content);
+    SendPart(2, {"--revision", revision});
+    ASSERT_EQ(0, Quillmark({"put", Write("theirs", "their content"), "/f"}).exitCode);
+    ASSERT_EQ(6, Send({"--revision", revision}).exitCode);
+
+    Server().AddFaults({{"method", "POST"}, {"path", "/api/1.7/resume/upload/f"}, {"kind", "end"}, {"at", "in-body"}});
+    const ProcessResult completed = Quillmark({"--retries", "2", "uploads", "complete", "/f", "/ours"});
+    EXPECT_EQ(0, completed.exitCode) << completed.errors;
+    EXPECT_EQ("/ours\n", completed.output);
+    EXPECT_EQ(0u, Server().UnusedFaults());
+    EXPECT_TRUE(ContentOf("/ours") == content);
+    EXPECT_EQ("", OutputOf({"uploads"}));
+}
+
 // Another device replaces the item while the upload waits.
 TEST_F(ResumableChangeTest, AConflictAtTheEndKeepsTheBytesForAnotherName) {
     WriteFile("old");

@@ -1,7 +1,9 @@
 // quillmark sync: the plan first, then what it says; in both directions; what is deleted and what never is.
 #include <pty.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <csignal>
+#include <functional>
 
 #include "integration/cli/TransferTreeTest.h"
 
@@ -17,8 +19,9 @@ protected:
         Write("tree/new", "333");
         std::filesystem::remove(Local("tree/one"));
     }
-    // Answers on a terminal; its exit code, and what it showed.
-    std::pair<int, std::string> OnTerminal(const Arguments& arguments, const std::string& answer) {
+    // Answers on a terminal, after what happens meanwhile; its exit code, and what it showed.
+    std::pair<int, std::string> OnTerminal(
+        const Arguments& arguments, const std::string& answer, const std::function<void()>& meanwhile = [] {}) {
         const Arguments command = Command(arguments);
         const Process::Environment environment = HomeEnvironment();
         int terminal = -1;
@@ -42,6 +45,7 @@ protected:
             shown.append(bytes, static_cast<std::size_t>(got));
             if (!answered && shown.find("[y/N] ") != std::string::npos) {
                 answered = true;
+                meanwhile();
                 if (answer == "ctrl-c") {
                     ::kill(id, SIGINT);
                 } else {
@@ -158,6 +162,70 @@ TEST_F(SyncTest, WhatChangedAfterThePlanIsNotDeleted) {
     EXPECT_NE(std::string::npos, result.errors.find("not deleted: it has changed since the plan was made\n"))
         << result.errors;
     EXPECT_EQ("1", ContentOf("/copy/one"));
+}
+
+TEST_F(SyncTest, ALocalFileThatChangedAfterThePlanIsNotDeleted) {
+    Diverge();
+    const auto [code, shown] = OnTerminal({"sync", "--down", "--delete", Local("tree"), "/copy"}, "y\n",
+                                          [this] { Write("tree/new", "changed meanwhile"); });
+    EXPECT_EQ(1, code);
+    EXPECT_NE(std::string::npos, shown.find("not deleted: it has changed since the plan was made")) << shown;
+    EXPECT_EQ("changed meanwhile", Read(Local("tree/new")));
+}
+
+TEST_F(SyncTest, AServerFolderInWhichSomethingStaysIsNotDeleted) {
+    WriteTree();
+    Write("tree/old/file", "x");
+    ASSERT_EQ(0, Quillmark({"sync", "-q", Local("tree"), "/copy"}).exitCode);
+    std::filesystem::remove_all(Local("tree/old"));
+    Server().AddFaults({{"method", "DELETE"}, {"path", "/api/1.7/folders/copy/old/file"}, {"kind", "stale-revision"}});
+    const ProcessResult result = Quillmark({"sync", "-q", "--delete", Local("tree"), "/copy"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("not deleted: something is still in it")) << result.errors;
+    EXPECT_EQ("x", ContentOf("/copy/old/file"));
+}
+
+TEST_F(SyncTest, ALocalFolderInWhichSomethingStaysIsNotDeleted) {
+    Diverge();
+    Write("tree/kept/file", "x");
+    std::filesystem::permissions(Local("tree/kept"),
+                                 std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
+    const ProcessResult result = Unprivileged({"sync", "-q", "--down", "--delete", Local("tree"), "/copy"});
+    std::filesystem::permissions(Local("tree/kept"), std::filesystem::perms::owner_all);
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("not deleted: access to the local file is denied (5)"))
+        << result.errors;
+    EXPECT_NE(std::string::npos, result.errors.find("not deleted: something is still in it")) << result.errors;
+    EXPECT_EQ("x", Read(Local("tree/kept/file")));
+}
+
+TEST_F(SyncTest, TellsWhatItLeavesOutAndWhy) {
+    WriteTree();
+    ASSERT_EQ(0, ::mkfifo(Local("tree/pipe").c_str(), 0600));
+    std::filesystem::create_directory_symlink("sub", Local("tree/link"));
+    const std::string told = "skipped, a link to a folder: " + Local("tree/link") +
+                             "\nskipped, a pipe, socket or device: " + Local("tree/pipe") + "\n";
+    EXPECT_EQ(told, Quillmark({"sync", "--dry-run", Local("tree"), "/copy"}).errors);
+    const std::string plan = Quillmark({"--json", "sync", "--dry-run", Local("tree"), "/copy"}).output;
+    EXPECT_NE(std::string::npos, plan.find("{\"type\":\"plan\",\"action\":\"skip\",\"local\":\"" + Local("tree/pipe")))
+        << plan;
+    Expect(0,
+           "make folder /copy\nput " + Local("tree/one") + " to /copy/one (new, 1 byte)\nmake folder /copy/empty\n" +
+               "make folder /copy/sub\nput " + Local("tree/sub/two") + " to /copy/sub/two (new, 2 bytes)\n" +
+               "2 to send, 3 bytes, 0 to delete, 0 same\n/copy/one\n/copy/sub/two\n",
+           told + "2 files, 3 folders, 3 bytes, 2 skipped, 0 failed\n",
+           {"sync", "--jobs", "1", Local("tree"), "/copy"});
+}
+
+TEST_F(SyncTest, ALinkThatLeadsNowhereIsAFailureThatSaysSo) {
+    WriteTree();
+    std::filesystem::create_symlink("none", Local("tree/link"));
+    const ProcessResult result = Quillmark({"sync", "-q", Local("tree"), "/copy"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos,
+              result.errors.find(Local("tree/link") + ": the local name is a link that leads nowhere (1921)"))
+        << result.errors;
+    EXPECT_EQ("22", ContentOf("/copy/sub/two"));
 }
 
 TEST_F(SyncTest, IsSilentAboutWhatIsTheSame) {

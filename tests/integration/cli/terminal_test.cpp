@@ -241,8 +241,8 @@ TEST_F(TerminalTest, FailuresStayOnTheScreen) {
     PseudoTerminal terminal(Command({"put", Local("tree"), "/copy"}), HomeEnvironment(), 200, 24);
     EXPECT_EQ(1, terminal.Wait());
     EXPECT_EQ("failed: " + Local("tree/dangling") +
-                  ": the local file does not exist (2) [ERROR_FILE_NOT_FOUND]\n1 file, 1 folder, 1 byte, 0 skipped, 1 "
-                  "failed\n",
+                  ": the local name is a link that leads nowhere (1921) [ERROR_CANT_RESOLVE_FILENAME]\n"
+                  "Repair the link, or leave it out with --exclude.\n1 file, 1 folder, 1 byte, 0 skipped, 1 failed\n",
               Left(terminal));
 }
 

@@ -127,7 +127,8 @@ TEST_F(TransferCommandTest, PutFollowsLinksToFilesAndSkipsLinksToFolders) {
     EXPECT_EQ(1, result.exitCode);
     EXPECT_NE(std::string::npos, result.errors.find("skipped, a link to a folder: " + tree + "/folder-link\n"));
     EXPECT_NE(std::string::npos,
-              Facts(result.errors).find("failed: " + tree + "/dangling: the local file does not exist (2)\n"));
+              Facts(result.errors)
+                  .find("failed: " + tree + "/dangling: the local name is a link that leads nowhere (1921)\n"));
     EXPECT_EQ("empty/\nlink\none\nsub/\n", OutputOf({"ls", "/copy"}));
 }
 

@@ -216,8 +216,9 @@ TEST_F(TransferTreeTest, AFileAndAFolderOfOneNameFailAndTheRestGoesOn) {
     OutputOf({"mkdir", "/copy", "/copy/one", "/copy/one/inside"});
     ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", "x"), "/copy/sub"}).exitCode);
     Expect(1, "",
-           "failed: " + tree + "/one: a folder stands where the file is to go\n" + "failed: " + tree +
-               "/sub: a file stands where the folder is to go\n" + "0 files, 2 folders, 0 bytes, 0 skipped, 2 failed\n",
+           "failed: " + tree + "/one: a folder stands where the file is to go (267)\n" + "failed: " + tree +
+               "/sub: a file stands where the folder is to go (267)\n" +
+               "0 files, 2 folders, 0 bytes, 0 skipped, 2 failed\n",
            {"put", "-q", "--delete", tree, "/copy"});
     EXPECT_EQ("/copy/\n/copy/empty/\n/copy/one/\n/copy/sub\n/copy/one/inside/\n", OutputOf({"ls", "-R"}));
 }
@@ -328,7 +329,7 @@ TEST_F(LimitedFolderTest, AFileBeyondTheLimitFailsBeforeAByteIsSent) {
     Write("tree/large", std::string(1001, 'x'));
     Expect(1, "/Small/copy/fits\n",
            "failed: " + Local("tree/large") +
-               ": it has 1001 bytes, and this folder of the server takes files of up to 1000\n"
+               ": it has 1001 bytes, and this folder of the server takes files of up to 1000 (223)\n"
                "1 file, 1 folder, 1000 bytes, 0 skipped, 1 failed\n",
            {"put", Local("tree"), "/Small/copy"});
     EXPECT_EQ(0u, Server().RequestCount("POST", "/api/1.7/folders/Small/copy/large"));

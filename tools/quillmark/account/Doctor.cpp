@@ -47,12 +47,20 @@ Finding Skipped(const char* check, std::string why) {
     return {check, Health::NotChecked, std::move(why), "", ERROR_SUCCESS, ExitCode::Success};
 }
 
+// The usual next step, for somebody who is looking closer already.
+std::string StepHere(DWORD error) {
+    const std::string elsewhere = "; 'quillmark doctor' looks closer";
+    std::string step = NextStep(error);
+    const std::size_t at = step.find(elsewhere);
+    return at == std::string::npos ? step : step.erase(at, elsewhere.size());
+}
+
 Finding Bad(const char* check, DWORD error, const std::string& nextStep = "") {
     const std::string name = ErrorName(error);
     return {check,
             Health::Bad,
             ErrorReason(error) + (name.empty() ? "" : " [" + name + "]"),
-            nextStep.empty() ? NextStep(error) : nextStep,
+            nextStep.empty() ? StepHere(error) : nextStep,
             error,
             ExitCodeFor(error, false)};
 }
@@ -73,10 +81,9 @@ Finding EndpointsFinding(const ProbeWinHttp& probe, DWORD error) {
     const std::vector<std::string> versions = MemberNames(probe.Endpoints(), "sync");
     if (probe.ApiPath().empty()) {
         const std::string offers =
-            versions.empty() ? "" : " It offers " + Joined(versions) + ", this client needs 1.x.";
-        return Bad(
-            "endpoints", error,
-            NextStep(error) + offers + " Check that the address is the server's own, and its scheme http or https.");
+            versions.empty() ? "" : "It offers " + Joined(versions) + ", this client needs 1.x. ";
+        return Bad("endpoints", error,
+                   offers + "Check that the address is the server's own, and its scheme http or https.");
     }
     const std::vector<std::string> statistics = MemberNames(probe.Endpoints(), "audit");
     return Good("endpoints", "offers API " + Joined(versions) + "; uses " + Printable(WidenUtf8(probe.ApiPath())) +

@@ -19,8 +19,9 @@ constexpr DWORD OverwriteOrAppendDelta = 1;
 constexpr DWORD JobWaitsForCommit = 1;
 constexpr DWORD JobInProgress = 2;
 constexpr DWORD JobFailed = 3;
+constexpr DWORD JobUnknown = 4;
 
-constexpr DWORD JobUnknown = SERVER_ERROR_BASE + 1002;
+constexpr DWORD JobMissing = SERVER_ERROR_BASE + 1002;
 
 // The record of the new contents, as the delta's upload sends it.
 DWORD NewAttributes(const WideString& local, const std::string& revision, Attributes& attributes) {
@@ -96,7 +97,23 @@ std::optional<DWORD> SettleCommit(Calls& calls, const WideString& server, const 
     if (error != ERROR_SUCCESS) {
         return error;
     }
-    return IsStored(*item, sent) ? std::optional<DWORD>(ERROR_SUCCESS) : std::nullopt;
+    const bool replaced = item->GetRevision() != sent.GetRevision();
+    return replaced && IsStored(*item, sent) ? std::optional<DWORD>(ERROR_SUCCESS) : std::nullopt;
+}
+
+DWORD FindJob(Calls& calls, const GUID& job) {
+    AsyncDeltaJobList jobs = {{job, 0}};
+    const DWORD error = calls.Run([&] { return calls.Api().AsyncDeltaStatus(jobs, calls.CancelEvent()); });
+    return error == ERROR_SUCCESS && jobs.front().state == JobUnknown ? JobMissing : error;
+}
+
+// The item is not known here; but a job that was there ends with its commit.
+std::optional<DWORD> SettleCommit(Calls& calls, const GUID& job) {
+    const DWORD error = FindJob(calls, job);
+    if (error == ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    return error == JobMissing ? ERROR_SUCCESS : error;
 }
 
 }  // namespace
@@ -133,7 +150,7 @@ DWORD AwaitDeltaJob(Calls& calls, const GUID& job) {
             return error;
         }
         if (jobs[0].state != JobInProgress) {
-            return jobs[0].state == JobFailed ? SERVER_ERROR_REVISION_MISMATCH : JobUnknown;
+            return jobs[0].state == JobFailed ? SERVER_ERROR_REVISION_MISMATCH : JobMissing;
         }
         if (!calls.Pause(std::chrono::milliseconds(pause))) {
             return ERROR_CANCELLED;
@@ -151,8 +168,13 @@ DWORD CommitDeltaJob(Calls& calls, const GUID& job, const DeltaPut& put, std::sh
 
 DWORD CommitDeltaJob(Calls& calls, const GUID& job, const WideString& local, const std::string& revision) {
     Attributes attributes;
-    const DWORD error = NewAttributes(local, revision, attributes);
-    return error == ERROR_SUCCESS ? Commit(calls, job, attributes) : error;
+    DWORD error = NewAttributes(local, revision, attributes);
+    if (error == ERROR_SUCCESS) {
+        error = FindJob(calls, job);
+    }
+    return error == ERROR_SUCCESS
+               ? calls.RunOnce([&] { return Commit(calls, job, attributes); }, [&] { return SettleCommit(calls, job); })
+               : error;
 }
 
 DWORD FetchDelta(Calls& calls, const WideString& server, const std::shared_ptr<IServerAttributes>& item,

@@ -39,7 +39,7 @@ struct DeltaSizes {
 [[nodiscard]] DWORD CommitDeltaJob(Calls& calls, const GUID& job, const DeltaPut& put,
                                    std::shared_ptr<IServerAttributes>& stored);
 
-// The same for a job of which only the local file is known: nobody can tell what became of it when the answer is lost.
+// The same for a job of which only the local file is known. 21002: the server does not know the job.
 [[nodiscard]] DWORD CommitDeltaJob(Calls& calls, const GUID& job, const WideString& local, const std::string& revision);
 
 // Fetches what differs between base, a local file, and an item, and puts the item's contents together in target, with

@@ -50,11 +50,6 @@ const char* ActionWord(const PlanStep& step, Direction direction) {
     return "skip";
 }
 
-bool IsWorthTelling(const PlanStep& step) {
-    return step.kind != StepKind::Skip || step.reason == StepReason::FolderLink || step.reason == StepReason::Special ||
-           step.reason == StepReason::Unfinished;
-}
-
 JsonObject StepObject(const TransferOptions& options, const PlanStep& step) {
     JsonObject object;
     object.Add("type", "plan").Add("action", ActionWord(step, options.direction));
@@ -67,6 +62,11 @@ JsonObject StepObject(const TransferOptions& options, const PlanStep& step) {
 }
 
 }  // namespace
+
+bool IsWorthTelling(const PlanStep& step) {
+    return step.kind != StepKind::Skip || step.reason == StepReason::FolderLink || step.reason == StepReason::Special ||
+           step.reason == StepReason::Unfinished;
+}
 
 void PlanCounts::Add(const PlanStep& step) {
     switch (step.kind) {

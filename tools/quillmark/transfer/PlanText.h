@@ -22,6 +22,10 @@ struct PlanCounts {
     [[nodiscard]] std::string Line() const;
 };
 
+// Whether a person wants to know of a step: it does something, prevents something or leaves something out for a reason
+// that nobody gave.
+[[nodiscard]] bool IsWorthTelling(const PlanStep& step);
+
 // Prints one step as far as it does or prevents something: what will be done on standard output, the rest on standard
 // error; with --json each as an object on standard output. would: "would put ..." in place of "put ...".
 void PrintStep(const GlobalOptions& global, const TransferOptions& options, const PlanStep& step, bool would);

@@ -63,9 +63,9 @@ std::string Left(std::uint64_t count, bool complete) {
 // Why a step cannot be carried out: what the plan found, or an error of the listing.
 TransferResult FailedStep(const PlanStep& step) {
     TransferResult result = FailedWith(ReasonError(step));
-    if (step.reason != StepReason::Unreadable) {
-        result.why = ReasonText(step);
-        result.nextStep.clear();
+    result.why = ReasonText(step);
+    if (step.reason == StepReason::TooLarge) {
+        result.nextStep = "'quillmark folders' shows the largest file of each folder.";
     }
     return result;
 }
@@ -73,7 +73,8 @@ TransferResult FailedStep(const PlanStep& step) {
 // The local item may not be what the plan saw.
 DWORD DeleteLocalItem(const PlanStep& step, const WideString& path) {
     if (step.folder) {
-        return RemoveDirectoryW(path.c_str()) != FALSE ? ERROR_SUCCESS : GetLastError();
+        const DWORD error = RemoveDirectoryW(path.c_str()) != FALSE ? ERROR_SUCCESS : GetLastError();
+        return error == ERROR_DIR_NOT_EMPTY ? DWORD{ERROR_FILE_INVALID} : error;  // something came into it, or stayed
     }
     TreeEntry present;
     TreeEntry planned;
@@ -249,7 +250,8 @@ void TransferEngine::Delete(const PlanStep& step) {
         result.why = "not deleted: " + result.why;
     }
     if (error == ERROR_FILE_INVALID) {
-        result.why = "not deleted: it has changed since the plan was made";
+        result.why = step.folder ? "not deleted: something is still in it"
+                                 : "not deleted: it has changed since the plan was made";
         result.nextStep.clear();
     }
     Tell(file, result);
@@ -357,6 +359,7 @@ DWORD ReasonError(const PlanStep& step) {
 }
 
 std::string ReasonText(const PlanStep& step) {
+    const DWORD error = ReasonError(step);
     switch (step.reason) {
         case StepReason::Same:
             return "the same already";
@@ -371,16 +374,20 @@ std::string ReasonText(const PlanStep& step) {
         case StepReason::OnlyInTarget:
             return "only the target has it";
         case StepReason::NotLocalName:
-            return "it cannot be a local name (" + std::to_string(ReasonError(step)) + ")";
+            return WithNumber("it cannot be a local name", error);
         case StepReason::NameTaken:
-            return "its name is the same as another item's on this system";
+            return WithNumber("its name is the same as another item's on this system", error);
         case StepReason::WrongKind:
-            return step.folder ? "a file stands where the folder is to go" : "a folder stands where the file is to go";
+            return WithNumber(
+                step.folder ? "a file stands where the folder is to go" : "a folder stands where the file is to go",
+                error);
         case StepReason::TooLarge:
-            return "it has " + std::to_string(step.size) +
-                   " bytes, and this folder of the server takes files of up to " + std::to_string(step.limit);
+            return WithNumber("it has " + std::to_string(step.size) +
+                                  " bytes, and this folder of the server takes files of up to " +
+                                  std::to_string(step.limit),
+                              error);
         default:
-            return ErrorReason(ReasonError(step));
+            return FailedWith(error).why;
     }
 }
 

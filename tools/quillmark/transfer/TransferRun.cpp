@@ -299,7 +299,7 @@ ExitCode Run::Sync(bool yes) {
     PlanCounts counts;
     const bool whole = Walk(there, [&](const PlanStep& step) {
         counts.Add(step);
-        if (step.kind != StepKind::Skip) {
+        if (IsWorthTelling(step)) {
             plan.push_back(step);
         }
         return Answer::GoOn;
@@ -308,7 +308,8 @@ ExitCode Run::Sync(bool yes) {
         return ExitCode::Cancelled;
     }
     for (const PlanStep& step : plan) {
-        if (step.kind != StepKind::Fail || m_request.dryRun) {
+        // What fails or is left out is told when it comes to it.
+        if (m_request.dryRun || (step.kind != StepKind::Fail && step.kind != StepKind::Skip)) {
             PrintStep(m_client.Options(), Options(), step, false);
         }
     }

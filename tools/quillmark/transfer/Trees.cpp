@@ -27,6 +27,9 @@ TreeEntry EntryOf(const LocalItem& item, const WideString& path) {
         // Some systems tell of the link itself.
         entry.error = LookAtLocal(path, entry);
         entry.kind = entry.error == ERROR_SUCCESS ? entry.kind : Kind::Broken;
+        if (entry.error == ERROR_FILE_NOT_FOUND || entry.error == ERROR_PATH_NOT_FOUND) {
+            entry.error = ERROR_CANT_RESOLVE_FILENAME;  // the link is there, what it leads to is not
+        }
     } else if (item.folder) {
         entry.kind = item.link ? Kind::FolderLink : Kind::Folder;
     } else {
