@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -139,6 +140,14 @@ void PrepareOutput() {
 
 WideString WithSlashes(const WideString& path) {
     return path;
+}
+
+WideString LocalPath(const WideString& path) {
+    return path;
+}
+
+bool IsReaderGone(int error) {
+    return error == EPIPE;
 }
 
 bool IsLocalName(const WideString& name) {

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Paths.h"
+#include "System.h"
 #include "Texts.h"
 #include "commands/Commands.h"
 #include "commands/TransferFlags.h"
@@ -47,15 +48,16 @@ ExitCode PutFiles(Client& client, const PutOptions& options, TransferRequest req
     request.plan.resumable = options.resumable;
     request.plan.always = options.always;
     if (!options.base.empty()) {
-        request.options.base = client.Options().Path(options.base);
+        request.options.base = LocalPath(client.Options().Path(options.base));
     }
     return RunTransfer(client, std::move(request));
 }
 
 ExitCode RunPut(const PutOptions& options, const GlobalOptions& global) {
-    const WideString local = global.Path(options.local);
-    WideString server = ServerPath(global.Path(options.remote));
-    if (options.remote.ends_with('/') && IsOwnName(LeafName(local))) {
+    const WideString local = LocalPath(global.Path(options.local));
+    const WideString remote = global.Path(options.remote);
+    WideString server = ServerPath(remote);
+    if (remote.view().ends_with(QM_W('/')) && IsOwnName(LeafName(local))) {
         server = JoinPath(server, LeafName(local));
     }
     static_cast<void>(Resumable(options));  // a wrong size or pattern is told before the server is asked
