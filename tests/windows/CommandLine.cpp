@@ -56,27 +56,45 @@ std::vector<std::wstring> CommandLineTest::NamesIn(const std::wstring& folder) c
     return names;
 }
 
-Program CommandLineTest::Start(const std::vector<std::wstring>& arguments, const PseudoConsole* console) const {
+std::wstring CommandLineTest::LineOf(const std::vector<std::wstring>& arguments) const {
     std::wstring line = L"quillmark.exe --session " + Quoted(m_session);
     for (const std::wstring& argument : arguments) {
         line += L" " + Quoted(argument);
     }
-    return StartLine(line, console);
+    return line;
 }
 
-Program CommandLineTest::StartLine(std::wstring line, const PseudoConsole* console) const {
+Program CommandLineTest::Start(const std::vector<std::wstring>& arguments, const PseudoConsole* console) const {
+    return StartLine(LineOf(arguments), console);
+}
+
+Program CommandLineTest::StartAt(const PseudoConsole& console, const std::vector<std::wstring>& arguments) const {
+    std::wstring line = LineOf(arguments);
+    STARTUPINFOEXW start = {};
+    start.StartupInfo.cb = sizeof(start);
+    start.lpAttributeList = console.Attributes();
+    PROCESS_INFORMATION process = {};
+    EXPECT_TRUE(::CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, EXTENDED_STARTUPINFO_PRESENT, nullptr,
+                                 nullptr, &start.StartupInfo, &process));
+    return Program(process);
+}
+
+Program CommandLineTest::StartLine(std::wstring line, const PseudoConsole* console, const Streams& streams) const {
     SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
     STARTUPINFOEXW start = {};
     start.StartupInfo.cb = console != nullptr ? sizeof(start) : sizeof(start.StartupInfo);
     start.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
-    start.StartupInfo.hStdOutput = OpenFor(L"output", inherited);
+    start.StartupInfo.hStdInput = streams.input;
+    start.StartupInfo.hStdOutput = streams.output != nullptr ? streams.output : OpenFor(L"output", inherited);
     start.StartupInfo.hStdError = OpenFor(L"errors", inherited);
     start.lpAttributeList = console != nullptr ? console->Attributes() : nullptr;
     PROCESS_INFORMATION process = {};
     EXPECT_TRUE(::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE,
                                  console != nullptr ? EXTENDED_STARTUPINFO_PRESENT : 0, nullptr, nullptr,
                                  &start.StartupInfo, &process));
-    ::CloseHandle(start.StartupInfo.hStdOutput);
+    if (streams.output == nullptr) {
+        ::CloseHandle(start.StartupInfo.hStdOutput);
+    }
     ::CloseHandle(start.StartupInfo.hStdError);
     return Program(process);
 }

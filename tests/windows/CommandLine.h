@@ -40,6 +40,13 @@ private:
     PROCESS_INFORMATION m_process;
 };
 
+// Where a program's input comes from and its output goes to; null: no input, and files of the test's. A handle that a
+// program shall have is inheritable.
+struct Streams {
+    HANDLE input = nullptr;
+    HANDLE output = nullptr;
+};
+
 class CommandLineTest : public ::testing::Test {
 protected:
     CommandLineTest();
@@ -53,6 +60,12 @@ protected:
     // Starts quillmark.exe with these arguments; at a console when one is given. Its output goes into files.
     [[nodiscard]] Program Start(const std::vector<std::wstring>& arguments,
                                 const PseudoConsole* console = nullptr) const;
+    // The same with these streams.
+    [[nodiscard]] Program StartWith(const Streams& streams, const std::vector<std::wstring>& arguments) const {
+        return StartLine(LineOf(arguments), nullptr, streams);
+    }
+    // The same with all that it shows on the console.
+    [[nodiscard]] Program StartAt(const PseudoConsole& console, const std::vector<std::wstring>& arguments) const;
     // Waits for the program that was started last.
     [[nodiscard]] Outcome Finish(const Program& program) const;
     [[nodiscard]] Outcome Run(const std::vector<std::wstring>& arguments) const { return Finish(Start(arguments)); }
@@ -68,7 +81,9 @@ protected:
     static void AwaitHeldUp();
 
 private:
-    [[nodiscard]] Program StartLine(std::wstring line, const PseudoConsole* console = nullptr) const;
+    [[nodiscard]] std::wstring LineOf(const std::vector<std::wstring>& arguments) const;
+    [[nodiscard]] Program StartLine(std::wstring line, const PseudoConsole* console = nullptr,
+                                    const Streams& streams = {}) const;
     [[nodiscard]] HANDLE OpenFor(const wchar_t* name, SECURITY_ATTRIBUTES& inherited) const;
 
     TempFolder m_folder{"prompt"};

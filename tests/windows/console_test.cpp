@@ -83,6 +83,25 @@ TEST_F(ConsoleTest, AResumableUploadThatControlCEndedIsContinued) {
     EXPECT_EQ(Run({L"uploads"}).output, "");
 }
 
+TEST_F(ConsoleTest, ControlCEndsAFolderOfSeveralFilesAtATimeAndTellsWhatIsLeft) {
+    ASSERT_EQ(Login().exitCode, 0u);
+    std::filesystem::create_directory(Path(L"tree"));
+    for (const wchar_t* name : {L"tree/1", L"tree/2", L"tree/3", L"tree/4", L"tree/5", L"tree/6"}) {
+        Write(name, "content");
+    }
+    Ask(HttpUrl(), L"POST", L"/control/faults",
+        R"({"method": "POST", "path": "/api/1.7/folders/tree/", "match": "prefix", "kind": "stall",
+            "direction": "request", "after": 1, "ms": 4000, "count": 3})");
+    const Outcome outcome = InterruptWhenHeldUp({L"put", L"--jobs", L"3", Path(L"tree"), L"/tree"});
+    EXPECT_EQ(outcome.exitCode, 7u);
+    EXPECT_EQ(quillmark::testing::WithoutTime(outcome.errors),
+              "6 files are left; the same command goes on where it stopped\n"
+              "0 files, 1 folder, 0 bytes, 0 skipped, 0 failed, cancelled\n");
+    const Outcome again = Run({L"put", Path(L"tree"), L"/tree"});
+    EXPECT_EQ(again.exitCode, 0u) << again.errors;
+    EXPECT_EQ(Run({L"ls", L"/tree"}).output, "1\n2\n3\n4\n5\n6\n");
+}
+
 TEST_F(ConsoleTest, APasswordIsAskedForAndNotShown) {
     ::SetEnvironmentVariableW(L"QUILLMARK_PASSWORD", nullptr);
     const std::string url = HttpUrl();

@@ -9,6 +9,7 @@
 #include "Client.h"
 #include "ErrorText.h"
 #include "Json.h"
+#include "System.h"
 
 namespace quillmark::cli {
 
@@ -16,6 +17,7 @@ namespace {
 
 // Why standard output could not be written first; a later failure tells less.
 int outputError = 0;
+bool readerGone = false;
 
 std::mutex errorMutex;
 ErrorSink errorSink;
@@ -26,8 +28,9 @@ void RequireOutput(bool written) {
     }
     if (outputError == 0) {
         outputError = errno;
+        readerGone = IsReaderGone(outputError);
     }
-    if (outputError == EPIPE) {
+    if (readerGone) {
         throw OutputClosed();
     }
     throw Failure("cannot write the output: " + std::generic_category().message(outputError), ExitCode::LocalFile);

@@ -24,6 +24,14 @@ void PrepareOutput();
 // The path with "/" between its names, whatever else the system takes there too.
 [[nodiscard]] WideString WithSlashes(const WideString& path);
 
+// A local path that another can be put together from: names are joined to it with "/", and behind its last "/" stands a
+// name. What hangs on a drive's own current folder, as "C:x" on Windows does, is told from the drive's root.
+[[nodiscard]] WideString LocalPath(const WideString& path);
+
+// Whether the standard output that could not be written, with this errno, has lost its reader. Asked on the thread that
+// tried, before it calls anything else.
+[[nodiscard]] bool IsReaderGone(int error);
+
 // Whether this is the name of one file or folder, within the folder that it is put in, and of no device: what comes
 // from a server becomes a local name only then.
 [[nodiscard]] bool IsLocalName(const WideString& name);

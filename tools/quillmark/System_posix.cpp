@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -152,6 +153,14 @@ void PrepareOutput() {
 
 WideString WithSlashes(const WideString& path) {
     return path;
+}
+
+WideString LocalPath(const WideString& path) {
+    return path;
+}
+
+bool IsReaderGone(int error) {
+    return error == EPIPE;
 }
 
 bool IsLocalName(const WideString& name) {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -158,6 +159,20 @@ WideString WithSlashes(const WideString& path) {
         }
     }
     return slashed;
+}
+
+WideString LocalPath(const WideString& path) {
+    const WideString slashed = WithSlashes(path);
+    const bool hangsOnDrive = path.size() >= 2 && path[1] == L':' && (path.size() == 2 || slashed[2] != L'/');
+    const DWORD room = hangsOnDrive ? ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr) : 0;
+    std::wstring full(room, L'\0');
+    full.resize(::GetFullPathNameW(path.c_str(), room, full.data(), nullptr));
+    return room == 0 || full.empty() ? slashed : WithSlashes(full);
+}
+
+// The C library has no number of its own for what the system says of a pipe that nobody reads.
+bool IsReaderGone(int error) {
+    return error == EPIPE || _doserrno == ERROR_NO_DATA || _doserrno == ERROR_BROKEN_PIPE;
 }
 
 bool IsLocalName(const WideString& name) {

@@ -3,6 +3,7 @@
 
 #include "LocalFiles.h"
 #include "Paths.h"
+#include "System.h"
 #include "commands/Commands.h"
 #include "commands/TransferFlags.h"
 
@@ -30,7 +31,7 @@ ByteRange RequireRange(const std::string& text) {
 
 ExitCode RunGet(const GetOptions& options, const GlobalOptions& global) {
     const WideString server = ServerPath(global.Path(options.remote));
-    WideString local = global.Path(options.local);
+    WideString local = LocalPath(global.Path(options.local));
     if (local.view().ends_with(QM_W('/')) && IsOwnName(LeafName(server))) {
         local = TargetInFolder(local, server);
     }

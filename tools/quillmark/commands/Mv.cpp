@@ -24,11 +24,12 @@ WideString AsMove(const WideString& target) {
 
 ExitCode RunMv(const MvOptions& options, const GlobalOptions& global) {
     const WideString source = ServerPath(global.Path(options.source));
-    WideString target = ServerPath(global.Path(options.target));
+    const WideString named = global.Path(options.target);
+    WideString target = ServerPath(named);
     if (source == QM_W("/")) {
         throw Failure("the root cannot be moved", ExitCode::Usage);
     }
-    if (options.target.ends_with('/')) {
+    if (named.view().ends_with(QM_W('/'))) {
         target = JoinPath(target, LeafName(source));
     }
     if (target == QM_W("/")) {

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Paths.h"
+#include "System.h"
 #include "Texts.h"
 #include "commands/Commands.h"
 #include "commands/TransferFlags.h"
@@ -61,15 +62,16 @@ ExitCode PutFiles(Client& client, const PutOptions& options, TransferRequest req
     const std::string& old = options.delta.empty() ? options.asyncDelta : options.delta;
     request.options.onlyDelta = !old.empty();
     if (const std::string& base = old.empty() ? options.base : old; !base.empty()) {
-        request.options.base = client.Options().Path(base);
+        request.options.base = LocalPath(client.Options().Path(base));
     }
     return RunTransfer(client, std::move(request));
 }
 
 ExitCode RunPut(const PutOptions& options, const GlobalOptions& global) {
-    const WideString local = global.Path(options.local);
-    WideString server = ServerPath(global.Path(options.remote));
-    if (options.remote.ends_with('/') && IsOwnName(LeafName(local))) {
+    const WideString local = LocalPath(global.Path(options.local));
+    const WideString remote = global.Path(options.remote);
+    WideString server = ServerPath(remote);
+    if (remote.view().ends_with(QM_W('/')) && IsOwnName(LeafName(local))) {
         server = JoinPath(server, LeafName(local));
     }
     static_cast<void>(Resumable(options));  // a wrong size or pattern is told before the server is asked

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "Paths.h"
+#include "System.h"
 #include "commands/Commands.h"
 #include "commands/TransferFlags.h"
 
@@ -19,9 +20,10 @@ struct SyncOptions {
 };
 
 ExitCode RunSyncCommand(const SyncOptions& options, const GlobalOptions& global) {
-    TransferRequest request = RequestFrom(options.flags, options.down ? Direction::Down : Direction::Up,
-                                          global.Path(options.local), ServerPath(global.Path(options.remote)));
-    request.options.base = options.base.empty() ? WideString() : global.Path(options.base);
+    TransferRequest request =
+        RequestFrom(options.flags, options.down ? Direction::Down : Direction::Up,
+                    LocalPath(global.Path(options.local)), ServerPath(global.Path(options.remote)));
+    request.options.base = options.base.empty() ? WideString() : LocalPath(global.Path(options.base));
     Client client(global);
     client.Resume();
     return RunSync(client, std::move(request), options.yes);

@@ -133,8 +133,9 @@ ExitCode Complete(const UploadsOptions& options, const GlobalOptions& global) {
                       ExitCode::Usage);
     }
     const UploadRecord& record = selected.front();
-    WideString target = ServerPath(global.Path(options.newPath));
-    if (options.newPath.ends_with('/')) {
+    const WideString newPath = global.Path(options.newPath);
+    WideString target = ServerPath(newPath);
+    if (newPath.view().ends_with(QM_W('/'))) {
         target = JoinPath(target, LeafName(record.key.remote));
     }
     Require(client.Run([&] {
