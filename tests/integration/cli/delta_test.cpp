@@ -1,5 +1,9 @@
 // quillmark put --delta, put --async-delta, delta-jobs, get --delta.
+#include <chrono>
+#include <csignal>
 #include <filesystem>
+#include <regex>
+#include <thread>
 
 #include "integration/cli/CliTest.h"
 
@@ -128,6 +132,23 @@ TEST_F(DeltaCommandTest, ACancellationWhoseAnswerWasLostHasSucceeded) {
     EXPECT_EQ(0, result.exitCode) << result.errors;
     EXPECT_EQ(0u, Server().UnusedFaults());
     EXPECT_EQ(job + "\tunknown\n", StateOf(job));
+}
+
+TEST_F(DeltaCommandTest, CtrlCWhileTheServerIsAtWorkNamesTheJob) {
+    Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/asdelta/status"}, {"kind", "stall"}, {"ms", 600'000}});
+    Process process(Command({"put", "--async-delta", Local("old"), Local("new"), "/f"}), Local("out"), Local("err"),
+                    HomeEnvironment());
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (Server().UnusedFaults() != 0 && std::chrono::steady_clock::now() < limit) {
+        std::this_thread::yield();
+    }
+    process.Signal(SIGINT);
+    EXPECT_EQ(7, process.Wait());
+    const std::string errors = Read(Local("err"));
+    const std::regex named("the server keeps the job ([0-9A-F-]{36}); 'quillmark delta-jobs' commits or cancels it\n");
+    std::smatch job;
+    ASSERT_TRUE(std::regex_search(errors, job, named)) << errors;
+    EXPECT_EQ("", OutputOf({"delta-jobs", "cancel", job[1]}));
 }
 
 TEST_F(DeltaCommandTest, AJobWaitsForItsCommit) {

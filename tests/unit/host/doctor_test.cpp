@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "Texts.h"
 #include "account/Probe.h"
 
 namespace quillmark::cli {
@@ -44,22 +45,18 @@ TEST(DoctorTest, TellsNamePortAndCertificateApart) {
 }
 
 TEST(DoctorTest, WarnsOfACertificateThatEndsInLessThanTwoWeeks) {
-    const auto at = [](const char* text) {
-        CAttributeTime time;
-        time = std::string(text);
-        return time;
-    };
-    const CAttributeTime end = at("2027-03-15T12:00:00.000Z");
-    const Finding good = ValidityFinding(end, at("2027-03-01T12:00:00.000Z"));
+    const auto at = [](const char* text) { return ParseTime(text).value(); };
+    const CAttributeTime end = at("2027-03-15T12:00:00Z");
+    const Finding good = ValidityFinding(end, at("2027-03-01T12:00:00Z"));
     EXPECT_EQ(good.health, Health::Good);
     EXPECT_EQ(good.text, "trusted, for this name and until 2027-03-15");
-    const Finding soon = ValidityFinding(end, at("2027-03-01T12:00:01.000Z"));
+    const Finding soon = ValidityFinding(end, at("2027-03-01T12:00:01Z"));
     EXPECT_EQ(soon.health, Health::Doubtful);
     EXPECT_EQ(soon.text, "trusted, for this name, but only until 2027-03-15, 13 days from now");
     EXPECT_EQ(soon.nextStep, "Have it renewed before that day: afterwards nobody can connect.");
-    EXPECT_EQ(ValidityFinding(end, at("2027-03-14T00:00:00.000Z")).text,
+    EXPECT_EQ(ValidityFinding(end, at("2027-03-14T00:00:00Z")).text,
               "trusted, for this name, but only until 2027-03-15, 1 day from now");
-    EXPECT_EQ(ValidityFinding(end, at("2027-03-16T00:00:00.000Z")).text,
+    EXPECT_EQ(ValidityFinding(end, at("2027-03-16T00:00:00Z")).text,
               "trusted, for this name, but only until 2027-03-15, 0 days from now")
         << "it ended after the handshake";
 }
