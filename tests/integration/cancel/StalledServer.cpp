@@ -40,7 +40,8 @@ void ReadBody(test::Peer& peer, const std::string& head) {
 
 std::string GoodReply(const std::string& head) {
     if (head.starts_with("GET /endpoints ")) {
-        return JsonReply(R"({"qm":{"sync":{"1.7":{"path":"/api/1.7","tos":0}},"audit":{}}})");
+        return JsonReply(
+            R"({"qm":{"sync":{"1.7":{"path":"/api/1.7","tos":0}},"audit":{"1.0":{"path":"/api/audit","tos":0}}}})");
     }
     if (head.starts_with("GET /api/1.7/init ")) {
         return JsonReply(R"({"device_token_auth":false})");

@@ -106,8 +106,11 @@ TEST_F(SessionFileTest, StaysWhatItWasWhenTheDiskIsFull) {
         GTEST_SKIP() << "a file system cannot be mounted here: " << result.errors;
     }
     EXPECT_EQ(8, result.exitCode);
-    EXPECT_EQ("quillmark: cannot keep the session: the local disk is full (112) [ERROR_DISK_FULL]. Free some space.\n",
-              result.errors);
+    EXPECT_EQ(
+        "quillmark: cannot keep the session: the local disk is full (112) [ERROR_DISK_FULL]. Make room on the disk and "
+        "repeat the "
+        "command.\n",
+        result.errors);
     EXPECT_EQ(before + "session\n", result.output);
 }
 

@@ -40,13 +40,16 @@ protected:
         environment["LC_ALL"] = "C.UTF-8";
         return environment;
     }
+    // In the folder of the test's files.
     Arguments Shell(const std::string& name) const {
-        return name == "bash" ? Arguments{"bash", "--noprofile", "--rcfile", Local("bash/rc"), "-i"}
-                              : Arguments{"zsh", "-d", "-i"};
+        Arguments command = {"env", "--chdir=" + Local("")};
+        const Arguments shell = name == "bash" ? Arguments{"bash", "--noprofile", "--rcfile", Local("bash/rc"), "-i"}
+                                               : Arguments{"zsh", "-d", "-i"};
+        command.insert(command.end(), shell.begin(), shell.end());
+        return command;
     }
     // Types the line, a tabulator and the return key; what was passed then.
     std::string Passed(const std::string& shell, const std::string& line) {
-        std::filesystem::current_path(Local(""));
         PseudoTerminal terminal(Shell(shell), Environment(), 400, 50);
         EXPECT_TRUE(terminal.AwaitText("ready>")) << terminal.Output();
         terminal.Type(line + "\t\n");

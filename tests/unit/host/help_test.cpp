@@ -50,7 +50,7 @@ TEST_F(HelpTest, DeclarationsTellWhatTheParserWasTold) {
     const DeclaredCommand& fetch = whole.commands[0];
     EXPECT_EQ("fetch", fetch.Name());
     ASSERT_EQ(2u, fetch.arguments.size());
-    EXPECT_EQ(std::vector<std::string>{"remote"}, fetch.arguments[0].names);
+    EXPECT_EQ(std::vector<std::string>{"REMOTE"}, fetch.arguments[0].names);
     EXPECT_TRUE(fetch.arguments[0].required);
     EXPECT_FALSE(fetch.arguments[0].many);
     EXPECT_EQ(Completes::ServerPath, fetch.arguments[0].completes);
@@ -62,14 +62,14 @@ TEST_F(HelpTest, DeclarationsTellWhatTheParserWasTold) {
     EXPECT_EQ("SECONDS", fetch.options[2].value);
     EXPECT_TRUE(fetch.options[2].valueIsOptional);
     EXPECT_EQ("jobs cancel", whole.commands[1].commands[0].Name());
-    EXPECT_EQ("INT in [1 - 9]", whole.commands[1].commands[0].options[0].limits);
+    EXPECT_EQ("1 to 9", whole.commands[1].commands[0].options[0].limits);
 }
 
 TEST_F(HelpTest, ManPageEscapesWhatTheFormatterWouldTakeForItsOwn) {
     const std::string page = ManPage(Declarations(m_app), "quillmark 1.0");
     EXPECT_EQ(0u, page.find(".TH QUILLMARK 1 \"\" \"quillmark 1.0\" \"User Commands\"\n.SH NAME\n"));
     EXPECT_NE(std::string::npos,
-              page.find(".SS \\fBquillmark fetch\\fR [\\fIOPTIONS\\fR] \\fIremote\\fR [\\fIlocal\\fR ...]\n"
+              page.find(".SS \\fBquillmark fetch\\fR [\\fIOPTIONS\\fR] \\fIREMOTE\\fR [\\fILOCAL\\fR ...]\n"
                         "Fetch \\(aqit\\(aq \\- all.\n"))
         << page;
     EXPECT_NE(std::string::npos, page.find(".TP\n\\fB\\-q\\fR, \\fB\\-\\-quiet\\fR\nSay nothing.\n")) << page;

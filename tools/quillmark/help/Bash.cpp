@@ -19,13 +19,13 @@ _quillmark_split() {
         case $quote$unit in
         "''" | '""') quote= ;;
         '"\')
-            unit=${line:++index:1}
+            unit=${line: ++index:1}
             [[ $unit == [\"\\\$\`] ]] || word+='\'
             word+=$unit
             ;;
         "'"?* | '"'?*) word+=$unit ;;
         "'" | '"') quote=$unit started=1 ;;
-        '\') word+=${line:++index:1} started=1 ;;
+        '\') word+=${line: ++index:1} started=1 ;;
         ' ' | $'\t')
             [[ -n $started ]] && words+=("$word")
             word= started=
@@ -45,12 +45,22 @@ _quillmark_offer() {
     return 0
 }
 
+# Bash by itself lets $ and ` stand in names that are no local files.
+_quillmark_quote() {
+    local index
+    compopt -o noquote 2>/dev/null
+    for index in "${!COMPREPLY[@]}"; do
+        printf -v "COMPREPLY[index]" %q "${COMPREPLY[index]}"
+    done
+}
+
 _quillmark_server_paths() {
     local folder=${cur%"${cur##*/}"} name
     _quillmark_offer < <("${COMP_WORDS[0]}" "${login[@]}"@QUIET@ ls --sort none -- "${folder:-/}" 2>/dev/null </dev/null |
         while IFS= read -r name; do printf '%s\n' "$folder$name"; done)
     compopt -o filenames 2>/dev/null
     [[ ${#COMPREPLY[@]} -eq 1 && ${COMPREPLY[0]} == */ ]] && compopt -o nospace 2>/dev/null
+    [[ ${COMP_WORDS[COMP_CWORD]} == [\"\']* ]] || _quillmark_quote
     return 0
 }
 

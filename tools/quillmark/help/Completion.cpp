@@ -22,8 +22,10 @@ std::string ShellQuoted(const std::string& text) {
 }
 
 std::string Replaced(std::string text, const std::string& mark, const std::string& by) {
-    const std::size_t start = text.find(mark);
-    return start == std::string::npos ? text : text.replace(start, mark.size(), by);
+    for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at + by.size())) {
+        text.replace(at, mark.size(), by);
+    }
+    return text;
 }
 
 std::string WithLogin(const std::string& text, const DeclaredCommand& program) {

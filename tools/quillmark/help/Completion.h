@@ -18,7 +18,7 @@ namespace quillmark::cli {
 // The text between single quotes, for any of the shells of the sh family.
 [[nodiscard]] std::string ShellQuoted(const std::string& text);
 
-// The text with one mark in it replaced.
+// The text with a mark replaced wherever it stands.
 [[nodiscard]] std::string Replaced(std::string text, const std::string& mark, const std::string& by);
 
 // A script's text in which @LOGIN@ stands for the options that choose the login, which a question to the server has to

@@ -6,8 +6,10 @@ namespace {
 constexpr const char* Head = R"zsh(#compdef quillmark
 # Completion of quillmark for zsh; made by 'quillmark completion zsh'.
 
+# What the commands share has two underscores: those with one belong to a command each, login and profiles among them.
+
 # Adds what chooses the login to $login, from before the command as well as from behind it.
-_quillmark_login() {
+__quillmark_login() {
   local name
   for name in @LOGIN@; do
     (( ${+opt_args[$name]} )) && login+=($name ${(Q)opt_args[$name]})
@@ -15,10 +17,10 @@ _quillmark_login() {
   return 0
 }
 
-_quillmark_server_paths() {
+__quillmark_server_paths() {
   local folder=${PREFIX%${PREFIX##*/}} name
   local -a names folders
-  _quillmark_login
+  __quillmark_login
   for name in ${(f)"$(quillmark $login@QUIET@ ls --sort none -- ${(Q)folder:-/} 2>/dev/null </dev/null)"}; do
     case $name in
       */) folders+=(${name%/}) ;;
@@ -31,7 +33,7 @@ _quillmark_server_paths() {
   return 0
 }
 
-_quillmark_profiles() {
+__quillmark_profiles() {
   compadd -- ${${(f)"$(quillmark profiles 2>/dev/null </dev/null)"}%%$'\t'*}
 }
 
@@ -77,9 +79,9 @@ std::string Action(const Declared& declared) {
         case Completes::LocalPath:
             return "_files";
         case Completes::ServerPath:
-            return "_quillmark_server_paths";
+            return "__quillmark_server_paths";
         case Completes::Profile:
-            return "_quillmark_profiles";
+            return "__quillmark_profiles";
     }
     return " ";
 }
@@ -157,7 +159,7 @@ std::string Function(const DeclaredCommand& command, const DeclaredCommand& prog
     if (&command != &program) {
         text += OptionLines(program.options);
     }
-    const std::string keep = &command == &program ? "  _quillmark_login\n" : "";
+    const std::string keep = &command == &program ? "  __quillmark_login\n" : "";
     text += descends ? " \\\n    '1: :->commands' \\\n    '*:: :->rest'\n" + keep + Descent(command)
                      : ArgumentLines(command.arguments) + "\n";
     return text + "}\n\n";
