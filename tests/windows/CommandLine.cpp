@@ -68,17 +68,6 @@ Program CommandLineTest::Start(const std::vector<std::wstring>& arguments, const
     return StartLine(LineOf(arguments), console);
 }
 
-Program CommandLineTest::StartAt(const PseudoConsole& console, const std::vector<std::wstring>& arguments) const {
-    std::wstring line = LineOf(arguments);
-    STARTUPINFOEXW start = {};
-    start.StartupInfo.cb = sizeof(start);
-    start.lpAttributeList = console.Attributes();
-    PROCESS_INFORMATION process = {};
-    EXPECT_TRUE(::CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, EXTENDED_STARTUPINFO_PRESENT, nullptr,
-                                 nullptr, &start.StartupInfo, &process));
-    return Program(process);
-}
-
 Program CommandLineTest::StartLine(std::wstring line, const PseudoConsole* console, const Streams& streams) const {
     SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
     STARTUPINFOEXW start = {};

@@ -64,8 +64,6 @@ protected:
     [[nodiscard]] Program StartWith(const Streams& streams, const std::vector<std::wstring>& arguments) const {
         return StartLine(LineOf(arguments), nullptr, streams);
     }
-    // The same with all that it shows on the console.
-    [[nodiscard]] Program StartAt(const PseudoConsole& console, const std::vector<std::wstring>& arguments) const;
     // Waits for the program that was started last.
     [[nodiscard]] Outcome Finish(const Program& program) const;
     [[nodiscard]] Outcome Run(const std::vector<std::wstring>& arguments) const { return Finish(Start(arguments)); }

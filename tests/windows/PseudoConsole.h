@@ -14,7 +14,7 @@ namespace quillmark::test {
 class PseudoConsole {
 public:
     // Throws std::runtime_error when the system makes none.
-    explicit PseudoConsole(SHORT columns = 120);
+    PseudoConsole();
     // Ends the programs at the console.
     ~PseudoConsole();
     PseudoConsole(const PseudoConsole&) = delete;

@@ -170,9 +170,12 @@ WideString LocalPath(const WideString& path) {
     return room == 0 || full.empty() ? slashed : WithSlashes(full);
 }
 
-// The C library has no number of its own for what the system says of a pipe that nobody reads.
+// The C library has no number of its own for what the system says of a pipe that nobody reads, which depends on how the
+// pipe was made.
 bool IsReaderGone(int error) {
-    return error == EPIPE || _doserrno == ERROR_NO_DATA || _doserrno == ERROR_BROKEN_PIPE;
+    const unsigned long reason = _doserrno;
+    return error == EPIPE || reason == ERROR_NO_DATA || reason == ERROR_BROKEN_PIPE ||
+           reason == ERROR_PIPE_NOT_CONNECTED;
 }
 
 bool IsLocalName(const WideString& name) {
