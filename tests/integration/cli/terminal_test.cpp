@@ -241,10 +241,11 @@ TEST_F(TerminalTest, FailuresStayOnTheScreen) {
     std::filesystem::create_symlink("nowhere", Local("tree/dangling"));
     PseudoTerminal terminal(Command({"put", Local("tree"), "/copy"}), HomeEnvironment(), 200, 24);
     EXPECT_EQ(1, terminal.Wait());
-    EXPECT_EQ("failed: " + Local("tree/dangling") +
-                  ": the local name is a link that leads nowhere (1921) [ERROR_CANT_RESOLVE_FILENAME]\n"
-                  "Repair the link, or leave it out with --exclude.\n1 file, 1 folder, 1 byte, 0 skipped, 1 failed\n",
-              Left(terminal));
+    EXPECT_EQ(
+        "failed: " + Local("tree/dangling") +
+            ": the local name is a link that leads nowhere (1921) [ERROR_CANT_RESOLVE_FILENAME]\n"
+            "        Repair the link, or leave it out with --exclude.\n1 file, 1 folder, 1 byte, 0 skipped, 1 failed\n",
+        Left(terminal));
 }
 
 TEST_F(TerminalTest, NamesGoToAFileWhileBarsAreOnTheTerminal) {
