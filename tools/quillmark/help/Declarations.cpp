@@ -176,10 +176,10 @@ std::string Explanation(const Declared& declared) {
         text += " One of: " + WithCommas(declared.choices) + ".";
     }
     if (!declared.limits.empty()) {
-        text += " Has to be: " + declared.limits + ".";
+        text += " From " + declared.limits + ".";
     }
     if (!declared.standard.empty()) {
-        text += " Otherwise: " + declared.standard + ".";
+        text += " Default: " + declared.standard + ".";
     }
     return text;
 }
