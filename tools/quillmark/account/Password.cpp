@@ -37,12 +37,12 @@ std::string ReadPasswordLine(HANDLE interrupt) {
     if (!line) {
         throw Failure("cancelled", ExitCode::Cancelled);
     }
-    return FirstLine(*line, "standard input");
+    return *line;
 }
 
 std::optional<std::string> PasswordAtHand(const GlobalOptions& options) {
     if (options.inputPassword) {
-        return options.inputPassword;
+        return FirstLine(*options.inputPassword, "standard input");
     }
     if (!options.passwordFile.empty()) {
         constexpr std::size_t LongestFile = 64 * 1024;

@@ -9,8 +9,8 @@
 
 namespace quillmark::cli {
 
-// The first line of standard input, without its end; what follows stays for the command. Throws Failure when there is
-// no password in it, and after an interruption.
+// The first line of standard input, without its end and whatever it holds; what follows stays for the command. Throws
+// Failure after an interruption.
 [[nodiscard]] std::string ReadPasswordLine(HANDLE interrupt);
 
 // The password that is there without asking anybody. Throws Failure when the file that was named cannot be read
