@@ -25,7 +25,7 @@ TEST_F(DoctorTest, FindsEverythingInOrder) {
     ExpectLine("ok      proxy       none", outcome);
     ExpectLine("ok      name        " + url + " is found\n", outcome);
     ExpectLine("ok      port        " + url + " answers\n", outcome);
-    ExpectLine("ok      certificate trusted, for this name and on this day\n", outcome);
+    ExpectLine("ok      certificate trusted, for this name and until 20", outcome);
     ExpectLine("ok      endpoints   offers API 1.", outcome);
     ExpectLine("ok      mode        devices log in without a token\n", outcome);
     ExpectLine("ok      version     ", outcome);
