@@ -6,6 +6,7 @@
 #include <functional>
 #include <thread>
 
+#include "integration/cli/Await.h"
 #include "integration/cli/CliTest.h"
 #include "integration/cli/Facts.h"
 
@@ -74,17 +75,6 @@ protected:
         return {"put", "-q", "--retries", "0", "--resumable", "--chunk", "2M", Local("file"), "/f"};
     }
     static constexpr std::size_t LargeSize = 10 * 1024 * 1024;
-    // Waits for something that has no event of its own.
-    static bool Await(const std::function<bool()>& holds) {
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-        while (!holds()) {
-            if (std::chrono::steady_clock::now() > limit) {
-                return false;
-            }
-            std::this_thread::yield();
-        }
-        return true;
-    }
     // Records that the host keeps.
     [[nodiscard]] std::vector<std::string> Records() const {
         return std::filesystem::exists(Local("home/uploads")) ? NamesIn(Local("home/uploads"))

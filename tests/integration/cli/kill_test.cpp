@@ -2,6 +2,7 @@
 #include <csignal>
 #include <thread>
 
+#include "integration/cli/Await.h"
 #include "integration/cli/TransferTreeTest.h"
 
 namespace quillmark::testing {
@@ -20,16 +21,6 @@ protected:
             Write("tree/" + Name(file), Noise(Size, static_cast<std::uint32_t>(file)));
         }
         return Local("tree");
-    }
-    static bool Await(const std::function<bool()>& holds) {
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-        while (!holds()) {
-            if (std::chrono::steady_clock::now() > limit) {
-                return false;
-            }
-            std::this_thread::yield();
-        }
-        return true;
     }
     // What is held up there for minutes is so no longer, and it counts anew.
     void RestartServer() {

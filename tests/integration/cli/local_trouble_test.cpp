@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "integration/cli/Await.h"
 #include "integration/cli/TransferTreeTest.h"
 
 namespace quillmark::testing {
@@ -20,16 +21,6 @@ protected:
                                     {"kind", "stall"},
                                     {"after", 6'000'000},
                                     {"ms", milliseconds}}}));
-    }
-    static bool Await(const std::function<bool()>& holds) {
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-        while (!holds()) {
-            if (std::chrono::steady_clock::now() > limit) {
-                return false;
-            }
-            std::this_thread::yield();
-        }
-        return true;
     }
 };
 

@@ -37,7 +37,12 @@ bool Peer::Fill() {
 
 std::string Peer::ReadThrough(std::string_view text) {
     std::size_t end = std::string::npos;
-    while ((end = m_buffered.find(text)) == std::string::npos && Fill()) {
+    std::size_t seen = 0;  // the text does not begin before that
+    while ((end = m_buffered.find(text, seen)) == std::string::npos) {
+        seen = m_buffered.size() - std::min(m_buffered.size(), text.size());
+        if (!Fill()) {
+            break;
+        }
     }
     return Read(end == std::string::npos ? m_buffered.size() : end + text.size());
 }
