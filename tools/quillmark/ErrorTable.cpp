@@ -18,9 +18,10 @@ constexpr const char* OtherName = "Use another name, or remove what is there.";
 constexpr const char* FreeSpace = "Make room on the disk and repeat the command.";
 constexpr const char* LogIn = "Log in again with 'quillmark login'.";
 constexpr const char* AskOwner = "Ask the server's administrator for the right to do this.";
-constexpr const char* CheckNetwork = "Check the network and repeat the command; 'quillmark doctor' looks closer.";
-constexpr const char* CheckAddress = "Check the address and the port; 'quillmark doctor' looks closer.";
-constexpr const char* CheckServer = "Check the address; 'quillmark doctor' looks closer.";
+constexpr bool DoctorHelps = true;
+constexpr const char* CheckNetwork = "Check the network and repeat the command.";
+constexpr const char* CheckAddress = "Check the address and the port.";
+constexpr const char* CheckServer = "Check the address.";
 constexpr const char* CheckProxy = "Check the system's proxy settings.";
 constexpr const char* TryLater = "Wait a while and repeat the command.";
 constexpr const char* TellAdministrator = "Tell the server's administrator.";
@@ -98,7 +99,7 @@ constexpr KnownError SystemErrors[] = {
     {1359, "ERROR_INTERNAL_ERROR", SomeFailed, "the library has failed", Report},
     {1392, "ERROR_FILE_CORRUPT", LocalFile, "the local file is damaged", CheckDisk},
     {1450, "ERROR_NO_SYSTEM_RESOURCES", LocalFile, "the system is short of resources", "Use fewer --jobs."},
-    {1460, "ERROR_TIMEOUT", CannotConnect, "the operation took too long", CheckNetwork},
+    {1460, "ERROR_TIMEOUT", CannotConnect, "the operation took too long", CheckNetwork, DoctorHelps},
     {1920, "ERROR_CANT_ACCESS_FILE", LocalFile, "the local file cannot be reached", LookAtFile},
     {1921, "ERROR_CANT_RESOLVE_FILENAME", LocalFile, "the local name is a link that leads nowhere",
      "Repair the link, or leave it out with --exclude."},
@@ -107,9 +108,9 @@ constexpr KnownError SystemErrors[] = {
 // WinHTTP's codes, and the library's own between them.
 constexpr KnownError TransportErrors[] = {
     {12001, "ERROR_WINHTTP_OUT_OF_HANDLES", SomeFailed, "there are too many requests at a time", "Use fewer --jobs."},
-    {12002, "ERROR_WINHTTP_TIMEOUT", CannotConnect, "the server did not answer in time", CheckNetwork},
+    {12002, "ERROR_WINHTTP_TIMEOUT", CannotConnect, "the server did not answer in time", CheckNetwork, DoctorHelps},
     {12004, "ERROR_WINHTTP_INTERNAL_ERROR", InvalidReply, "this does not look like a server of this product",
-     CheckServer},
+     CheckServer, DoctorHelps},
     {12005, "ERROR_WINHTTP_INVALID_URL", Usage, "the server's address is none",
      "An address looks like https://files.example.com:8443."},
     {12006, "ERROR_WINHTTP_UNRECOGNIZED_SCHEME", Usage, "the server's address begins with neither http:// nor https://",
@@ -126,8 +127,9 @@ constexpr KnownError TransportErrors[] = {
     {12018, "ERROR_WINHTTP_INCORRECT_HANDLE_TYPE", SomeFailed, "the library misused the system's HTTP service", Report},
     {12019, "ERROR_WINHTTP_INCORRECT_HANDLE_STATE", SomeFailed, "the library misused the system's HTTP service",
      Report},
-    {12029, "ERROR_WINHTTP_CANNOT_CONNECT", CannotConnect, "nothing answers at this address and port", CheckAddress},
-    {12030, "ERROR_WINHTTP_CONNECTION_ERROR", CannotConnect, "the connection was lost", CheckNetwork},
+    {12029, "ERROR_WINHTTP_CANNOT_CONNECT", CannotConnect, "nothing answers at this address and port", CheckAddress,
+     DoctorHelps},
+    {12030, "ERROR_WINHTTP_CONNECTION_ERROR", CannotConnect, "the connection was lost", CheckNetwork, DoctorHelps},
     {12032, "ERROR_WINHTTP_RESEND_REQUEST", NotLoggedIn, "the server asked for credentials in the middle of an upload",
      "Run 'quillmark ls' and then repeat the command."},
     {12037, "ERROR_WINHTTP_SECURE_CERT_DATE_INVALID", CannotConnect,
@@ -139,7 +141,7 @@ constexpr KnownError TransportErrors[] = {
     {12045, "ERROR_WINHTTP_SECURE_INVALID_CA", CannotConnect,
      "the authority of the server's certificate is not trusted", "Name the authority with --ca FILE."},
     {12057, "ERROR_WINHTTP_SECURE_CERT_REV_FAILED", CannotConnect,
-     "it cannot be found out whether the server's certificate was revoked", CheckNetwork},
+     "it cannot be found out whether the server's certificate was revoked", CheckNetwork, DoctorHelps},
     {12100, "ERROR_WINHTTP_CANNOT_CALL_BEFORE_OPEN", SomeFailed, "the library misused the system's HTTP service",
      Report},
     {12101, "ERROR_WINHTTP_CANNOT_CALL_BEFORE_SEND", SomeFailed, "the library misused the system's HTTP service",
@@ -151,12 +153,12 @@ constexpr KnownError TransportErrors[] = {
     {12150, "ERROR_WINHTTP_HEADER_NOT_FOUND", InvalidReply, "the reply lacks a header that it must have",
      TellAdministrator},
     {12152, "ERROR_WINHTTP_INVALID_SERVER_RESPONSE", InvalidReply, "the reply is not what the protocol asks for",
-     CheckServer},
+     CheckServer, DoctorHelps},
     {12153, "ERROR_WINHTTP_INVALID_HEADER", InvalidReply, "a header of the reply cannot be read", TellAdministrator},
     {12154, "ERROR_WINHTTP_INVALID_QUERY_REQUEST", SomeFailed, "the library misused the system's HTTP service", Report},
     {12155, "ERROR_WINHTTP_HEADER_ALREADY_EXISTS", SomeFailed, "the library misused the system's HTTP service", Report},
     {12156, "ERROR_WINHTTP_REDIRECT_FAILED", InvalidReply,
-     "the server sends the client to other addresses and never ends", CheckServer},
+     "the server sends the client to other addresses and never ends", CheckServer, DoctorHelps},
     {12157, "ERROR_WINHTTP_SECURE_CHANNEL_ERROR", CannotConnect, "no secure connection can be set up",
      "Check that the server speaks TLS 1.2 or newer on this port."},
     {12166, "ERROR_WINHTTP_BAD_AUTO_PROXY_SCRIPT", CannotConnect, "the script that chooses the proxy is broken",
@@ -169,7 +171,7 @@ constexpr KnownError TransportErrors[] = {
      TellAdministrator},
     {12172, "ERROR_WINHTTP_NOT_INITIALIZED", SomeFailed, "the system's HTTP service is not there", Report},
     {12175, "ERROR_WINHTTP_SECURE_FAILURE", CannotConnect, "the server's certificate is not trusted",
-     "Name its authority with --ca FILE; 'quillmark doctor' looks closer."},
+     "Name its authority with --ca FILE.", DoctorHelps},
     {12176, "ERROR_WINHTTP_UNHANDLED_SCRIPT_TYPE", CannotConnect,
      "the script that chooses the proxy is of no known kind", CheckProxy},
     {12177, "ERROR_WINHTTP_SCRIPT_EXECUTION_ERROR", CannotConnect, "the script that chooses the proxy has failed",
@@ -198,21 +200,25 @@ constexpr KnownError TransportErrors[] = {
     {12191, "ERROR_WINHTTP_GLOBAL_CALLBACK_FAILED", SomeFailed, "the library misused the system's HTTP service",
      Report},
     {12192, "ERROR_WINHTTP_FEATURE_DISABLED", SomeFailed, "the system's HTTP service does not offer this", Report},
-    {19006, "ERROR_INCOMPATIBLE_SERVER", InvalidReply, "the server offers no API that this client speaks", CheckServer},
-    {19016, "ERROR_DOWNLOAD_UNDERFLOW", CannotConnect, "the download ended before it was complete", CheckNetwork},
+    {19006, "ERROR_INCOMPATIBLE_SERVER", InvalidReply, "the server offers no API that this client speaks", CheckServer,
+     DoctorHelps},
+    {19016, "ERROR_DOWNLOAD_UNDERFLOW", CannotConnect, "the download ended before it was complete", CheckNetwork,
+     DoctorHelps},
 };
 
 // What a server reports: 20000 plus an HTTP status, or plus the number that its reply gives.
 constexpr KnownError ServerErrors[] = {
     {20006, "SERVER_ERROR_SESSION_TOKEN", NotLoggedIn, "the session has ended", LogIn},
-    {20400, "HTTP_STATUS_BAD_REQUEST", SomeFailed, "the server does not understand the request", CheckServer},
+    {20400, "HTTP_STATUS_BAD_REQUEST", SomeFailed, "the server does not understand the request", CheckServer,
+     DoctorHelps},
     {20401, "HTTP_STATUS_DENIED", NotLoggedIn, "the server refuses the user name, password or session", LogIn},
     {20402, "HTTP_STATUS_PAYMENT_REQ", NotLoggedIn, "the server wants to be paid first", AskOwner},
     {20403, "HTTP_STATUS_FORBIDDEN", NotLoggedIn, "the server does not permit this", AskOwner},
     {20404, "HTTP_STATUS_NOT_FOUND", NotFound, "the server has no such item", LookAtItem},
-    {20405, "HTTP_STATUS_BAD_METHOD", InvalidReply, "the server does not offer this", CheckServer},
+    {20405, "HTTP_STATUS_BAD_METHOD", InvalidReply, "the server does not offer this", CheckServer, DoctorHelps},
     {20407, "HTTP_STATUS_PROXY_AUTH_REQ", NotLoggedIn, "the proxy asks for a login", CheckProxy},
-    {20408, "HTTP_STATUS_REQUEST_TIMEOUT", CannotConnect, "the request took the server too long", CheckNetwork},
+    {20408, "HTTP_STATUS_REQUEST_TIMEOUT", CannotConnect, "the request took the server too long", CheckNetwork,
+     DoctorHelps},
     {20409, "HTTP_STATUS_CONFLICT", Conflict, "the item exists already, was changed meanwhile or is in the way",
      LookAtItem},
     {20410, "HTTP_STATUS_GONE", NotFound, "the server does not have the item any more", LookAtItem},
@@ -222,7 +228,7 @@ constexpr KnownError ServerErrors[] = {
     {20413, "HTTP_STATUS_REQUEST_TOO_LARGE", Usage, "the server takes no requests of this size", TellAdministrator},
     {20414, "HTTP_STATUS_URI_TOO_LONG", Usage, "the path is too long for the server", "Use shorter names."},
     {20415, "HTTP_STATUS_UNSUPPORTED_MEDIA", InvalidReply, "the server does not expect this kind of request",
-     CheckServer},
+     CheckServer, DoctorHelps},
     {20416, "HTTP_STATUS_RANGE_NOT_SATISFIABLE", Usage, "the item has no such bytes",
      "Look at its size with 'quillmark stat'."},
     {20423, "HTTP_STATUS_LOCKED", Conflict, "another user or device has locked the item", WaitForLock},
@@ -231,7 +237,7 @@ constexpr KnownError ServerErrors[] = {
     {20431, "HTTP_STATUS_HEADER_FIELDS_TOO_LARGE", Usage, "the request's head is too long for the server",
      "Use shorter names."},
     {20500, "HTTP_STATUS_SERVER_ERROR", SomeFailed, "the server has failed", TellAdministrator},
-    {20501, "HTTP_STATUS_NOT_SUPPORTED", InvalidReply, "the server does not offer this", CheckServer},
+    {20501, "HTTP_STATUS_NOT_SUPPORTED", InvalidReply, "the server does not offer this", CheckServer, DoctorHelps},
     {20502, "HTTP_STATUS_BAD_GATEWAY", CannotConnect, "the server behind the gateway does not answer properly",
      TryLater},
     {20503, "HTTP_STATUS_SERVICE_UNAVAIL", CannotConnect, "the server, or the storage behind it, is not available",
@@ -264,12 +270,13 @@ constexpr KnownError ServerErrors[] = {
     {21022, "SERVER_ERROR_LENGTH_REQUIRED", InvalidReply, "the server wants to be told the request's length",
      CheckProxy},
     {21023, "SERVER_ERROR_HEAD_TOO_LONG", Usage, "the request's head is too long for the server", "Use shorter names."},
-    {21024, "SERVER_ERROR_WRONG_BODY", InvalidReply, "the server does not expect this kind of request", CheckServer},
+    {21024, "SERVER_ERROR_WRONG_BODY", InvalidReply, "the server does not expect this kind of request", CheckServer,
+     DoctorHelps},
     {21030, "SERVER_ERROR_LOCKED", Conflict, "another user or device has locked the item", WaitForLock},
     {21031, "SERVER_ERROR_STORAGE_UNREACHABLE", CannotConnect, "the storage behind the folder is not reachable",
      TryLater},
-    {21040, "SERVER_ERROR_NO_ENDPOINT", InvalidReply, "the server does not offer this", CheckServer},
-    {21041, "SERVER_ERROR_NO_METHOD", InvalidReply, "the server does not offer this", CheckServer},
+    {21040, "SERVER_ERROR_NO_ENDPOINT", InvalidReply, "the server does not offer this", CheckServer, DoctorHelps},
+    {21041, "SERVER_ERROR_NO_METHOD", InvalidReply, "the server does not offer this", CheckServer, DoctorHelps},
     {21077, "SERVER_ERROR_REVISION_MISMATCH", Conflict, "the item was changed on the server meanwhile", LookAtRevision},
     {21202, "SERVER_ERROR_CHUNK_OUT_OF_STEP", Conflict,
      "the upload is out of step with what the server has; is another program sending it?",

@@ -13,6 +13,7 @@ struct KnownError {
     ExitCode exit;
     const char* reason;
     const char* nextStep = "";  // a whole sentence
+    bool doctorHelps = false;   // what is wrong can be told closer by looking at the way to the server
 };
 
 [[nodiscard]] std::span<const KnownError> KnownErrors();

@@ -19,6 +19,11 @@ constexpr DWORD FirstRefusal = SERVER_ERROR_BASE + 400;
 constexpr DWORD BehindStatuses = SERVER_ERROR_BASE + 600;
 constexpr DWORD BehindServerErrors = SERVER_ERROR_BASE + 7776;
 
+// The status of a reply that neither carries out nor refuses a request, a redirection above all.
+bool IsAnswerOfAnotherKind(DWORD error) {
+    return error >= FirstStatus && error < FirstRefusal;
+}
+
 // For what has no words of its own.
 std::string GeneralReason(DWORD error) {
     if (error < SERVER_ERROR_BASE || error >= BehindServerErrors) {
@@ -28,8 +33,8 @@ std::string GeneralReason(DWORD error) {
     if (error < FirstStatus || error >= BehindStatuses) {
         return "the server refused with its error " + number;
     }
-    return error < FirstRefusal ? "the server did not answer the request, but with HTTP status " + number
-                                : "the server refused with HTTP status " + number;
+    return IsAnswerOfAnotherKind(error) ? "the server did not answer the request, but with HTTP status " + number
+                                        : "the server refused with HTTP status " + number;
 }
 
 std::string Words(DWORD error) {
@@ -37,12 +42,11 @@ std::string Words(DWORD error) {
     return known != nullptr ? known->reason : GeneralReason(error);
 }
 
-std::string GeneralStep(DWORD error) {
+const char* GeneralStep(DWORD error) {
     if (error < SERVER_ERROR_BASE || error >= BehindServerErrors) {
         return "Write a log with --log FILE and report it.";
     }
-    return error >= FirstStatus && error < FirstRefusal ? "Check the address; 'quillmark doctor' looks closer."
-                                                        : "Tell the server's administrator.";
+    return IsAnswerOfAnotherKind(error) ? "Check the address." : "Tell the server's administrator.";
 }
 
 }  // namespace
@@ -61,14 +65,27 @@ std::string ErrorName(DWORD error) {
     return known != nullptr ? known->name : "";
 }
 
+std::string StepWithoutDoctor(DWORD error) {
+    const KnownError* known = FindKnown(error);
+    return known != nullptr ? known->nextStep : GeneralStep(error);
+}
+
 std::string NextStep(DWORD error) {
     const KnownError* known = FindKnown(error);
-    return known != nullptr ? std::string(known->nextStep) : GeneralStep(error);
+    std::string step = StepWithoutDoctor(error);
+    if (known != nullptr ? known->doctorHelps : IsAnswerOfAnotherKind(error)) {
+        step.replace(step.size() - 1, 1, "; 'quillmark doctor' looks closer.");
+    }
+    return step;
+}
+
+std::string NamedReason(DWORD error) {
+    return WithNumber(Words(error), error);
 }
 
 std::string ErrorText(DWORD error) {
     const std::string step = NextStep(error);
-    return WithNumber(Words(error), error) + (step.empty() ? "" : ". " + step);
+    return NamedReason(error) + (step.empty() ? "" : ". " + step);
 }
 
 ExitCode ExitCodeFor(DWORD error, bool cancelled) {

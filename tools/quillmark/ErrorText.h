@@ -30,8 +30,14 @@ enum class ExitCode : int {
 // Words of the caller's own with the number and its name: "the name is taken (183) [ERROR_ALREADY_EXISTS]".
 [[nodiscard]] std::string WithNumber(const std::string& words, DWORD error);
 
+// The reason, the number and its name: "the server has no such item (20404) [HTTP_STATUS_NOT_FOUND]".
+[[nodiscard]] std::string NamedReason(DWORD error);
+
 // What to do about it, a whole sentence; empty only for a cancelled one.
 [[nodiscard]] std::string NextStep(DWORD error);
+
+// The same for somebody who has asked 'quillmark doctor' already.
+[[nodiscard]] std::string StepWithoutDoctor(DWORD error);
 
 // All of them: "the server has no such item (20404) [HTTP_STATUS_NOT_FOUND]. Look with 'quillmark ls' at what is
 // there."

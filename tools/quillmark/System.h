@@ -80,9 +80,9 @@ enum class Answer { Given, None, Interrupted, NoTerminal };
 // Makes a folder that only its owner can look into; the folder above it is there. 0 also when it is there already.
 [[nodiscard]] DWORD MakePrivateFolder(const WideString& path);
 
-// Writes a file that only its owner can read, whole or not at all; where a link stands it is the file behind it that is
-// written. 0 or an error code. ending: of the temporary name, behind the file's own; a program that is killed meanwhile
-// may leave that one, and the next that uses it takes its place.
+// Writes a file that only its owner can read, whole or not at all; where a link stands, the file behind it is written
+// (on Windows a file takes the link's place). 0 or an error code. ending: of the temporary name, behind the file's own;
+// a program that is killed meanwhile may leave that one, and the next that uses it takes its place.
 inline constexpr const WideChar* NewEnding = QM_W(".new");
 [[nodiscard]] DWORD WritePrivateFile(const WideString& path, const std::string& content,
                                      const WideString& ending = NewEnding);

@@ -276,11 +276,11 @@ bool IsPlainFile(const WideString& path) {
            (information.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
-// A file system that knows no sparse files fills the gap, which costs time and room only.
 bool IsOwnersAlone(const WideString& /*path*/) {
     return true;  // WritePrivateFile gives the rights, and the user's data folder has them as well
 }
 
+// A file system that knows no sparse files fills the gap, which costs time and room only.
 DWORD MakeSparse(const WideString& path) {
     const Handle file(::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));

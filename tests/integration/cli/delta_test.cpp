@@ -145,7 +145,8 @@ TEST_F(DeltaCommandTest, CtrlCWhileTheServerIsAtWorkNamesTheJob) {
     process.Signal(SIGINT);
     EXPECT_EQ(7, process.Wait());
     const std::string errors = Read(Local("err"));
-    const std::regex named("the server keeps the job ([0-9A-F-]{36}); 'quillmark delta-jobs' commits or cancels it\n");
+    const std::regex named(
+        "The server keeps the job ([0-9A-F-]{36}): 'quillmark delta-jobs' commits or cancels it\\.\n");
     std::smatch job;
     ASSERT_TRUE(std::regex_search(errors, job, named)) << errors;
     EXPECT_EQ("", OutputOf({"delta-jobs", "cancel", job[1]}));

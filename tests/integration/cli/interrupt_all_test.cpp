@@ -13,17 +13,12 @@
 #include "integration/cancel/Connecting.h"
 #include "integration/cancel/StalledServer.h"
 #include "integration/cli/CliTest.h"
+#include "integration/cli/LongestEnd.h"
 
 namespace quillmark::testing {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double LongestEnd = 10;  // seconds
-#else
-constexpr double LongestEnd = 1;
-#endif
 
 struct Interrupted {
     std::string command;  // its words, with blanks between; SERVER and FILE stand for what they say

@@ -9,17 +9,12 @@
 #include "integration/cancel/StalledServer.h"
 #include "integration/cli/CliTest.h"
 #include "integration/cli/Facts.h"
+#include "integration/cli/LongestEnd.h"
 
 namespace quillmark::testing {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double LongestEnd = 10;  // seconds
-#else
-constexpr double LongestEnd = 1;
-#endif
 
 class InterruptTest : public CliTest {
 protected:

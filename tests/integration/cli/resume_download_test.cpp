@@ -3,18 +3,13 @@
 #include <fstream>
 #include <thread>
 
+#include "integration/cli/LongestEnd.h"
 #include "integration/cli/TransferTreeTest.h"
 
 namespace quillmark::testing {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr double LongestEnd = 10;  // seconds
-#else
-constexpr double LongestEnd = 1;
-#endif
 
 class ResumeDownloadTest : public TransferTreeTest {
 protected:

@@ -47,20 +47,11 @@ Finding Skipped(const char* check, std::string why) {
     return {check, Health::NotChecked, std::move(why), "", ERROR_SUCCESS, ExitCode::Success};
 }
 
-// The usual next step, for somebody who is looking closer already.
-std::string StepHere(DWORD error) {
-    const std::string elsewhere = "; 'quillmark doctor' looks closer";
-    std::string step = NextStep(error);
-    const std::size_t at = step.find(elsewhere);
-    return at == std::string::npos ? step : step.erase(at, elsewhere.size());
-}
-
 Finding Bad(const char* check, DWORD error, const std::string& nextStep = "") {
-    const std::string name = ErrorName(error);
     return {check,
             Health::Bad,
-            ErrorReason(error) + (name.empty() ? "" : " [" + name + "]"),
-            nextStep.empty() ? StepHere(error) : nextStep,
+            NamedReason(error),
+            nextStep.empty() ? StepWithoutDoctor(error) : nextStep,
             error,
             ExitCodeFor(error, false)};
 }

@@ -70,10 +70,7 @@ TransferResult FailedWith(DWORD error) {
     TransferResult result;
     result.outcome = Outcome::Failed;
     result.error = error;
-    result.why = ErrorReason(error);
-    if (const std::string name = ErrorName(error); !name.empty()) {
-        result.why += " [" + name + "]";
-    }
+    result.why = NamedReason(error);
     result.nextStep = NextStep(error);
     return result;
 }

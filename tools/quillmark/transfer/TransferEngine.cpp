@@ -178,8 +178,7 @@ void TransferEngine::RunFile(std::size_t thread, const PlanStep& step, const Tra
         result.why.clear();
         m_observer.Finished(file, result);
         if (!result.job.empty()) {
-            m_observer.Note("the server keeps the job " + result.job +
-                            "; 'quillmark delta-jobs' commits or cancels it");
+            m_observer.Note(result.nextStep);
         }
         return;
     }
@@ -387,7 +386,7 @@ std::string ReasonText(const PlanStep& step) {
                                   std::to_string(step.limit),
                               error);
         default:
-            return FailedWith(error).why;
+            return NamedReason(error);
     }
 }
 
