@@ -60,6 +60,10 @@ protected:
     // Starts quillmark.exe with these arguments; at a console when one is given. Its output goes into files.
     [[nodiscard]] Program Start(const std::vector<std::wstring>& arguments,
                                 const PseudoConsole* console = nullptr) const;
+    // The same with all that it writes shown at the console.
+    [[nodiscard]] Program StartShown(const std::vector<std::wstring>& arguments, const PseudoConsole& console) const {
+        return StartLine(L"at_console.exe " + LineOf(arguments), &console);
+    }
     // The same with these streams.
     [[nodiscard]] Program StartWith(const Streams& streams, const std::vector<std::wstring>& arguments) const {
         return StartLine(LineOf(arguments), nullptr, streams);

@@ -26,12 +26,13 @@ BOOL WINAPI Ignore(DWORD) {
 
 }  // namespace
 
-PseudoConsole::PseudoConsole() {
+PseudoConsole::PseudoConsole(SHORT columns) {
     HANDLE theirInput = nullptr;
     HANDLE theirOutput = nullptr;
     ::CreatePipe(&theirInput, &m_input, nullptr, 0);
     ::CreatePipe(&m_output, &theirOutput, nullptr, 0);
-    const HRESULT made = Find<CreateFunction>("CreatePseudoConsole")({120, 40}, theirInput, theirOutput, 0, &m_console);
+    const HRESULT made =
+        Find<CreateFunction>("CreatePseudoConsole")({columns, 40}, theirInput, theirOutput, 0, &m_console);
     ::CloseHandle(theirInput);
     ::CloseHandle(theirOutput);
     if (made != S_OK) {

@@ -14,7 +14,7 @@ namespace quillmark::test {
 class PseudoConsole {
 public:
     // Throws std::runtime_error when the system makes none.
-    PseudoConsole();
+    explicit PseudoConsole(SHORT columns = 120);
     // Ends the programs at the console.
     ~PseudoConsole();
     PseudoConsole(const PseudoConsole&) = delete;

@@ -1,5 +1,5 @@
-// quillmark.exe at a console: Ctrl-C, and the password that is asked for. How fast Ctrl-C ends a command is not looked
-// at: Windows ends a call whose handle is closed at once, Wine when the reply comes.
+// quillmark.exe at a console: Ctrl-C, the password that is asked for, bars. How fast Ctrl-C ends a command is not
+// looked at: Windows ends a call whose handle is closed at once, Wine when the reply comes.
 #include "BareWinHttp.h"
 #include "CommandLine.h"
 #include "PseudoConsole.h"
@@ -16,6 +16,19 @@ protected:
         AwaitHeldUp();
         PseudoConsole::PressControlC(program.Id());
         return Finish(program);
+    }
+
+    // An item "/large" of ten million bytes, whose download is held up once four million are over.
+    void HoldUpDownload(int milliseconds) const {
+        ASSERT_EQ(Login().exitCode, 0u);
+        Write(L"large", Pattern(10'000'000));
+        ASSERT_EQ(Run({L"put", Path(L"large"), L"/large"}).exitCode, 0u);
+        // The first request asks for the item's record, the second for its contents.
+        Ask(HttpUrl(), L"POST", L"/control/faults",
+            R"({"method": "GET", "path": "/api/1.7/folders/large", "kind": "delay", "ms": 1})");
+        Ask(HttpUrl(), L"POST", L"/control/faults",
+            R"({"method": "GET", "path": "/api/1.7/folders/large", "kind": "stall", "after": 4000000, "ms": )" +
+                std::to_string(milliseconds) + "}");
     }
 
     static constexpr const char* Interrupted =
@@ -123,6 +136,48 @@ TEST_F(ConsoleTest, AWrongPasswordAtThePromptIsRefused) {
     ASSERT_TRUE(console.Shows("Password")) << console.Shown();
     console.Type("guess\r");
     EXPECT_EQ(Finish(program).exitCode, 4u);
+}
+
+// Wine's console takes a sequence that moves the cursor for letters, so where things stand on the screen is looked at
+// on Linux; here, that a console gets bars of its width and, at the end, the summary.
+TEST_F(ConsoleTest, ADownloadHasItsBarsAndTheSummary) {
+    HoldUpDownload(3000);
+    const Program program = StartShown({L"get", L"/large", Path(L"back")}, console);
+    EXPECT_TRUE(console.Shows("0 of 1 file, 3.8 MiB of 9.5 MiB")) << console.Shown();
+    EXPECT_TRUE(console.Shows("39%")) << console.Shown();
+    EXPECT_EQ(program.Wait(), 0u);
+    EXPECT_TRUE(console.Shows("1 file, 0 folders, 10000000 bytes, 0 skipped, 0 failed in ")) << console.Shown();
+    EXPECT_TRUE(Read(L"back") == Pattern(10'000'000));
+}
+
+TEST_F(ConsoleTest, BarsOfANarrowConsoleAreShort) {
+    const PseudoConsole narrow(40);
+    HoldUpDownload(3000);
+    const Program program = StartShown({L"get", L"/large", Path(L"back")}, narrow);
+    EXPECT_TRUE(narrow.Shows("0/1 file")) << narrow.Shown();
+    EXPECT_TRUE(narrow.Shows("[##....]   39%")) << narrow.Shown();
+    EXPECT_EQ(program.Wait(), 0u);
+}
+
+TEST_F(ConsoleTest, ControlCAtTheBarsLeavesTheSummary) {
+    HoldUpDownload(8000);
+    const Program program = StartShown({L"get", L"/large", Path(L"back")}, console);
+    EXPECT_TRUE(console.Shows("39%")) << console.Shown();
+    PseudoConsole::PressControlC(program.Id());
+    EXPECT_EQ(program.Wait(), 7u);
+    EXPECT_TRUE(console.Shows("1 file is left; the same command goes on where it stopped")) << console.Shown();
+    EXPECT_TRUE(console.Shows("0 failed, cancelled")) << console.Shown();
+}
+
+TEST_F(ConsoleTest, NamesOfAnyScriptAreShown) {
+    ASSERT_EQ(Login().exitCode, 0u);
+    ASSERT_EQ(Run({L"mkdir", L"/\u4f60\u597d \u00fcber"}).exitCode, 0u);
+    const Program program = StartShown({L"ls", L"/"}, console);
+    EXPECT_EQ(program.Wait(), 0u);
+    EXPECT_TRUE(
+        console.Shows("\xE4\xBD\xA0\xE5\xA5\xBD \xC3\xBC"
+                      "ber"))
+        << console.Shown();
 }
 
 }  // namespace

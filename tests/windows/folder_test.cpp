@@ -38,7 +38,7 @@ TEST_F(FolderTest, ADryRunTellsWhatASyncThenDoes) {
     Write(L"tree/new", "new");
     const Outcome told = Run({L"sync", L"--delete", L"--dry-run", Path(L"tree"), L"/tree"});
     EXPECT_EQ(told.exitCode, 0u) << told.errors;
-    ExpectHas(told.output + told.errors, "1 to send, 3 bytes, 1 to delete, 2 same");
+    ExpectHas(told.output + told.errors, "1 to transfer, 3 bytes, 1 to delete, 2 same");
     EXPECT_EQ(Run({L"ls", L"/tree/inner"}).output, "b\nc.tmp\n");
     const Outcome done = Run({L"--json", L"sync", L"--delete", L"--yes", Path(L"tree"), L"/tree"});
     EXPECT_EQ(done.exitCode, 0u) << done.errors;

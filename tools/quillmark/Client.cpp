@@ -1,5 +1,6 @@
 #include "Client.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "Calls.h"
@@ -22,13 +23,22 @@ std::string DeviceName() {
 }
 
 // Splits "https://host:port" into the part before the port and the port; a bracketed IPv6 address keeps its colons.
+// What has more than that is refused, and with an "@" not repeated: a password may stand before it.
 void SplitServer(const std::string& server, std::string& address, DWORD& port) {
     const std::size_t scheme = server.find("://");
+    if (server.find('@') != std::string::npos) {
+        throw Failure("a server address holds no user name; name the user with --user", ExitCode::Usage);
+    }
     if (scheme == std::string::npos ||
         (server.compare(0, 8, "https://") != 0 && server.compare(0, 7, "http://") != 0)) {
         throw Failure("'" + server + "' is not a server address: one begins with https:// or http://", ExitCode::Usage);
     }
-    address = server.substr(0, server.find('/', scheme + 3));
+    const std::size_t behind = std::min(server.find_first_of("/?#", scheme + 3), server.size());
+    if (behind < server.size() && server.substr(behind) != "/") {
+        throw Failure("'" + server + "' is not a server address: nothing follows the name and the port",
+                      ExitCode::Usage);
+    }
+    address = server.substr(0, behind);
     port = server.compare(0, 8, "https://") == 0 ? 443 : 80;
     const std::size_t colon = address.rfind(':');
     if (colon <= scheme || colon < address.rfind(']') + 1) {
@@ -42,18 +52,19 @@ void SplitServer(const std::string& server, std::string& address, DWORD& port) {
     address.resize(colon);
 }
 
-void TrustAuthorities(const WideString& path) {
+// whose: words behind the file's name, for one that this command was not given.
+void TrustAuthorities(const WideString& path, const std::string& whose = "") {
     const DWORD error = TrustCertificates(path);
     if (error == ERROR_INVALID_DATA) {
-        throw Failure("'" + Printable(path) + "' holds no certificate in PEM form", ExitCode::LocalFile);
+        throw Failure("'" + Printable(path) + "'" + whose + " holds no certificate in PEM form", ExitCode::LocalFile);
     }
     if (error == ERROR_NOT_SUPPORTED) {
-        throw Failure("the certificates in '" + Printable(path) +
-                          "' are trusted once they are in this system's store of trusted root certificates; put them "
+        throw Failure("the certificates in '" + Printable(path) + "'" + whose +
+                          " are trusted once they are in this system's store of trusted root certificates; put them "
                           "there, --ca does not",
                       ExitCode::LocalFile);
     }
-    Require(error, "cannot read the certificates '" + Printable(path) + "'");
+    Require(error, "cannot read the certificates '" + Printable(path) + "'" + whose);
 }
 
 // Says of each repetition that no view shows: "the connection was lost (12030); trying again in 1.2 s (2 of 5)".
@@ -96,6 +107,7 @@ Client::Client(const GlobalOptions& options, const std::shared_ptr<EndableWinHtt
     }
     if (!options.caPath.empty()) {
         TrustAuthorities(options.caPath);
+        m_authority = NarrowUtf8(AbsolutePath(options.caPath));
     }
     if (m_winHttp == nullptr) {
         m_winHttp = options.trace ? std::make_shared<TraceWinHttp>(PrintError) : std::make_shared<EndableWinHttp>();
@@ -125,6 +137,19 @@ void Client::UseServer(const std::string& server) {
     m_server = server;
     m_api->SetServer(wide);
     m_api->SetPort(port);
+    if (m_authority.empty()) {
+        TrustKeptAuthority();
+    }
+}
+
+// Of another server's login nothing is taken over.
+void Client::TrustKeptAuthority() {
+    StoredSession kept;
+    if (LoadSession(m_options.sessionPath, kept) == ERROR_SUCCESS && kept.server == m_server &&
+        !kept.authority.empty()) {
+        TrustAuthorities(WidenUtf8(kept.authority), " of the login");
+        m_authority = kept.authority;
+    }
 }
 
 void Client::Discover() {
@@ -169,6 +194,7 @@ HANDLE Client::CancelEvent() const {
 
 void Client::Login(StoredSession session, const std::string& password, const std::string& what) {
     Require(Run([&] { return SignIn(session, password, CancelEvent()); }), what);
+    session.authority = m_authority;
     const std::lock_guard lock(m_loginLock);
     Require(KeepToken(std::move(session)), "cannot keep the session");
 }
@@ -238,14 +264,17 @@ DWORD Client::KeepToken(StoredSession session) {
 }
 
 StoredSession RequireSession(const GlobalOptions& options) {
-    return RequireSessionIn(options.sessionPath);
+    return RequireSessionIn(options.sessionPath, options.profile);
 }
 
-StoredSession RequireSessionIn(const WideString& file) {
+StoredSession RequireSessionIn(const WideString& file, const std::string& profile) {
     StoredSession session;
     const DWORD error = LoadSession(file, session);
     if (error == ERROR_FILE_NOT_FOUND) {
-        throw Failure("nobody is logged in; use 'quillmark login'", ExitCode::NotLoggedIn);
+        throw Failure(profile.empty() ? "nobody is logged in; use 'quillmark login'"
+                                      : "nobody is logged in under the profile '" + profile +
+                                            "'; use 'quillmark login --profile " + profile + "'",
+                      ExitCode::NotLoggedIn);
     }
     const std::string path = Printable(file);
     if (error == ERROR_INVALID_DATA) {

@@ -55,7 +55,8 @@ public:
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
 
-    // Names the server: "https://host:port"; the port may be left out (443 and 80). Throws Failure.
+    // Names the server: "https://host:port"; the port may be left out (443 and 80). Without --ca the authority is
+    // trusted that the kept login of this server trusts. Throws Failure.
     void UseServer(const std::string& server);
 
     // Asks the server, named before, what it offers. Throws Failure.
@@ -64,8 +65,8 @@ public:
     // Takes up the stored login: names its server, discovers it, restores the token. Throws Failure.
     void Resume();
 
-    // Signs in to the server named before, and keeps the session for the commands to come. session: all but the token.
-    // Throws Failure; what: what was being done.
+    // Signs in to the server named before, and keeps the session for the commands to come, with the authority that is
+    // trusted for it. session: all but these and the token. Throws Failure; what: what was being done.
     void Login(StoredSession session, const std::string& password, const std::string& what);
 
     // The login that Resume took up. It does not change any more, also when the session's token does.
@@ -102,6 +103,7 @@ public:
 private:
     [[nodiscard]] static DWORD ErrorOf(DWORD error) { return error; }
     [[nodiscard]] static DWORD ErrorOf(const StatusPair& status) { return status.error; }
+    void TrustKeptAuthority();
     [[nodiscard]] DWORD RunCall(const std::function<DWORD()>& operation);
     [[nodiscard]] std::optional<std::string> PasswordForRenewal();
     [[nodiscard]] bool TakeStoredToken();
@@ -112,6 +114,7 @@ private:
     std::uint64_t m_log = 0;
     std::shared_ptr<EndableWinHttp> m_winHttp;
     std::string m_server;
+    std::string m_authority;  // the file of --ca, of this command or of the kept login
     StoredSession m_session;
     ClientPointer m_api;
     std::mutex m_loginLock;
@@ -123,9 +126,10 @@ private:
     std::unique_ptr<Calls> m_calls;
 };
 
-// The stored login. Throws Failure when there is none or when it cannot be read.
+// The stored login, of the profile and session file in use or of a named profile's. Throws Failure when there is none
+// or when it cannot be read.
 [[nodiscard]] StoredSession RequireSession(const GlobalOptions& options);
-[[nodiscard]] StoredSession RequireSessionIn(const WideString& file);
+[[nodiscard]] StoredSession RequireSessionIn(const WideString& file, const std::string& profile);
 
 // Throws Failure when the error is not 0.
 void Require(DWORD error, const std::string& what);

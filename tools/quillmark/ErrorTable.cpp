@@ -246,7 +246,7 @@ constexpr KnownError ServerErrors[] = {
      TryLater},
     {20507, "HTTP_STATUS_INSUFFICIENT_STORAGE", Conflict, "the server has no room left",
      "Delete what is not needed there."},
-    {21001, "SERVER_ERROR_BAD_REQUEST", InvalidReply, "the server does not understand the request",
+    {21001, "SERVER_ERROR_BAD_REQUEST", Usage, "the server does not understand the request",
      "Check the names; if they are in order, write a log with --log FILE and report it."},
     {21002, "SERVER_ERROR_NOT_FOUND", NotFound, "the server has no such item", LookAtItem},
     {21003, "SERVER_ERROR_EXISTS", Conflict, "the item exists already", OtherName},

@@ -40,6 +40,16 @@ void SetCompletion(CLI::Option& option, Completes what) {
     }
 }
 
+CLI::Validator AtLeast(int least) {
+    const std::string limit = std::to_string(least);
+    return {[least, limit](std::string& value) {
+                int number = 0;
+                const bool good = CLI::detail::lexical_cast(value, number) && number >= least;
+                return good ? std::string() : value + " is no whole number from " + limit + " on";
+            },
+            ""};
+}
+
 std::optional<Completes> CompletionOf(const CLI::Option& option) {
     // The option has no way to ask but one that throws, and none for a constant one.
     auto& marked = const_cast<CLI::Option&>(option);  // NOLINT: it is not changed

@@ -25,4 +25,7 @@ void SetCompletion(CLI::Option& option, Completes what);
 // What SetCompletion said of the option; nothing when it said nothing.
 [[nodiscard]] std::optional<Completes> CompletionOf(const CLI::Option& option);
 
+// A check for numbers: "0 is no whole number from 1 on".
+[[nodiscard]] CLI::Validator AtLeast(int least);
+
 }  // namespace quillmark::cli

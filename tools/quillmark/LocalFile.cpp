@@ -95,23 +95,44 @@ DWORD FileSize(const WideString& path, std::int64_t& size) {
     return error == ERROR_SUCCESS ? file.Size(size) : error;
 }
 
-DWORD CopyBeginning(const WideString& from, const WideString& to, std::int64_t count) {
+DWORD MakeEmptyFile(const WideString& path) {
+    LocalFile file;
+    return file.Open(path, GENERIC_WRITE, CREATE_ALWAYS);
+}
+
+DWORD CutFile(const WideString& path, std::int64_t size) {
+    LocalFile file;
+    DWORD error = file.Open(path, GENERIC_WRITE, OPEN_EXISTING);
+    if (error == ERROR_SUCCESS) {
+        error = file.Seek(size);
+    }
+    return error == ERROR_SUCCESS && SetEndOfFile(file.Get()) == FALSE ? GetLastError() : error;
+}
+
+DWORD CopyBytes(const WideString& from, const WideString& to, std::int64_t start, std::int64_t end) {
     LocalFile source;
     LocalFile target;
     DWORD error = source.Open(from, GENERIC_READ, OPEN_EXISTING);
     if (error == ERROR_SUCCESS) {
-        error = target.Open(to, GENERIC_WRITE, OPEN_ALWAYS);
+        error = target.Open(to, GENERIC_WRITE, OPEN_EXISTING);
+    }
+    if (error == ERROR_SUCCESS) {
+        error = source.Seek(start);
+    }
+    if (error == ERROR_SUCCESS) {
+        error = target.Seek(start);
     }
     std::vector<char> buffer(PieceSize);
-    while (error == ERROR_SUCCESS && count > 0) {
+    while (error == ERROR_SUCCESS && start < end) {
         std::size_t got = 0;
-        error = source.Read(buffer.data(), static_cast<std::size_t>(std::min<std::int64_t>(count, PieceSize)), got);
+        error =
+            source.Read(buffer.data(), static_cast<std::size_t>(std::min<std::int64_t>(end - start, PieceSize)), got);
         if (error == ERROR_SUCCESS && got == 0) {
             error = ERROR_HANDLE_EOF;
         }
         if (error == ERROR_SUCCESS) {
             error = target.Write(buffer.data(), got);
-            count -= static_cast<std::int64_t>(got);
+            start += static_cast<std::int64_t>(got);
         }
     }
     return error;

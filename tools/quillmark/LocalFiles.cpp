@@ -19,6 +19,10 @@ LocalItem ItemFrom(const WIN32_FIND_DATAW& data) {
 
 }  // namespace
 
+bool IsLocalItemMissing(DWORD error) {
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
 DWORD FindLocalItem(const WideString& path, LocalItem& item) {
     const DWORD attributes = GetFileAttributesW(path.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES) {
@@ -60,6 +64,10 @@ DWORD LocalAttributes(const WideString& path, std::shared_ptr<IServerAttributes>
     attributes->SetSize((static_cast<std::int64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow);
     attributes->SetName(LeafName(path));
     return ERROR_SUCCESS;
+}
+
+bool IsStored(const IServerAttributes& reply, const IServerAttributes& sent) {
+    return reply.GetSize() == sent.GetSize() && reply.GetLastWriteTime().ToText() == sent.GetLastWriteTime().ToText();
 }
 
 DWORD ApplyTimes(const WideString& path, const IServerAttributes& attributes) {

@@ -19,6 +19,9 @@ struct LocalItem {
     CAttributeTime modified;
 };
 
+// Whether an error says that nothing is there.
+[[nodiscard]] bool IsLocalItemMissing(DWORD error);
+
 // Looks at one item. 0 or an error code.
 [[nodiscard]] DWORD FindLocalItem(const WideString& path, LocalItem& item);
 
@@ -27,6 +30,9 @@ struct LocalItem {
 
 // The record of a local file as an upload sends it: times, Windows attributes and size.
 [[nodiscard]] DWORD LocalAttributes(const WideString& path, std::shared_ptr<IServerAttributes>& attributes);
+
+// Whether the server's record is that of what was sent with the other one: the same size and the same last-write time.
+[[nodiscard]] bool IsStored(const IServerAttributes& reply, const IServerAttributes& sent);
 
 // Gives a local file the times of a record.
 [[nodiscard]] DWORD ApplyTimes(const WideString& path, const IServerAttributes& attributes);

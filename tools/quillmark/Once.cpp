@@ -8,6 +8,7 @@ namespace {
 
 constexpr DWORD HttpNotFound = SERVER_ERROR_BASE + 404;
 constexpr DWORD ItemUnknown = SERVER_ERROR_BASE + 1002;
+constexpr DWORD NameTaken = SERVER_ERROR_BASE + 1003;
 
 using Attributes = std::shared_ptr<IServerAttributes>;
 
@@ -55,6 +56,19 @@ DWORD MakeFolder(Calls& calls, const WideString& server) {
             return calls.Api().CreateFolder(server, folder, calls.CancelEvent()).error;
         },
         [&] { return WhetherMade(calls, server); });
+}
+
+DWORD MakeFolders(Calls& calls, const WideString& server) {
+    Attributes item;
+    const DWORD looked = Look(calls, server, item);
+    if (looked != ItemUnknown || server == QM_W("/")) {
+        return looked == ERROR_SUCCESS && !IsFolder(*item) ? NameTaken : looked;
+    }
+    if (const DWORD error = MakeFolders(calls, ServerPath(FolderOf(server))); error != ERROR_SUCCESS) {
+        return error;
+    }
+    const DWORD error = MakeFolder(calls, server);
+    return error == NameTaken ? MakeFolders(calls, server) : error;  // made by somebody else in between
 }
 
 DWORD MoveItem(Calls& calls, const WideString& source, const WideString& target, bool overwrite) {

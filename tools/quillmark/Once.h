@@ -11,6 +11,9 @@ namespace quillmark::cli {
 // Makes a folder. 21003 when the name is taken.
 [[nodiscard]] DWORD MakeFolder(Calls& calls, const WideString& server);
 
+// Makes a folder and those above it that are missing; one that is there already is a success.
+[[nodiscard]] DWORD MakeFolders(Calls& calls, const WideString& server);
+
 // Renames or moves. overwrite: a file may take the place of a file.
 [[nodiscard]] DWORD MoveItem(Calls& calls, const WideString& source, const WideString& target, bool overwrite);
 

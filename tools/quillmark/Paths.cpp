@@ -20,6 +20,10 @@ WideString LeafName(const WideString& path) {
     return slash == WideString::npos ? trimmed : trimmed.Substring(slash + 1);
 }
 
+WideString FolderOf(const WideString& path) {
+    return path.Substring(0, path.size() - LeafName(path).size());
+}
+
 bool IsOwnName(const WideString& leaf) {
     return !leaf.empty() && leaf != QM_W(".") && leaf != QM_W("..");
 }

@@ -13,6 +13,9 @@ namespace quillmark::cli {
 // The last component, a trailing '/' aside.
 [[nodiscard]] WideString LeafName(const WideString& path);
 
+// What stands before that, with the slash; empty for a bare name.
+[[nodiscard]] WideString FolderOf(const WideString& path);
+
 // Whether a path's last component names an item, and not, as "", "." and ".." do, a place relative to others: what such
 // a path means goes into a folder as its contents.
 [[nodiscard]] bool IsOwnName(const WideString& leaf);

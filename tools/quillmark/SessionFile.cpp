@@ -21,6 +21,7 @@ std::vector<std::pair<const char*, std::string StoredSession::*>> Lines() {
             {"token", &StoredSession::token},
             {"device-token", &StoredSession::deviceToken},
             {"integrated", &StoredSession::integrated},
+            {"authority", &StoredSession::authority},
             {"since", &StoredSession::since}};
 }
 

@@ -15,6 +15,7 @@ struct StoredSession {
     std::string token;
     std::string deviceToken;  // where the server wanted one
     std::string integrated;   // "yes": logged in with a Kerberos ticket
+    std::string authority;    // the file that was named with --ca; absolute
     std::string since;        // when the token was given: "2026-01-02T03:04:05.678Z"
 };
 

@@ -243,6 +243,20 @@ bool IsOwnersAlone(const WideString& path) {
            (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
 }
 
+DWORD KeepRights(const WideString& from, const WideString& to) {
+    constexpr mode_t Rights = S_IRWXU | S_IRWXG | S_IRWXO;
+    std::string fromName;
+    std::string toName;
+    struct stat before {};
+    struct stat now {};
+    if (!platform::PathToBytes(from, fromName) || !platform::PathToBytes(to, toName) ||
+        ::stat(fromName.c_str(), &before) != 0 || ::stat(toName.c_str(), &now) != 0 ||
+        (before.st_mode & Rights) == (now.st_mode & Rights)) {  // a file system without rights shows one for all
+        return ERROR_SUCCESS;
+    }
+    return ::chmod(toName.c_str(), before.st_mode & Rights) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+}
+
 DWORD MakeSparse(const WideString& /*path*/) {
     return ERROR_SUCCESS;  // every file is
 }

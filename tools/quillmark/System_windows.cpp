@@ -280,6 +280,10 @@ bool IsOwnersAlone(const WideString& /*path*/) {
     return true;  // WritePrivateFile gives the rights, and the user's data folder has them as well
 }
 
+DWORD KeepRights(const WideString& /*from*/, const WideString& /*to*/) {
+    return ERROR_SUCCESS;
+}
+
 // A file system that knows no sparse files fills the gap, which costs time and room only.
 DWORD MakeSparse(const WideString& path) {
     const Handle file(::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,

@@ -32,8 +32,9 @@ bool IsPlaceAfterApi(std::string_view text) {
 }
 
 bool IsHarmlessParameter(std::string_view name) {
-    constexpr std::array<std::string_view, 7> Names = {
-        "type", "revision", "resume_id", "jobId", "includeAll", "timeout", "optimise_overwrite_append"};
+    constexpr std::array<std::string_view, 9> Names = {
+        "type", "revision", "resume_id", "jobId", "includeAll", "timeout", "optimise_overwrite_append",
+        "skip", "count"};
     return IsOneOf(name, Names);
 }
 

@@ -90,6 +90,13 @@ protected:
         const bool said = Read(Local("err")).find("cancelled") != std::string::npos;
         EXPECT_EQ(exitCode == 7, said) << command << ", " << phase << "\n" << Read(Local("err"));
     }
+    // Waits until somebody, or nobody, tries to connect besides those with which the hole is closed.
+    static void AwaitConnecting(const test::BlackHole& hole, int idle, bool somebody) {
+        const auto end = Clock::now() + std::chrono::seconds(30);
+        while ((Connecting(hole.Port()) > idle) != somebody && Clock::now() < end) {
+            std::this_thread::yield();
+        }
+    }
     Process Start(const Arguments& command) { return Process(command, Local("out"), Local("err"), HomeEnvironment()); }
     void InterruptStalled(const std::string& command, const std::string& request, int exitCode = 7) {
         StalledServer server({.request = request});
@@ -101,13 +108,12 @@ protected:
 
 TEST_F(InterruptAllTest, WhileConnecting) {
     const test::BlackHole hole;
+    const int idle = Connecting(hole.Port());
     const std::string url = "http://127.0.0.1:" + std::to_string(hole.Port());
     for (const Interrupted& expected : AllCommands) {
-        const int before = Connecting(hole.Port());
+        AwaitConnecting(hole, idle, false);  // the kernel may still know the one before
         Process process = Start(Prepare(expected.command, url));
-        while (Connecting(hole.Port()) == before && process.IsRunning()) {
-            std::this_thread::yield();
-        }
+        AwaitConnecting(hole, idle, true);
         Interrupt(process, expected.command, "connecting");
     }
 }

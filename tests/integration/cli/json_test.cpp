@@ -128,7 +128,7 @@ TEST_F(JsonTest, LoginWhoamiProfilesAndLogout) {
     EXPECT_EQ(who + "\"profile\":null}\n", Json({"login", Server().HttpUrl(), "--user", "anna"}));
     const std::string whoami = OutputOf({"--json", "whoami"});
     EXPECT_TRUE(whoami.starts_with(who + "\"profile\":null,\"since\":\"20")) << whoami;
-    EXPECT_TRUE(whoami.ends_with("Z\",\"accepted\":true}\n")) << whoami;
+    EXPECT_TRUE(whoami.ends_with("Z\",\"authority\":null,\"accepted\":true}\n")) << whoami;
     EXPECT_EQ("{\"server\":\"" + Server().HttpUrl() + "\",\"user\":\"anna\",\"unfinishedUploads\":[]}\n",
               Json({"logout"}));
 }
@@ -168,6 +168,17 @@ TEST_F(JsonTest, AnObjectForEachPathThatWasChanged) {
     EXPECT_EQ("{\"path\":\"/Docs/f\"}\n", Json({"unlock", "/Docs/f"}));
     EXPECT_EQ("{\"path\":\"/Docs/f\",\"to\":\"/Docs/a/f\"}\n", Json({"mv", "/Docs/f", "/Docs/a/"}));
     EXPECT_EQ("{\"path\":\"/Docs/b\"}\n", Json({"rm", "-r", "/Docs/b"}));
+}
+
+TEST_F(JsonTest, AnObjectForEachJobThatIsCommittedOrCancelled) {
+    const std::string file = Local("file");
+    const auto start = [&] {
+        return Quillmark({"put", "-q", "--async-delta", file, "--no-commit", file, "/Docs/f"}).output.substr(0, 36);
+    };
+    const std::string commit = start();
+    EXPECT_EQ("{\"id\":\"" + commit + "\"}\n", OutputOf({"--json", "delta-jobs", "commit", commit, file}));
+    const std::string cancel = start();
+    EXPECT_EQ("{\"id\":\"" + cancel + "\"}\n", OutputOf({"--json", "delta-jobs", "cancel", cancel}));
 }
 
 TEST_F(JsonTest, WhatFailedHasNoObject) {

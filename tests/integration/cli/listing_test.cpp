@@ -49,6 +49,12 @@ TEST_F(ListingTest, LsPrintsSizesForPeople) {
     EXPECT_EQ("-  2020-02-03T04:05:06.000Z      6  f\n", OutputOf({"ls", "-l", "--human", "/f"}));
 }
 
+TEST_F(ListingTest, LsAndDuHaveSizesForPeopleUnderTheirUsualLetter) {
+    EXPECT_EQ(OutputOf({"ls", "-l", "--human", "/a"}), OutputOf({"ls", "-lh", "/a"}));
+    EXPECT_EQ(OutputOf({"du", "-s", "--human", "/a"}), OutputOf({"du", "-sh", "/a"}));
+    EXPECT_NE(std::string::npos, OutputOf({"ls", "--help"}).find("-h, --human"));
+}
+
 TEST_F(ListingTest, LsGoesDownFolderByFolder) {
     EXPECT_EQ(
         "/a/\n/f\n"

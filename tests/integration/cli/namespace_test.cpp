@@ -51,6 +51,17 @@ TEST_F(NamespaceCommandTest, RmGoesOnAfterAMissingItem) {
     ExpectFailure(5, "(21002)", {"rm", "/none"});
 }
 
+TEST_F(NamespaceCommandTest, MkdirMakesWhatIsMissingOnTheWayWhenThatIsMeant) {
+    ExpectFailure(5, "cannot make /a/b/c: the server has no such item (21002)", {"mkdir", "/a/b/c"});
+    EXPECT_EQ("", OutputOf({"mkdir", "-p", "/a/b/c"}));
+    EXPECT_EQ("", OutputOf({"mkdir", "--parents", "/a/b/c", "/a/b/d"})) << "what is there is in order";
+    EXPECT_EQ("/a/\n/a/b/\n/a/b/c/\n/a/b/d/\n", OutputOf({"ls", "-R"}));
+    EXPECT_EQ("{\"path\":\"/a/e\"}\n", OutputOf({"--json", "mkdir", "-p", "/a/e"}));
+    Put("/f");
+    ExpectFailure(6, "cannot make /f: the item exists already (21003)", {"mkdir", "-p", "/f"});
+    EXPECT_EQ(6, Quillmark({"mkdir", "-p", "/f/x"}).exitCode);
+}
+
 TEST_F(NamespaceCommandTest, MvRenamesAndMoves) {
     OutputOf({"mkdir", "/folder"});
     Put("/a");

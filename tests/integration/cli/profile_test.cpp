@@ -54,6 +54,12 @@ TEST_F(ProfileTest, TheOptionComesBeforeTheVariableAndDefaultIsTheUnnamedOne) {
     EXPECT_EQ(0, Plain({"ls"}).exitCode);
 }
 
+TEST_F(ProfileTest, AProfileWithoutALoginIsNamedWithTheWayToOne) {
+    EXPECT_EQ("quillmark: nobody is logged in under the profile 'work'; use 'quillmark login --profile work'\n",
+              Plain({"--profile", "work", "ls"}).errors);
+    EXPECT_EQ("quillmark: nobody is logged in; use 'quillmark login'\n", Plain({"ls"}).errors);
+}
+
 TEST_F(ProfileTest, ANameThatIsNoneIsAUsageError) {
     for (const std::string name : {"../x", "a/b", "uploads", "a.b", "-"}) {
         const ProcessResult result = Plain({"--profile=" + name, "ls"});

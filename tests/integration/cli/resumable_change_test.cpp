@@ -132,7 +132,7 @@ TEST_F(ResumableChangeTest, AConflictAtTheEndKeepsTheBytesForAnotherName) {
     const ProcessResult refused = Send({"--revision", revision});
     EXPECT_EQ(6, refused.exitCode);
     EXPECT_EQ("failed: " + Local("file") +
-                  ": the item was changed on the server meanwhile (21077)\n"
+                  " to /f: the item was changed on the server meanwhile (21077)\n"
                   "0 files, 0 folders, 0 bytes, 0 skipped, 1 failed\n",
               Facts(refused.errors));
     EXPECT_NE(std::string::npos,

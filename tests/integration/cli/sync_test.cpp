@@ -64,7 +64,7 @@ TEST_F(SyncTest, ShowsThePlanAndCarriesItOut) {
     Diverge();
     Expect(0,
            "put " + Local("tree/new") + " to /copy/new (new, 3 bytes)\ndelete /copy/one\n" +
-               "1 to send, 3 bytes, 1 to delete, 1 same\n/copy/new\ndeleted: /copy/one\n",
+               "1 to transfer, 3 bytes, 1 to delete, 1 same\n/copy/new\ndeleted: /copy/one\n",
            "1 file, 3 folders, 3 bytes, 1 skipped, 1 deleted, 0 failed\n",
            {"sync", "--delete", Local("tree"), "/copy"});
     EXPECT_EQ(TreeAt(Local("tree")), TreeOnServer("/copy"));
@@ -74,7 +74,7 @@ TEST_F(SyncTest, WithoutDeleteItSaysWhatItKeeps) {
     Diverge();
     Expect(0,
            "put " + Local("tree/new") + " to /copy/new (new, 3 bytes)\n" +
-               "1 to send, 3 bytes, 0 to delete, 1 same, 1 only in the target and kept (see --delete)\n/copy/new\n",
+               "1 to transfer, 3 bytes, 0 to delete, 1 same, 1 only in the target and kept (see --delete)\n/copy/new\n",
            "1 file, 3 folders, 3 bytes, 1 skipped, 0 failed\n", {"sync", "--up", Local("tree"), "/copy"});
     EXPECT_EQ("1", ContentOf("/copy/one"));
 }
@@ -86,8 +86,8 @@ TEST_F(SyncTest, DownMakesTheLocalFolderTheSame) {
     EXPECT_EQ(0, result.exitCode) << result.errors;
     EXPECT_EQ("get /copy/one to " + Local("tree/one") + " (new, 1 byte)\ndelete " + Local("tree/new") + "\ndelete " +
                   Local("tree/old/x") + "\ndelete " + Local("tree/old") + "/\n" +
-                  "1 to send, 1 byte, 3 to delete, 1 same\n" + Local("tree/one") + "\ndeleted: " + Local("tree/new") +
-                  "\ndeleted: " + Local("tree/old/x") + "\ndeleted: " + Local("tree/old") + "\n",
+                  "1 to transfer, 1 byte, 3 to delete, 1 same\n" + Local("tree/one") + "\ndeleted: " +
+                  Local("tree/new") + "\ndeleted: " + Local("tree/old/x") + "\ndeleted: " + Local("tree/old") + "\n",
               result.output);
     EXPECT_EQ(TreeAt(Local("tree")), TreeOnServer("/copy"));
 }
@@ -97,7 +97,7 @@ TEST_F(SyncTest, DryRunStopsAfterThePlan) {
     const auto before = TreeOnServer("/copy");
     Expect(0,
            "put " + Local("tree/new") + " to /copy/new (new, 3 bytes)\ndelete /copy/one\n" +
-               "1 to send, 3 bytes, 1 to delete, 1 same\n",
+               "1 to transfer, 3 bytes, 1 to delete, 1 same\n",
            "", {"sync", "--delete", "--dry-run", Local("tree"), "/copy"});
     EXPECT_EQ(before, TreeOnServer("/copy"));
 }
@@ -129,7 +129,7 @@ TEST_F(SyncTest, AnUnreadableFolderDoesNotLookEmpty) {
     const ProcessResult result = Unprivileged({"sync", "--delete", Local("tree"), "/copy"});
     std::filesystem::permissions(Local("tree/sub"), std::filesystem::perms::owner_all);
     EXPECT_EQ(1, result.exitCode);
-    EXPECT_NE(std::string::npos, result.output.find("1 to send, 3 bytes, 0 to delete, 0 same, 1 not possible\n"))
+    EXPECT_NE(std::string::npos, result.output.find("1 to transfer, 3 bytes, 0 to delete, 0 same, 1 not possible\n"))
         << result.output;
     EXPECT_NE(std::string::npos,
               result.errors.find("nothing is deleted: a part of " + Local("tree") + " could not be read\n"))
@@ -199,6 +199,116 @@ TEST_F(SyncTest, ALocalFolderInWhichSomethingStaysIsNotDeleted) {
     EXPECT_EQ("x", Read(Local("tree/kept/file")));
 }
 
+TEST_F(SyncTest, DeletesNothingThereWhenAFileCouldNotBeSent) {
+    Diverge();
+    ASSERT_EQ(0, ::chmod(Local("tree/new").c_str(), 0));
+    const ProcessResult result = Unprivileged({"sync", "-q", "--delete", Local("tree"), "/copy"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("nothing is deleted: not everything before it has succeeded\n"))
+        << result.errors;
+    EXPECT_EQ("1", ContentOf("/copy/one"));
+}
+
+TEST_F(SyncTest, DeletesNothingHereWhenAFileCouldNotBeFetched) {
+    WriteTree();
+    ASSERT_EQ(0, Quillmark({"put", "-q", Local("tree"), "/copy"}).exitCode);
+    OutputOf({"mv", "/copy/one", "/copy/renamed"});
+    Server().AddFaults(
+        {{"method", "GET"}, {"path", "/api/1.7/folders/copy/renamed"}, {"kind", "reply"}, {"status", 403}});
+    const ProcessResult result = Quillmark({"sync", "-q", "--down", "--delete", Local("tree"), "/copy"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("nothing is deleted: not everything before it has succeeded\n"))
+        << result.errors;
+    EXPECT_EQ("1", Read(Local("tree/one")));
+    EXPECT_EQ(0, Quillmark({"sync", "-q", "--down", "--delete", Local("tree"), "/copy"}).exitCode);
+    EXPECT_EQ((Arguments{"empty", "renamed", "sub"}), NamesIn(Local("tree")));
+}
+
+TEST_F(SyncTest, LinksInTheTargetAreNotDeleted) {
+    WriteTree();
+    ASSERT_EQ(0, Quillmark({"put", "-q", Local("tree"), "/copy"}).exitCode);
+    Write("outside", "x");
+    std::filesystem::create_symlink(Local("outside"), Local("tree/linked"));
+    std::filesystem::create_symlink("none", Local("tree/nowhere"));
+    const ProcessResult result = Quillmark({"sync", "-q", "--down", "--delete", Local("tree"), "/copy"});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ("skipped, a link: " + Local("tree/linked") + "\nskipped, a link: " + Local("tree/nowhere") +
+                  "\n0 files, 3 folders, 0 bytes, 4 skipped, 0 failed\n",
+              Facts(result.errors));
+    EXPECT_TRUE(std::filesystem::is_symlink(Local("tree/linked")));
+    EXPECT_TRUE(std::filesystem::is_symlink(Local("tree/nowhere")));
+    EXPECT_EQ("x", Read(Local("outside")));
+}
+
+TEST_F(SyncTest, WhatHasGoneByItselfCountsAsDeleted) {
+    Diverge();
+    const auto [here, shownHere] = OnTerminal({"sync", "--down", "--delete", Local("tree"), "/copy"}, "y\n",
+                                              [this] { std::filesystem::remove(Local("tree/new")); });
+    EXPECT_EQ(0, here) << shownHere;
+    EXPECT_NE(std::string::npos, shownHere.find("1 deleted, 0 failed")) << shownHere;
+    std::filesystem::remove(Local("tree/one"));
+    const auto [there, shownThere] = OnTerminal({"sync", "--delete", Local("tree"), "/copy"}, "y\n", [this] {
+        OutputOf({"rm", "/copy/one"});
+    });
+    EXPECT_EQ(0, there) << shownThere;
+    EXPECT_NE(std::string::npos, shownThere.find("1 deleted, 0 failed")) << shownThere;
+}
+
+TEST_F(SyncTest, AFolderThatCannotBeEnteredIsNoFolderOfPipes) {
+    WriteTree();
+    ASSERT_EQ(0, ::chmod(Local("tree/sub").c_str(), 0600));
+    const ProcessResult result = Unprivileged({"sync", "-q", Local("tree"), "/copy"});
+    ASSERT_EQ(0, ::chmod(Local("tree/sub").c_str(), 0700));
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_NE(std::string::npos, result.errors.find("failed: " + Local("tree/sub/two") +
+                                                    " to /copy/sub/two: access to the local file is denied (5)"))
+        << result.errors;
+}
+
+TEST_F(SyncTest, AMissingFolderAboveTheTargetIsToldByTheDryRunToo) {
+    WriteTree();
+    for (const Arguments& arguments : {Arguments{"sync", "--dry-run"}, Arguments{"sync"}, Arguments{"put", "-n"}}) {
+        Arguments command = arguments;
+        command.insert(command.end(), {Local("tree"), "/none/copy"});
+        const ProcessResult result = Quillmark(command);
+        EXPECT_EQ(5, result.exitCode);
+        EXPECT_EQ(0u, result.errors.find("failed: /none: the server has no such item (21002)")) << result.errors;
+    }
+}
+
+TEST_F(SyncTest, ATargetFolderThatCannotBeListedIsNamedAndNotTheSource) {
+    Diverge();
+    Server().AddFaults({{"method", "GET"}, {"path", "/api/1.7/folders/copy/sub"}, {"kind", "reply"}, {"status", 403}});
+    const ProcessResult result = Quillmark({"sync", "-q", Local("tree"), "/copy"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_EQ(0u, result.errors.find("failed: /copy/sub: the server's reply is missing or unreadable (13)"))
+        << result.errors;
+}
+
+TEST_F(SyncTest, QuietShowsNothingOfThePlanButWhatIsNotPossible) {
+    Diverge();
+    std::filesystem::remove(Local("tree/sub/two"));
+    Write("tree/sub/two/deep", "x");
+    const ProcessResult result = Quillmark({"sync", "-q", "--dry-run", "--delete", Local("tree"), "/copy"});
+    EXPECT_EQ(1, result.exitCode);
+    EXPECT_EQ("1 to transfer, 3 bytes, 1 to delete, 0 same, 1 not possible\n", result.output);
+    EXPECT_EQ("not possible: " + Local("tree/sub/two") +
+                  ": a file stands where the folder is to go (267) "
+                  "[ERROR_DIRECTORY]\n",
+              result.errors);
+}
+
+TEST_F(SyncTest, WhatIsKeptDespiteDeleteIsCountedWithoutAdvice) {
+    WriteTree();
+    ASSERT_EQ(0, Quillmark({"put", "-q", Local("tree"), "/copy"}).exitCode);
+    std::filesystem::rename(Local("tree/sub"), Local("outside"));
+    std::filesystem::create_directory_symlink(Local("outside"), Local("tree/sub"));
+    Write("outside/extra", "x");
+    EXPECT_NE(std::string::npos, OutputOf({"sync", "--dry-run", "--down", "--delete", Local("tree"), "/copy"})
+                                     .find(", 1 only in the target and kept\n"));
+    EXPECT_EQ("x", Read(Local("outside/extra")));
+}
+
 TEST_F(SyncTest, TellsWhatItLeavesOutAndWhy) {
     WriteTree();
     ASSERT_EQ(0, ::mkfifo(Local("tree/pipe").c_str(), 0600));
@@ -212,7 +322,7 @@ TEST_F(SyncTest, TellsWhatItLeavesOutAndWhy) {
     Expect(0,
            "make folder /copy\nput " + Local("tree/one") + " to /copy/one (new, 1 byte)\nmake folder /copy/empty\n" +
                "make folder /copy/sub\nput " + Local("tree/sub/two") + " to /copy/sub/two (new, 2 bytes)\n" +
-               "2 to send, 3 bytes, 0 to delete, 0 same\n/copy/one\n/copy/sub/two\n",
+               "2 to transfer, 3 bytes, 0 to delete, 0 same\n/copy/one\n/copy/sub/two\n",
            told + "2 files, 3 folders, 3 bytes, 2 skipped, 0 failed\n",
            {"sync", "--jobs", "1", Local("tree"), "/copy"});
 }
@@ -222,8 +332,9 @@ TEST_F(SyncTest, ALinkThatLeadsNowhereIsAFailureThatSaysSo) {
     std::filesystem::create_symlink("none", Local("tree/link"));
     const ProcessResult result = Quillmark({"sync", "-q", Local("tree"), "/copy"});
     EXPECT_EQ(1, result.exitCode);
-    EXPECT_NE(std::string::npos,
-              result.errors.find(Local("tree/link") + ": the local name is a link that leads nowhere (1921)"))
+    EXPECT_NE(
+        std::string::npos,
+        result.errors.find(Local("tree/link") + " to /copy/link: the local name is a link that leads nowhere (1921)"))
         << result.errors;
     EXPECT_EQ("22", ContentOf("/copy/sub/two"));
 }
@@ -231,7 +342,7 @@ TEST_F(SyncTest, ALinkThatLeadsNowhereIsAFailureThatSaysSo) {
 TEST_F(SyncTest, IsSilentAboutWhatIsTheSame) {
     Diverge();
     ASSERT_EQ(0, Quillmark({"sync", "-q", "--delete", Local("tree"), "/copy"}).exitCode);
-    Expect(0, "0 to send, 0 bytes, 0 to delete, 2 same\n", "0 files, 3 folders, 0 bytes, 2 skipped, 0 failed\n",
+    Expect(0, "0 to transfer, 0 bytes, 0 to delete, 2 same\n", "0 files, 3 folders, 0 bytes, 2 skipped, 0 failed\n",
            {"sync", "--delete", Local("tree"), "/copy"});
 }
 
@@ -239,7 +350,7 @@ TEST_F(SyncTest, ExcludedItemsStayOnBothSides) {
     Diverge();
     Write("tree/a.log", "here");
     ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", "there"), "/copy/b.log"}).exitCode);
-    Expect(0, "delete /copy/one\n0 to send, 0 bytes, 1 to delete, 1 same\ndeleted: /copy/one\n",
+    Expect(0, "delete /copy/one\n0 to transfer, 0 bytes, 1 to delete, 1 same\ndeleted: /copy/one\n",
            "0 files, 3 folders, 0 bytes, 1 skipped, 1 deleted, 0 failed\n",
            {"sync", "--delete", "--exclude", "*.log", "--exclude", "new", Local("tree"), "/copy"});
     EXPECT_EQ("b.log\nempty/\nsub/\n", OutputOf({"ls", "/copy"}));

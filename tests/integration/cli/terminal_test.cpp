@@ -243,7 +243,7 @@ TEST_F(TerminalTest, FailuresStayOnTheScreen) {
     EXPECT_EQ(1, terminal.Wait());
     EXPECT_EQ(
         "failed: " + Local("tree/dangling") +
-            ": the local name is a link that leads nowhere (1921) [ERROR_CANT_RESOLVE_FILENAME]\n"
+            " to /copy/dangling: the local name is a link that leads nowhere (1921) [ERROR_CANT_RESOLVE_FILENAME]\n"
             "        Repair the link, or leave it out with --exclude.\n1 file, 1 folder, 1 byte, 0 skipped, 1 failed\n",
         Left(terminal));
 }

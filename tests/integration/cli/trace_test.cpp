@@ -52,6 +52,13 @@ TEST_F(TraceTest, CountsTheBytesOfBodies) {
     EXPECT_NE(std::string::npos, get.errors.find(" 0 bytes up, 100000 bytes down\n")) << get.errors;
 }
 
+TEST_F(TraceTest, ShowsWhichBytesARangeAsksFor) {
+    StartAndLogin();
+    ASSERT_EQ(0, Quillmark({"put", Write("f", std::string(1000, 'x')), "/f"}).exitCode);
+    const ProcessResult get = Quillmark({"--trace", "get", "--range", "100-300", "/f", Local("g")});
+    EXPECT_NE(std::string::npos, get.errors.find("GET /api/1.7/folders/f?skip=100&count=200&")) << get.errors;
+}
+
 TEST_F(TraceTest, ShowsWhatARequestFailedWith) {
     StartAndLogin();
     EXPECT_NE(std::string::npos, Quillmark({"--trace", "ls", "/none"}).errors.find("folders/none?type=all: 404, "));

@@ -71,7 +71,7 @@ TEST_F(TransferCommandTest, PutReplacesAFile) {
 TEST_F(TransferCommandTest, PutReportsAMissingLocalFile) {
     Expect(8, "",
            "failed: " + Local("none") +
-               ": the local file does not exist (2)\n0 files, 0 folders, 0 bytes, 0 skipped, 1 failed\n",
+               " to /none: the local file does not exist (2)\n0 files, 0 folders, 0 bytes, 0 skipped, 1 failed\n",
            {"put", Local("none"), "/"});
 }
 
@@ -79,9 +79,16 @@ TEST_F(TransferCommandTest, PutReportsAFolderInTheFilesWay) {
     OutputOf({"mkdir", "/a"});
     Expect(6, "",
            "failed: " + Local("file") +
-               ": a file stands where a folder is meant, or a folder where a file is (21004)\n"
+               " to /a: a folder stands there (21004)\n"
                "0 files, 0 folders, 0 bytes, 0 skipped, 1 failed\n",
            {"put", Write("file", "hello"), "/a"});
+}
+
+TEST_F(TransferCommandTest, PutSaysHowAFileGoesIntoTheFolderInItsWay) {
+    OutputOf({"mkdir", "/a"});
+    const ProcessResult result = Quillmark({"put", Write("file", "hello"), "/a"});
+    EXPECT_NE(std::string::npos, result.errors.find("\n        To put it into that folder, write '/a/'.\n"))
+        << result.errors;
 }
 
 TEST_F(TransferCommandTest, PutReportsAFileInTheFoldersWay) {
@@ -101,6 +108,7 @@ TEST_F(TransferCommandTest, PutNamesWhatIsNoTextAndSendsTheRest) {
     Expect(1, "",
            "failed: " + tree +
                "/b\xEF\xBF\xBD"
+               "d to /copy/b\xEF\xBF\xBD"
                "d: the name is not valid text and cannot be sent to a server (1113)\n"
                "2 files, 3 folders, 3 bytes, 0 skipped, 1 failed\n",
            {"put", "-q", tree, "/copy"});
@@ -128,7 +136,8 @@ TEST_F(TransferCommandTest, PutFollowsLinksToFilesAndSkipsLinksToFolders) {
     EXPECT_NE(std::string::npos, result.errors.find("skipped, a link to a folder: " + tree + "/folder-link\n"));
     EXPECT_NE(std::string::npos,
               Facts(result.errors)
-                  .find("failed: " + tree + "/dangling: the local name is a link that leads nowhere (1921)\n"));
+                  .find("failed: " + tree +
+                        "/dangling to /copy/dangling: the local name is a link that leads nowhere (1921)\n"));
     EXPECT_EQ("empty/\nlink\none\nsub/\n", OutputOf({"ls", "/copy"}));
 }
 
@@ -152,7 +161,7 @@ TEST_F(TransferCommandTest, PutNamesAFileThatItMayNotReadAndSendsTheRest) {
     command.insert(command.end(), put.begin(), put.end());
     const ProcessResult result = Process::Run(command, HomeEnvironment());
     EXPECT_EQ(1, result.exitCode);
-    EXPECT_EQ("failed: " + tree + "/one: access to the local file is denied (5)\n" +
+    EXPECT_EQ("failed: " + tree + "/one to /copy/one: access to the local file is denied (5)\n" +
                   "1 file, 3 folders, 2 bytes, 0 skipped, 1 failed\n",
               Facts(result.errors));
 }
@@ -207,6 +216,50 @@ TEST_F(TransferCommandTest, GetTakesNamesOf255Bytes) {
         EXPECT_EQ("long", Read(Local("folder/" + name)));
     }
     EXPECT_EQ(2u, NamesIn(Local("folder")).size()) << "and nothing else";
+}
+
+TEST_F(TransferCommandTest, GetKeepsTheRightsOfTheFileThatItReplaces) {
+    ASSERT_EQ(0, Quillmark({"put", Write("file", "new"), "/f"}).exitCode);
+    for (const mode_t rights : {0600, 0755, 0640}) {
+        ASSERT_EQ(0, ::chmod(Write("back", "old").c_str(), rights));
+        ASSERT_EQ(0, Quillmark({"get", "/f", Local("back")}).exitCode);
+        struct stat status = {};
+        ASSERT_EQ(0, ::stat(Local("back").c_str(), &status));
+        EXPECT_EQ(rights, status.st_mode & 07777);
+        EXPECT_EQ("new", Read(Local("back")));
+    }
+}
+
+TEST_F(TransferCommandTest, TheDryRunOfAFileTellsWhatWouldPreventIt) {
+    OutputOf({"mkdir", "/a"});
+    const std::string file = Write("file", "hello");
+    ASSERT_EQ(0, Quillmark({"put", "-q", file, "/f"}).exitCode);
+    const auto refused = [this](const std::string& why, const std::string& from, const std::string& to, bool up) {
+        const ProcessResult result = Quillmark({up ? "put" : "get", "-n", from, to});
+        EXPECT_EQ(1, result.exitCode);
+        EXPECT_EQ("0 to transfer, 0 bytes, 0 to delete, 0 same, 1 not possible\n", result.output);
+        EXPECT_EQ(0u, result.errors.find("not possible: " + to + ": " + why)) << result.errors;
+    };
+    refused("a file stands where a folder is meant (267)", file, "/a", true);
+    refused("the server has no such item (21002)", file, "/none/f", true);
+    refused("a file stands where a folder is meant (267)", file, "/f/g", true);
+    refused("the local folder does not exist (3)", "/f", Local("none/f"), false);
+    refused("the local folder does not exist (3)", "/f", file + "/f", false);
+    EXPECT_EQ("would put " + file + " to /f (again, 5 bytes)\n1 to transfer, 5 bytes, 0 to delete, 0 same\n",
+              OutputOf({"put", "-n", file, "/f"}));
+}
+
+TEST_F(TransferCommandTest, AFileThatChangesWhileItIsSentIsSentAgain) {
+    const std::string file = Write("file", std::string(3'000'000, 'o'));
+    Server().AddFaults(
+        {{"method", "POST"}, {"path", "/api/1.7/folders/f"}, {"kind", "delay"}, {"when", "after"}, {"ms", 1500}});
+    Process process(Command({"put", file, "/f"}), Local("out"), Local("err"), HomeEnvironment());
+    while (Server().UnusedFaults() != 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    Write("file", std::string(3'000'000, 'n'));
+    EXPECT_EQ(0, process.Wait()) << Read(Local("err"));
+    EXPECT_EQ(std::string(3'000'000, 'n'), ContentOf("/f"));
 }
 
 TEST_F(TransferCommandTest, GetLeavesTheOldFileWhenTheConnectionBreaks) {

@@ -49,7 +49,13 @@ TEST_F(UploadsTest, CancelGivesUpHereAndThere) {
 
 TEST_F(UploadsTest, CompleteRefusesWhatIsNotAllThere) {
     SendPart(2);
-    ExpectFailure(6, "(21202)", {"uploads", "complete", "/f", "/g"});
+    const ProcessResult result = Quillmark({"--retries", "5", "uploads", "complete", "/f", "/g"});
+    EXPECT_EQ(6, result.exitCode);
+    EXPECT_EQ(
+        "quillmark: cannot complete the upload to /f as /g: the server does not have all of it (21202) "
+        "[SERVER_ERROR_CHUNK_OUT_OF_STEP]. 'quillmark put --resumable' sends the rest.\n",
+        result.errors)
+        << "at once: nothing is repeated";
     EXPECT_EQ(1u, Records().size());
 }
 

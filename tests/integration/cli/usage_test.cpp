@@ -123,6 +123,28 @@ TEST_F(UsageTest, WrongCommandLinesEndWithTwoAndPointToHelp) {
     }
 }
 
+TEST_F(UsageTest, NumbersThatAreTooSmallAreToldTheirLimit) {
+    const std::string none = " is no whole number from ";
+    ExpectFailure(2, "0" + none + "1 on", {"tree", "-L", "0"});
+    ExpectFailure(2, "-1" + none + "0 on", {"find", "--max-depth", "-1"});
+    ExpectFailure(2, "-1" + none + "0 on", {"du", "--depth=-1"});
+    ExpectFailure(2, "x" + none + "0 on", {"du", "-d", "x"});
+}
+
+TEST_F(UsageTest, AnOptionWithoutItsValueIsNamedAlsoWithoutACommand) {
+    for (const std::string option : {"--profile", "--log", "--ca", "--retries", "--session", "--password-file"}) {
+        const ProcessResult result = Process::Run({ProgramPath("quillmark"), option}, HomeEnvironment());
+        EXPECT_EQ(2, result.exitCode);
+        EXPECT_EQ(0u, result.errors.find("quillmark: " + option)) << result.errors;
+    }
+}
+
+TEST_F(UsageTest, AnUnknownLetterIsTakenForNoOther) {
+    const ProcessResult result = Quillmark({"ls", "-t"});
+    EXPECT_EQ(2, result.exitCode);
+    EXPECT_EQ("quillmark: there is no option '-t'\nSee 'quillmark ls --help'.\n", result.errors);
+}
+
 TEST_F(UsageTest, TakesTheCommonOptionsAfterTheCommandToo) {
     StartAndLogin();
     const ProcessResult result =

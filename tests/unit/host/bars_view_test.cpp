@@ -91,12 +91,12 @@ TEST_F(BarsViewTest, WhatIsSaidMeanwhileStandsAbove) {
     other.id = 2;
     view.Finished(other, failed);
     AwaitRows(6);
-    EXPECT_EQ((Rows{"from elsewhere", "a note", "failed: /home/f: no room (112)", "        Make room.",
+    EXPECT_EQ((Rows{"from elsewhere", "a note", "failed: /home/f to /f: no room (112)", "        Make room.",
                     "/f              [......]    0%     -:--", "1/2 files       [######]  100%     0:00"}),
               Shown());
     view.Ended({});
     const Rows rows = Shown();
-    EXPECT_EQ((Rows{"from elsewhere", "a note", "failed: /home/f: no room (112)", "        Make room."}),
+    EXPECT_EQ((Rows{"from elsewhere", "a note", "failed: /home/f to /f: no room (112)", "        Make room."}),
               Rows(rows.begin(), rows.begin() + 4));
 }
 

@@ -18,9 +18,10 @@ const char* Word(StepKind kind) {
 }
 
 const char* Word(StepReason reason) {
-    constexpr const char* Words[] = {"new",     "changed",    "asked",      "same",       "excluded",
-                                     "link",    "special",    "unfinished", "only-there", "no-local-name",
-                                     "no-text", "name-taken", "wrong-kind", "too-large",  "unreadable"};
+    constexpr const char* Words[] = {"new",           "changed",   "asked",      "same",       "excluded",
+                                     "folder-link",   "link",      "special",    "unfinished", "only-there",
+                                     "no-local-name", "no-text",   "name-taken", "wrong-kind", "in-the-way",
+                                     "too-large",     "unreadable"};
     return Words[static_cast<int>(reason)];
 }
 
@@ -240,8 +241,51 @@ TEST_F(TransferPlanTest, LinksAndSpecialFilesStayWhereTheyAre) {
     target.Add("old-link", Kind::FolderLink);
     target.Folder("old");
     target.Add("old/socket", Kind::Special);
-    EXPECT_EQ(Plan(), (Lines{"fail unreadable broken", "skip link link/", "skip special pipe",
-                             "skip special old/socket", "skip link old-link/"}));
+    EXPECT_EQ(Plan(), (Lines{"fail unreadable broken", "skip folder-link link/", "skip special pipe",
+                             "skip special old/socket", "skip folder-link old-link/"}));
+}
+
+TEST_F(TransferPlanTest, ALinkToAFileThatOnlyTheTargetHasStays) {
+    options.deleteExtra = true;
+    target.Add("linked").link = true;
+    TreeEntry& nowhere = target.Add("nowhere", Kind::Broken);
+    nowhere.link = true;
+    nowhere.error = 1921;
+    EXPECT_EQ(Plan(), (Lines{"skip link linked", "skip link nowhere"}));
+}
+
+TEST_F(TransferPlanTest, ASpecialFileInTheTargetIsInTheWayOfFilesAndFolders) {
+    source.Add("a");
+    source.Folder("b");
+    target.Add("a", Kind::Special);
+    target.Add("b", Kind::Special);
+    EXPECT_EQ(Plan(), (Lines{"fail in-the-way a", "fail in-the-way b/"}));
+}
+
+TEST_F(TransferPlanTest, ATargetFolderWithANameThatIsNoneIsLeftAlone) {
+    for (const std::string name : {"", ".", "..", "x/y"}) {
+        MemoryTree strange;
+        strange.Add("extra");
+        strange.Add("placeholder").name = WidenUtf8(name);
+        source = MemoryTree();
+        source.Add("new");
+        options.deleteExtra = true;
+        std::vector<std::string> steps;
+        TreePlanner planner(options, source, strange);
+        planner.Walk(true, [&](const PlanStep& step) {
+            steps.push_back(std::string(Word(step.kind)) + (step.inTarget ? " in target" : ""));
+            return TreePlanner::Answer::GoOn;
+        });
+        EXPECT_EQ(steps, (Lines{"skip", "fail in target"})) << name;
+    }
+}
+
+TEST_F(TransferPlanTest, AFolderToBeDeletedStaysWhenItHasANameThatIsNone) {
+    options.deleteExtra = true;
+    target.Folder("old");
+    target.Add("old/x");
+    target.Add("old/y").name = QM_W("..");
+    EXPECT_EQ(Plan(), Lines{"fail unreadable old/"});
 }
 
 TEST_F(TransferPlanTest, NothingIsDeletedBehindALink) {
@@ -263,7 +307,7 @@ TEST_F(TransferPlanTest, AFileAndAFolderOfOneNameAreAFailure) {
     target.Add("b");
     source.Add("c");
     target.Add("c", Kind::Special);
-    EXPECT_EQ(Plan(), (Lines{"fail wrong-kind a", "fail wrong-kind b/", "fail wrong-kind c"}));
+    EXPECT_EQ(Plan(), (Lines{"fail wrong-kind a", "fail wrong-kind b/", "fail in-the-way c"}));
 }
 
 TEST_F(TransferPlanTest, UnfinishedDownloadsAreLeftAlone) {
@@ -332,7 +376,22 @@ TEST_F(TransferPlanTest, ADeletionCarriesWhatWasSeen) {
             EXPECT_EQ(step.size, 7);
             EXPECT_EQ(step.modified.Ticks(), 30'000);
             EXPECT_EQ(step.revision, "r30000");
+            EXPECT_TRUE(step.inTarget);
+            EXPECT_EQ(step.extra, QM_W("old"));
         }
+        return TreePlanner::Answer::GoOn;
+    });
+}
+
+TEST_F(TransferPlanTest, ADeletionNamesTheItemThatTheSourceHasNot) {
+    options.deleteExtra = true;
+    source.Folder("kept");
+    target.Folder("kept");
+    target.Folder("kept/old");
+    target.Add("kept/old/x");
+    TreePlanner planner(options, source, target);
+    planner.Walk(true, [](const PlanStep& step) {
+        EXPECT_EQ(step.extra, step.kind == StepKind::Delete ? QM_W("kept/old") : QM_W("")) << NarrowUtf8(step.path);
         return TreePlanner::Answer::GoOn;
     });
 }

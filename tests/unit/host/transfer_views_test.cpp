@@ -161,7 +161,7 @@ TEST(TransferTextsTest, AFailureNamesTheSideThatItHas) {
     EXPECT_EQ("failed: /Shared/f: x", OutcomeText(folder, Result(Outcome::Failed, "x")));
     folder.direction = Direction::Down;
     EXPECT_EQ("failed: /Shared/f: x", OutcomeText(folder, Result(Outcome::Failed, "x")));
-    EXPECT_EQ("failed: /home/anna/f: x", OutcomeText(Up(), Result(Outcome::Failed, "x")));
+    EXPECT_EQ("failed: /home/anna/f to /Shared/f: x", OutcomeText(Up(), Result(Outcome::Failed, "x")));
 }
 
 }  // namespace

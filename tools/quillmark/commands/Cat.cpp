@@ -10,6 +10,7 @@
 #include "Paths.h"
 #include "System.h"
 #include "commands/Commands.h"
+#include "transfer/RangeDownload.h"
 
 namespace quillmark::cli {
 namespace {
@@ -29,8 +30,7 @@ DWORD FetchPiece(Calls& calls, const WideString& server, const Attributes& item,
                  std::int64_t start, std::int64_t end) {
     const DWORD error = start == 0 ? ERROR_SUCCESS : MakeSparse(local);
     return error != ERROR_SUCCESS ? error : calls.Run([&] {
-        return calls.Api().DownloadData(server, local, item, MakeAttributes(), static_cast<std::uint64_t>(start), end,
-                                        calls.CancelEvent(), nullptr, 0);
+        return FetchBytes(calls, server, item, local, {start, end}, nullptr);
     });
 }
 

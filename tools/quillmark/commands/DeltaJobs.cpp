@@ -68,6 +68,7 @@ ExitCode Commit(const DeltaJobsOptions& options, const GlobalOptions& global) {
     Calls& calls = client.MainCalls();
     Require(CommitDeltaJob(calls, job, global.Path(options.local), options.revision),
             "cannot commit the job " + GuidText(job));
+    PrintForPrograms(global, JsonObject().Add("id", GuidText(job)));
     return ExitCode::Success;
 }
 
@@ -79,8 +80,13 @@ ExitCode Cancel(const DeltaJobsOptions& options, const GlobalOptions& global) {
     std::vector<std::string> names(jobs.size());
     std::transform(jobs.begin(), jobs.end(), names.begin(), GuidText);
     return ForEachNamed(global, names, "cancel the job", [&](std::size_t place) {
-        return client.RunOnce([&] { return client.Api().AsyncDeltaCancel(jobs[place], client.CancelEvent()); },
-                              [&] { return WhetherCancelled(client, jobs[place]); });
+        const DWORD error =
+            client.RunOnce([&] { return client.Api().AsyncDeltaCancel(jobs[place], client.CancelEvent()); },
+                           [&] { return WhetherCancelled(client, jobs[place]); });
+        if (error == ERROR_SUCCESS) {
+            PrintForPrograms(global, JsonObject().Add("id", names[place]));
+        }
+        return error;
     });
 }
 

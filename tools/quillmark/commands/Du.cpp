@@ -100,12 +100,13 @@ void RegisterDu(CLI::App& program, const GlobalOptions& global, Action& action) 
         *command->add_option("path", options->path, "The folder or file on the server")->capture_default_str(),
         Completes::ServerPath);
     CLI::Option* depth = command->add_option("-d,--depth", options->depth, "Show folders down to this level only")
-                             ->check(CLI::NonNegativeNumber)
+                             ->check(AtLeast(0))
                              ->type_name("N");
     command->add_flag("-s,--summarise", options->summary, "Show the sum of the whole only")->excludes(depth);
-    command->add_flag("--human", options->human, "Sizes as 1.5K, 16M, 2.0G");
-    AddExamples(*command, {{"quillmark du -s --human /Shared", "how much there is in all"},
-                           {"quillmark du -d 1", "each top folder"}});
+    command->set_help_flag("--help", "Print this help message and exit");  // -h is what du has for sizes elsewhere
+    command->add_flag("-h,--human", options->human, "Sizes as 1.5K, 16M, 2.0G");
+    AddExamples(*command,
+                {{"quillmark du -sh /Shared", "how much there is in all"}, {"quillmark du -d 1", "each top folder"}});
     command->callback([options, &global, &action] { action = [options, &global] { return RunDu(*options, global); }; });
 }
 

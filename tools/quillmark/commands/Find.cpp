@@ -110,12 +110,13 @@ void RegisterFind(CLI::App& program, const GlobalOptions& global, Action& action
              ->capture_default_str(),
         Completes::ServerPath);
     command->add_option("--name", options->name, "Names like this: *.pdf, report-??, [a-c]*")->type_name("GLOB");
-    command->add_option("--type", options->type, "Files only, or folders (d) only")->check(CLI::IsMember({"f", "d"}));
+    command->add_option("--type", options->type, "Files (f) only, or folders (d) only")
+        ->check(CLI::IsMember({"f", "d"}));
     command->add_option("--size", options->size, "Files with more (+8M), fewer (-64K) or just so many (100) bytes")
         ->type_name("SIZE");
     command->add_option("--newer", options->newer, "Modified after this time: 2026-01-02T03:04:05Z")->type_name("TIME");
     command->add_option("--max-depth", options->maxDepth, "So many levels below the path at most")
-        ->check(CLI::NonNegativeNumber)
+        ->check(AtLeast(0))
         ->type_name("N");
     AddExamples(*command, {{"quillmark find /Shared --name '*.pdf'", ""},
                            {"quillmark find --type f --size +8M", "large files, wherever they are"},

@@ -48,7 +48,7 @@ ExitCode RunLogout(const GlobalOptions& global) {
 }
 
 void ShowProfile(const GlobalOptions& global, const std::string& name) {
-    const StoredSession session = RequireSessionIn(ProfilePath(name));
+    const StoredSession session = RequireSessionIn(ProfilePath(name), name);
     JsonObject result;
     result.Add("profile", name).Add("server", session.server).AddKnown("user", session.user);
     PrintResult(global, name + "\t" + session.server + "\t" + session.user, result);

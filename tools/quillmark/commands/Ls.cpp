@@ -114,9 +114,10 @@ void RegisterLs(CLI::App& program, const GlobalOptions& global, Action& action) 
         ->capture_default_str()
         ->check(CLI::IsMember({"name", "size", "time", "none"}));
     command->add_flag("-r,--reverse", options->reverse, "The other way round");
-    command->add_flag("--human", options->human, "With -l: sizes as 1.5K, 16M, 2.0G");
+    command->set_help_flag("--help", "Print this help message and exit");  // -h is what ls has for sizes elsewhere
+    command->add_flag("-h,--human", options->human, "With -l: sizes as 1.5K, 16M, 2.0G");
     AddExamples(*command, {{"quillmark ls", "the top folders"},
-                           {"quillmark ls -l --sort time /Shared", "the latest change first"},
+                           {"quillmark ls -lh --sort time /Shared", "the latest change first"},
                            {"quillmark ls -R /Shared/Photos", "all that is below"},
                            {"quillmark --json ls /Shared", "for programs"}});
     command->callback([options, &global, &action] { action = [options, &global] { return RunLs(*options, global); }; });

@@ -77,9 +77,7 @@ void RegisterTree(CLI::App& program, const GlobalOptions& global, Action& action
     CLI::App* command = program.add_subcommand("tree", "Draw a server folder with all that is below it");
     SetCompletion(*command->add_option("path", options->path, "The folder on the server")->capture_default_str(),
                   Completes::ServerPath);
-    command->add_option("-L,--depth", options->depth, "So many levels at most")
-        ->check(CLI::PositiveNumber)
-        ->type_name("N");
+    command->add_option("-L,--depth", options->depth, "So many levels at most")->check(AtLeast(1))->type_name("N");
     AddExamples(*command, {{"quillmark tree /Shared", ""}, {"quillmark tree -L 2", "two levels from the top"}});
     command->callback(
         [options, &global, &action] { action = [options, &global] { return RunTree(*options, global); }; });

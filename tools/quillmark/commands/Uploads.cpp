@@ -118,7 +118,13 @@ ExitCode Cancel(const UploadsOptions& options, const GlobalOptions& global) {
         const UploadRecord& record = chosen[place];
         const DWORD error =
             client.Run([&] { return client.Api().CancelUpload(record.key.remote, record.id, client.CancelEvent()); });
-        return error == ERROR_SUCCESS || error == UploadUnknown ? store.Remove(record.key) : error;
+        const DWORD removal = error == ERROR_SUCCESS || error == UploadUnknown ? store.Remove(record.key) : error;
+        if (removal == ERROR_SUCCESS) {
+            JsonObject object;
+            object.Add("id", GuidText(record.id));
+            PrintForPrograms(global, AddEnds(object, record));
+        }
+        return removal;
     });
 }
 
@@ -138,11 +144,21 @@ ExitCode Complete(const UploadsOptions& options, const GlobalOptions& global) {
     if (newPath.view().ends_with(QM_W('/'))) {
         target = JoinPath(target, LeafName(record.key.remote));
     }
-    Require(client.Run([&] {
-        return client.Api().CompleteUpload(record.key.remote, target, record.id, MakeAttributes(),
-                                           client.CancelEvent());
-    }),
-            "cannot complete the upload to " + Printable(record.key.remote) + " as " + Printable(target));
+    const std::string what =
+        "cannot complete the upload to " + Printable(record.key.remote) + " as " + Printable(target);
+    bool incomplete = false;
+    const DWORD error = client.Run([&] {
+        const DWORD answer =
+            client.Api().CompleteUpload(record.key.remote, target, record.id, MakeAttributes(), client.CancelEvent());
+        incomplete = answer == SERVER_ERROR_CHUNK_OUT_OF_STEP;
+        return incomplete ? DWORD{ERROR_HANDLE_EOF} : answer;  // it would be the same the next time
+    });
+    if (incomplete) {
+        throw Failure(what + ": " + WithNumber("the server does not have all of it", SERVER_ERROR_CHUNK_OUT_OF_STEP) +
+                          ". 'quillmark put --resumable' sends the rest.",
+                      ExitCode::Conflict);
+    }
+    Require(error, what);
     Require(store.Remove(record.key), "cannot forget the upload to " + Printable(record.key.remote));
     PrintResult(global, Printable(target), JsonObject().Add("path", target));
     return ExitCode::Success;

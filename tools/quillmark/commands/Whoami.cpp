@@ -68,12 +68,13 @@ ExitCode RunWhoami(const GlobalOptions& global) {
     const std::string profile = ProfileName(global);
     JsonObject result;
     result.Add("server", session.server).AddKnown("user", session.user).Add("device", session.device);
-    result.AddKnown("profile", profile).AddKnown("since", session.since);
+    result.AddKnown("profile", profile).AddKnown("since", session.since).AddKnown("authority", session.authority);
     result.AddFlag("accepted", exit == ExitCode::Success);
     const std::string file = Printable(global.sessionPath);
+    const std::string trusts = session.authority.empty() ? "" : "\ntrusts:  " + Printable(WidenUtf8(session.authority));
     PrintResult(global,
                 "server:  " + session.server + "\nuser:    " + session.user + "\ndevice:  " + session.device +
-                    "\nprofile: " + (profile.empty() ? "none, the file " + file : profile) +
+                    "\nprofile: " + (profile.empty() ? "none, the file " + file : profile) + trusts +
                     "\nsince:   " + Since(session) + "\nsession: " + standing,
                 result);
     return exit;

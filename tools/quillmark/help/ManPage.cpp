@@ -134,7 +134,10 @@ std::string ManPage(const DeclaredCommand& program, const std::string& version) 
         page += ".SH " + Plain(UpperCase(paragraph.title)) + "\n" + Body(paragraph);
     }
     page += ".SH ENVIRONMENT\n.TP\n" + Bold("QUILLMARK_PASSWORD") +
-            "\nThe password, where none is named otherwise; without it the terminal is asked.\n";
+            "\nThe password, where none is named otherwise; without it \\(oqquillmark login\\(cq asks the terminal.\n";
+    page += ".TP\n" + Bold("QUILLMARK_PROFILE") + "\nThe profile, where none is named otherwise.\n";
+    page += ".SH FILES\n.TP\n" + Italic("~/.local/share/quillmark") +
+            "\nThe logins and the records of unfinished uploads; under $XDG_DATA_HOME where that is set.\n";
     return page;
 }
 

@@ -29,7 +29,8 @@ std::size_t Slips(const std::string& from, const std::string& to) {
 }
 
 std::string Suggestion(const std::string& word, const std::vector<std::string>& known) {
-    const std::string nearest = Nearest(word, known);
+    constexpr std::size_t OneLetter = 2;  // "-t": any other letter is as near
+    const std::string nearest = word.size() <= OneLetter && word.starts_with("-") ? "" : Nearest(word, known);
     return nearest.empty() ? "" : "; did you mean '" + nearest + "'?";
 }
 
@@ -96,7 +97,8 @@ std::string NoSuchCommand(const DeclaredCommand& above, const std::string& word)
 std::string UsageError(const CLI::App& program, const CLI::Error& error) {
     const CLI::App& chosen = Chosen(program);
     const DeclaredCommand command = Declaration(chosen);
-    if (chosen.get_require_subcommand_min() > 0 && program.remaining(true).empty()) {
+    const bool missesCommand = chosen.get_require_subcommand_min() > 0 && error.get_name() == "RequiredError";
+    if (missesCommand && program.remaining(true).empty()) {
         return ShortHelp(command, HelpWidth());
     }
     const std::string name = command.path.empty() ? "" : " " + command.Name();

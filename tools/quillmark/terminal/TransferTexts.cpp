@@ -17,8 +17,8 @@ std::string SourceText(const TransferFile& file) {
 const std::string NextStepIndent(8, ' ');
 
 std::string FailureText(const TransferFile& file, const TransferResult& result) {
-    // A download's failure may be its target's as well.
-    const bool both = file.direction == Direction::Down && !file.local.empty() && !file.server.empty();
+    // The failure may be the source's or the target's.
+    const bool both = !file.local.empty() && !file.server.empty();
     const std::string what = both ? SourceText(file) + " to " + TargetText(file) : SourceText(file);
     return "failed: " + what + ": " + result.why +
            (result.nextStep.empty() ? "" : "\n" + NextStepIndent + result.nextStep);

@@ -55,11 +55,6 @@ DWORD DeltaType(const DeltaPut& put) {
     return put.optimise ? OverwriteOrAppendDelta : PlainDelta;
 }
 
-// A delta that the server refused because the item had changed comes back as a success with that item's record.
-bool IsStored(const IServerAttributes& reply, const IServerAttributes& sent) {
-    return reply.GetSize() == sent.GetSize() && reply.GetLastWriteTime().ToText() == sent.GetLastWriteTime().ToText();
-}
-
 // Puts together what the delta makes out of base; an answer that is no delta fails here.
 DWORD WriteContents(const Calls& calls, const WideString& base, const WideString& deltaFile, const WideString& target,
                     const IServerAttributes& item) {
@@ -80,6 +75,7 @@ DWORD UploadDeltaFile(Calls& calls, const DeltaPut& put, const WideString& delta
         stored = attributes->Clone();
         return calls.Api().UploadDelta(deltaFile, put.server, stored, DeltaType(put), calls.CancelEvent(), progress);
     });
+    // A delta that the server refused because the item had changed comes back as a success with that item's record.
     // Sent twice because the first answer was lost, it meets its own result, which is what was sent.
     return error == ERROR_SUCCESS && !IsStored(*stored, *attributes) ? SERVER_ERROR_REVISION_MISMATCH : error;
 }

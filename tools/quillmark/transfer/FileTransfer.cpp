@@ -4,6 +4,7 @@
 #include "LocalFiles.h"
 #include "Output.h"
 #include "Paths.h"
+#include "System.h"
 #include "transfer/PartFile.h"
 #include "transfer/RangeDownload.h"
 #include "transfer/Trees.h"
@@ -16,6 +17,7 @@ constexpr int MostAttempts = 3;
 
 // What a refused range says when the item has another revision; its body is not read.
 constexpr DWORD ServerConflict = SERVER_ERROR_BASE + 409;
+constexpr DWORD FolderInTheWay = SERVER_ERROR_BASE + 1004;
 constexpr DWORD ServerNotFound = SERVER_ERROR_BASE + 404;
 
 // The server could not make the file out of its own contents and the delta: another way may still succeed.
@@ -53,6 +55,12 @@ TransferResult DoneWith(const IServerAttributes& item) {
     result.bytes = item.HasSize() ? item.GetSize() : 0;
     result.revision = item.GetRevision();
     return result;
+}
+
+// A file that is gone by now was sent as it was.
+bool HasChanged(const WideString& local, const IServerAttributes& sent) {
+    std::shared_ptr<IServerAttributes> present;
+    return LocalAttributes(local, present) == ERROR_SUCCESS && IdentityOf(*present) != IdentityOf(sent);
 }
 
 // The bytes are there, and the item is as it was.
@@ -96,6 +104,10 @@ TransferResult FileTransfer::Put(const PlanStep& step, const TransferFile& file,
         return DoneWith(*stored);
     }
     TransferResult result = FailedWith(error);
+    if (error == FolderInTheWay) {
+        result.why = WithNumber("a folder stands there", error);
+        result.nextStep = "To put it into that folder, write '" + Printable(file.server) + "/'.";
+    }
     if (file.method == Method::Resumable && m_resumable.KeptConflict()) {
         result.nextStep = "The server has all of it: 'quillmark uploads complete " + Printable(file.server) +
                           " NEWPATH' stores it under another name.";
@@ -162,18 +174,35 @@ TransferResult FileTransfer::PutInBackground(const PlanStep& step, const Transfe
     return error == ERROR_SUCCESS ? DoneWith(*stored) : InJob(job, FailedWith(error));
 }
 
-// The record is read anew for each attempt: the file may have changed since.
+// What was stored while somebody wrote to the file is neither its old contents nor the new ones.
 DWORD FileTransfer::SendWhole(const TransferFile& file, Attributes& stored, const Progress& progress) {
-    Attributes sent;
+    std::string expected = m_options.revision;
+    for (int attempt = 0; attempt < MostAttempts; ++attempt) {
+        Attributes sent;
+        DWORD error = SendOnce(file, expected, sent, stored, progress);
+        if (error == ERROR_SUCCESS) {
+            error = ConfirmStored(file, *sent, stored);
+        }
+        if (error != ERROR_SUCCESS || !HasChanged(file.local, *sent)) {
+            return error;
+        }
+        expected = expected.empty() ? expected : stored->GetRevision();
+    }
+    return ERROR_FILE_INVALID;
+}
+
+// The record is read anew for each attempt: the file may have changed since.
+DWORD FileTransfer::SendOnce(const TransferFile& file, const std::string& expected, Attributes& sent,
+                             Attributes& stored, const Progress& progress) {
     const Calls::Operation upload = [&] {
         if (const DWORD error = LocalAttributes(file.local, stored); error != ERROR_SUCCESS) {
             return error;
         }
-        stored->SetRevision(m_options.revision);
+        stored->SetRevision(expected);
         sent = stored->Clone();
         return m_calls.Api().UploadFile(file.local, file.server, stored, m_calls.CancelEvent(), progress, 0);
     };
-    if (m_options.revision.empty()) {
+    if (expected.empty()) {
         return m_calls.Run(upload);
     }
     // Once it is stored, the revision that it replaced is gone, and it would be refused the second time.
@@ -183,18 +212,25 @@ DWORD FileTransfer::SendWhole(const TransferFile& file, Attributes& stored, cons
 std::optional<DWORD> FileTransfer::SettleUpload(const TransferFile& file, const IServerAttributes& sent,
                                                 Attributes& stored) {
     Attributes present;
-    const DWORD error =
-        m_calls.Run([&] { return m_calls.Api().GetPathAttributes(file.server, present, m_calls.CancelEvent()).error; });
-    if (error != ERROR_SUCCESS) {
+    if (const DWORD error = LookAgain(file, present); error != ERROR_SUCCESS) {
         return error;
     }
-    const bool ours = present->GetRevision() != m_options.revision && present->GetSize() == sent.GetSize() &&
-                      present->GetLastWriteTime().ToText() == sent.GetLastWriteTime().ToText();
-    if (!ours) {
+    if (present->GetRevision() == sent.GetRevision() || !IsStored(*present, sent)) {
         return std::nullopt;
     }
     stored = present;
     return ERROR_SUCCESS;
+}
+
+// A success whose record is not that of the file may have come from somebody else than the server: it is asked.
+DWORD FileTransfer::ConfirmStored(const TransferFile& file, const IServerAttributes& sent, Attributes& stored) const {
+    if (stored->GetSize() == sent.GetSize()) {
+        return ERROR_SUCCESS;
+    }
+    if (const DWORD error = LookAgain(file, stored); error != ERROR_SUCCESS) {
+        return error;
+    }
+    return IsStored(*stored, sent) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
 DWORD FileTransfer::SendResumably(const TransferFile& file, Attributes& stored, const Progress& progress) {
@@ -212,6 +248,9 @@ TransferResult FileTransfer::Get(const PlanStep& step, const TransferFile& file,
     const bool another = IsDeltaRefused(error) && !m_options.onlyDelta && !m_calls.Interrupted();
     if (file.method != Method::Delta || another) {
         error = keep ? FetchPart(file, item, fetched, progress) : FetchWhole(file, item, fetched, progress);
+    }
+    if (error == ERROR_SUCCESS) {
+        error = KeepRights(file.local, fetched);
     }
     if (error == ERROR_SUCCESS &&
         MoveFileExW(fetched.c_str(), file.local.c_str(), MOVEFILE_REPLACE_EXISTING) == FALSE) {
@@ -316,9 +355,7 @@ DWORD FileTransfer::FetchRest(const TransferFile& file, const Attributes& item, 
         if (have == item->GetSize()) {
             return ERROR_SUCCESS;
         }
-        return m_calls.Api().DownloadData(file.server, part.Path(), item, MakeAttributes(),
-                                          static_cast<std::uint64_t>(have), item->GetSize(), m_calls.CancelEvent(),
-                                          progress, 0);
+        return FetchBytes(m_calls, file.server, item, part.Path(), {have, item->GetSize()}, progress);
     });
 }
 

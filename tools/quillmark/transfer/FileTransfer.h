@@ -9,7 +9,8 @@
 //         delta       against the local file, or the base; as above when nothing came of it
 //         range       to the same place of the target, which keeps its other bytes
 //
-// A download takes its target's name only when all its bytes are there and it has its times.
+// A download takes its target's name only when all its bytes are there and it has its times, and the rights of the file
+// whose place it takes.
 #pragma once
 
 #include <memory>
@@ -56,6 +57,11 @@ private:
     [[nodiscard]] DWORD Send(const PlanStep& step, const TransferFile& file, Attributes& stored,
                              const Progress& progress);
     [[nodiscard]] DWORD SendWhole(const TransferFile& file, Attributes& stored, const Progress& progress);
+    // expected: the revision of the item, empty for any. sent: the record of what was sent.
+    [[nodiscard]] DWORD SendOnce(const TransferFile& file, const std::string& expected, Attributes& sent,
+                                 Attributes& stored, const Progress& progress);
+    [[nodiscard]] DWORD ConfirmStored(const TransferFile& file, const IServerAttributes& sent,
+                                      Attributes& stored) const;
     [[nodiscard]] DWORD SendDelta(const PlanStep& step, const TransferFile& file, Attributes& stored,
                                   const Progress& progress);
     [[nodiscard]] TransferResult PutInBackground(const PlanStep& step, const TransferFile& file,

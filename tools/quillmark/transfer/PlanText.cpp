@@ -64,8 +64,8 @@ JsonObject StepObject(const TransferOptions& options, const PlanStep& step) {
 }  // namespace
 
 bool IsWorthTelling(const PlanStep& step) {
-    return step.kind != StepKind::Skip || step.reason == StepReason::FolderLink || step.reason == StepReason::Special ||
-           step.reason == StepReason::Unfinished;
+    return step.kind != StepKind::Skip || step.reason == StepReason::FolderLink || step.reason == StepReason::Link ||
+           step.reason == StepReason::Special || step.reason == StepReason::Unfinished;
 }
 
 void PlanCounts::Add(const PlanStep& step) {
@@ -91,14 +91,15 @@ void PlanCounts::Add(const PlanStep& step) {
 }
 
 std::string PlanCounts::Line() const {
-    std::string line = std::to_string(files) + " to send, " + std::to_string(bytes) +
+    std::string line = std::to_string(files) + " to transfer, " + std::to_string(bytes) +
                        (bytes == 1 ? " byte, " : " bytes, ") + std::to_string(deletions) + " to delete, " +
                        std::to_string(same) + " same";
     if (failing != 0) {
         line += ", " + std::to_string(failing) + " not possible";
     }
     if (onlyInTarget != 0) {
-        line += ", " + std::to_string(onlyInTarget) + " only in the target and kept (see --delete)";
+        line +=
+            ", " + std::to_string(onlyInTarget) + " only in the target and kept" + (deletes ? "" : " (see --delete)");
     }
     return line;
 }
@@ -121,9 +122,13 @@ void PrintStep(const GlobalOptions& global, const TransferOptions& options, cons
         }
         return;
     }
+    if (global.quiet && step.kind != StepKind::Fail) {
+        return;
+    }
     const bool up = options.direction == Direction::Up;
     const std::string source = Printable(up ? InTree(options.local, step.path) : InTree(options.server, step.path));
     const std::string target = Printable(up ? InTree(options.server, step.path) : InTree(options.local, step.path));
+    const std::string& meant = step.inTarget ? target : source;
     const std::string verb = would ? "would " : "";
     switch (step.kind) {
         case StepKind::MakeFolder:
@@ -136,11 +141,11 @@ void PrintStep(const GlobalOptions& global, const TransferOptions& options, cons
             Print(verb + "delete " + target + (step.folder ? "/" : ""));
             break;
         case StepKind::Fail:
-            PrintError("not possible: " + source + ": " + ReasonText(step));
+            PrintError("not possible: " + meant + ": " + ReasonText(step));
             break;
         case StepKind::Skip:
             if (IsWorthTelling(step)) {
-                PrintError("skipped, " + ReasonText(step) + ": " + source);
+                PrintError("skipped, " + ReasonText(step) + ": " + meant);
             }
             break;
     }

@@ -16,9 +16,10 @@ struct PlanCounts {
     std::uint64_t sameFolders = 0;
     std::uint64_t failing = 0;
     std::uint64_t onlyInTarget = 0;  // and kept
+    bool deletes = false;            // the plan deletes what only the target has, where it may
 
     void Add(const PlanStep& step);
-    // "3 to send, 12 bytes, 1 to delete, 4 same"
+    // "3 to transfer, 12 bytes, 1 to delete, 4 same"
     [[nodiscard]] std::string Line() const;
 };
 
@@ -27,7 +28,8 @@ struct PlanCounts {
 [[nodiscard]] bool IsWorthTelling(const PlanStep& step);
 
 // Prints one step as far as it does or prevents something: what will be done on standard output, the rest on standard
-// error; with --json each as an object on standard output. would: "would put ..." in place of "put ...".
+// error; with --json each as an object on standard output, with --quiet what prevents something only. would: "would put
+// ..." in place of "put ...".
 void PrintStep(const GlobalOptions& global, const TransferOptions& options, const PlanStep& step, bool would);
 
 // Prints what the plan amounts to: its line, or with --json its object.

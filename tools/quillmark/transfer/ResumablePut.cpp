@@ -274,7 +274,7 @@ ResumablePut::Result ResumablePut::Complete(Attempt& attempt, Attributes& stored
 
 bool ResumablePut::IsFolderMissing(const WideString& remote) const {
     Attributes folder;
-    const WideString path = ServerPath(remote.Substring(0, remote.size() - LeafName(remote).size()));
+    const WideString path = ServerPath(FolderOf(remote));
     return m_calls.Api().GetPathAttributes(path, folder, m_calls.CancelEvent()).error == ItemUnknown;
 }
 

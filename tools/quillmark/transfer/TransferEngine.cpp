@@ -70,6 +70,15 @@ TransferResult FailedStep(const PlanStep& step) {
     return result;
 }
 
+// The server has what is to be deleted here because it has not.
+constexpr DWORD StillOnServer = ERROR_ALREADY_EXISTS;
+
+// What somebody else has deleted meanwhile is as it should be.
+DWORD UnlessGone(DWORD error) {
+    const bool gone = IsLocalItemMissing(error) || ExitCodeFor(error, false) == ExitCode::NotFound;
+    return gone ? ERROR_SUCCESS : error;
+}
+
 // The local item may not be what the plan saw.
 DWORD DeleteLocalItem(const PlanStep& step, const WideString& path) {
     if (step.folder) {
@@ -156,6 +165,9 @@ TransferFile TransferEngine::FileOf(const PlanStep& step) {
     file.local = InTree(m_options.local, step.path);
     file.server = InTree(m_options.server, step.path);
     file.size = step.size;
+    if (step.inTarget) {
+        (file.direction == Direction::Up ? file.local : file.server).Clear();
+    }
     return file;
 }
 
@@ -232,12 +244,17 @@ bool TransferEngine::MakeFolder(const PlanStep& step) {
 
 void TransferEngine::Delete(const PlanStep& step) {
     m_queue.Drain();
-    if (m_calls.Interrupted()) {
+    if (m_calls.Interrupted() || !MayDelete()) {
         return;
     }
     const TransferFile file = FileOf(step);
-    const DWORD error =
-        m_options.direction == Direction::Up ? DeleteServerItem(step, file.server) : DeleteLocalItem(step, file.local);
+    DWORD error = ERROR_SUCCESS;
+    if (m_options.direction == Direction::Up) {
+        error = UnlessGone(DeleteServerItem(step, file.server));
+    } else {
+        error = CheckGoneFromServer(step);
+        error = error == ERROR_SUCCESS ? UnlessGone(DeleteLocalItem(step, file.local)) : error;
+    }
     if (error != ERROR_SUCCESS && m_calls.Interrupted()) {
         return;
     }
@@ -253,7 +270,35 @@ void TransferEngine::Delete(const PlanStep& step) {
                                  : "not deleted: it has changed since the plan was made";
         result.nextStep.clear();
     }
+    if (error == StillOnServer) {
+        result.why = "not deleted: the server has it, although its listing did not tell";
+        result.nextStep = "Repeat the command.";
+    }
     Tell(file, result);
+}
+
+// An item that was renamed at the source is a new one and an old one: the old one must not go before the new one has
+// come.
+bool TransferEngine::MayDelete() {
+    if (!m_mayDelete) {
+        m_mayDelete = m_summary.failed == 0;
+        if (!*m_mayDelete) {
+            m_observer.Note("nothing is deleted: not everything before it has succeeded");
+        }
+    }
+    return *m_mayDelete;
+}
+
+// A listing may leave out what is there, or be older than this moment. One question serves a folder and all that is in
+// it.
+DWORD TransferEngine::CheckGoneFromServer(const PlanStep& step) {
+    if (step.extra != m_checkedExtra) {
+        TreeEntry present;
+        const DWORD error = LookAtServer(m_calls, InTree(m_options.server, step.extra), present);
+        m_checkedExtra = step.extra;
+        m_checkedError = error == ERROR_SUCCESS ? StillOnServer : UnlessGone(error);
+    }
+    return m_checkedError;
 }
 
 // The server deletes a folder with all that is in it: what came into it since the plan was made shall stay.
@@ -347,6 +392,7 @@ DWORD ReasonError(const PlanStep& step) {
         case StepReason::NotText:
             return ERROR_NO_UNICODE_TRANSLATION;
         case StepReason::NameTaken:
+        case StepReason::InTheWay:
             return ERROR_ALREADY_EXISTS;
         case StepReason::WrongKind:
             return ERROR_DIRECTORY;
@@ -366,6 +412,8 @@ std::string ReasonText(const PlanStep& step) {
             return "excluded";
         case StepReason::FolderLink:
             return "a link to a folder";
+        case StepReason::Link:
+            return "a link";
         case StepReason::Special:
             return "a pipe, socket or device";
         case StepReason::Unfinished:
@@ -380,6 +428,8 @@ std::string ReasonText(const PlanStep& step) {
             return WithNumber(
                 step.folder ? "a file stands where the folder is to go" : "a folder stands where the file is to go",
                 error);
+        case StepReason::InTheWay:
+            return WithNumber("a pipe, socket or device stands where it is to go", error);
         case StepReason::TooLarge:
             return WithNumber("it has " + std::to_string(step.size) +
                                   " bytes, and this folder of the server takes files of up to " +

@@ -1,6 +1,7 @@
 // TransferEngine: carries out the steps of a plan. Folders are made as their step comes, files are transferred on
 // several threads, deletions wait until everything before them is over. A failure is told and counted, and the rest
-// goes on; an interruption lets nothing new begin and ends what runs.
+// goes on, but nothing is deleted then: what was to take its place may not be there. An interruption lets nothing new
+// begin and ends what runs.
 //
 // Steps come from one thread, in the order of the plan. The observer is told from all of them.
 #pragma once
@@ -49,6 +50,8 @@ private:
     [[nodiscard]] TransferResult RunGuarded(std::size_t thread, const PlanStep& step, const TransferFile& file);
     [[nodiscard]] bool MakeFolder(const PlanStep& step);
     void Delete(const PlanStep& step);
+    [[nodiscard]] bool MayDelete();
+    [[nodiscard]] DWORD CheckGoneFromServer(const PlanStep& step);
     [[nodiscard]] DWORD DeleteServerItem(const PlanStep& step, const WideString& path);
     void Skip(const PlanStep& step);
 
@@ -64,6 +67,9 @@ private:
     std::uint64_t m_files = 0;  // of the plan, as far as known
     std::uint64_t m_bytes = 0;
     bool m_announced = false;
+    std::optional<bool> m_mayDelete;  // decided when the first deletion comes
+    WideString m_checkedExtra;        // the item of the target that the server was asked about last
+    DWORD m_checkedError = ERROR_SUCCESS;
 
     std::mutex m_lock;  // for what follows
     TransferSummary m_summary;

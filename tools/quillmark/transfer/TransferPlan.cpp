@@ -98,9 +98,23 @@ bool IsFolderKind(Kind kind) {
     return kind == Kind::Folder || kind == Kind::FolderLink;
 }
 
-// What stands in the target is never touched then.
-bool IsWrongKind(Kind source, const TreeEntry* target) {
-    return target != nullptr && (IsFolderKind(source) != IsFolderKind(target->kind) || target->kind == Kind::Special);
+// What of the target stands where the source's item is to go; it is never touched.
+std::optional<StepReason> Obstacle(Kind source, const TreeEntry* target) {
+    if (target != nullptr && target->kind == Kind::Special) {
+        return StepReason::InTheWay;
+    }
+    const bool wrong = target != nullptr && IsFolderKind(source) != IsFolderKind(target->kind);
+    return wrong ? std::optional(StepReason::WrongKind) : std::nullopt;
+}
+
+// Of one item, and not of another or of none.
+bool IsItemName(const WideString& name) {
+    return !name.empty() && name != QM_W(".") && name != QM_W("..") && name.FindLast(QM_W('/')) == WideString::npos;
+}
+
+PlanStep InTarget(PlanStep step) {
+    step.inTarget = true;
+    return step;
 }
 
 void SortByName(std::vector<TreeEntry>& entries) {
@@ -158,12 +172,8 @@ void TreePlanner::Walk(bool targetThere, const Sink& sink) {
 }
 
 bool TreePlanner::ReadBoth(const Folder& folder, Entries& source, Entries& target) {
-    if (folder.inTarget) {
-        const DWORD error = m_target.List(folder.path, target);
-        if (error != ERROR_SUCCESS) {
-            Emit(FolderStep(StepKind::Fail, StepReason::Unreadable, folder.path, error));
-            return false;
-        }
+    if (folder.inTarget && !ReadTarget(folder.path, target)) {
+        return false;
     }
     const DWORD error = m_source.List(folder.path, source);
     if (error != ERROR_SUCCESS) {
@@ -171,7 +181,21 @@ bool TreePlanner::ReadBoth(const Folder& folder, Entries& source, Entries& targe
         Emit(FolderStep(StepKind::Fail, StepReason::Unreadable, folder.path, error));
     }
     SortByName(source);
-    SortByName(target);
+    return true;
+}
+
+bool TreePlanner::ReadTarget(const WideString& path, Entries& entries) {
+    DWORD error = m_target.List(path, entries);
+    const bool named =
+        std::all_of(entries.begin(), entries.end(), [](const TreeEntry& entry) { return IsItemName(entry.name); });
+    if (error == ERROR_SUCCESS && !named) {
+        error = ERROR_INVALID_DATA;
+    }
+    if (error != ERROR_SUCCESS) {
+        Emit(InTarget(FolderStep(StepKind::Fail, StepReason::Unreadable, path, error)));
+        return false;
+    }
+    SortByName(entries);
     return true;
 }
 
@@ -219,8 +243,8 @@ bool TreePlanner::PlanEntry(const Folder& folder, const TreeEntry& source, const
     if (const std::optional<PlanStep> unfit = Unfit(m_options, path, source)) {
         return Emit(*unfit);
     }
-    if (IsWrongKind(source.kind, target)) {
-        return Emit(Step(StepKind::Fail, StepReason::WrongKind, path, source));
+    if (const std::optional<StepReason> obstacle = Obstacle(source.kind, target)) {
+        return Emit(Step(StepKind::Fail, *obstacle, path, source));
     }
     if (source.kind == Kind::Folder) {
         const bool behindLink = target != nullptr && target->kind == Kind::FolderLink;
@@ -239,9 +263,9 @@ bool TreePlanner::PlanExtras(const Folder& folder, const Entries& target, const 
             continue;
         }
         if (m_options.deleteExtra && folder.mayDelete) {
-            static_cast<void>(Collect(path, entry));
+            static_cast<void>(Collect(path, entry, path));
         } else if (!m_options.exclude.Excludes(path, IsFolderKind(entry.kind)) && !IsUnfinishedName(entry.name)) {
-            Emit(Step(StepKind::Skip, StepReason::OnlyInTarget, path, entry));
+            Emit(InTarget(Step(StepKind::Skip, StepReason::OnlyInTarget, path, entry)));
         }
         if (m_answer == Answer::Stop) {
             return false;
@@ -250,31 +274,37 @@ bool TreePlanner::PlanExtras(const Folder& folder, const Entries& target, const 
     return true;
 }
 
-bool TreePlanner::Collect(const WideString& path, const TreeEntry& entry) {
+bool TreePlanner::Collect(const WideString& path, const TreeEntry& entry, const WideString& extra) {
     if (m_options.exclude.Excludes(path, IsFolderKind(entry.kind)) || IsUnfinishedName(entry.name)) {
         return false;
     }
-    if (entry.kind != Kind::File && entry.kind != Kind::Folder) {
-        Emit(Step(StepKind::Skip, entry.kind == Kind::FolderLink ? StepReason::FolderLink : StepReason::Special, path,
-                  entry));
+    const bool plain = (entry.kind == Kind::File && !entry.link) || entry.kind == Kind::Folder;
+    if (!plain) {
+        const StepReason reason = entry.kind == Kind::FolderLink ? StepReason::FolderLink
+                                  : entry.link                   ? StepReason::Link
+                                                                 : StepReason::Special;
+        Emit(InTarget(Step(StepKind::Skip, reason, path, entry)));
         return false;
     }
-    bool allOfIt = true;
-    if (entry.kind == Kind::Folder) {
-        Entries children;
-        if (const DWORD error = m_target.List(path, children); error != ERROR_SUCCESS) {
-            Emit(FolderStep(StepKind::Fail, StepReason::Unreadable, path, error));
-            return false;
-        }
-        SortByName(children);
-        for (const TreeEntry& child : children) {
-            allOfIt = Collect(Below(path, child.name), child) && allOfIt;
-        }
+    if (entry.kind == Kind::Folder && !CollectChildren(path, extra)) {
+        return false;
     }
-    if (allOfIt) {
-        m_deletions.push_back(Step(StepKind::Delete, StepReason::OnlyInTarget, path, entry));
+    PlanStep step = InTarget(Step(StepKind::Delete, StepReason::OnlyInTarget, path, entry));
+    step.extra = extra;
+    m_deletions.push_back(step);
+    return true;
+}
+
+bool TreePlanner::CollectChildren(const WideString& path, const WideString& extra) {
+    Entries children;
+    if (!ReadTarget(path, children)) {
+        return false;
     }
-    return allOfIt;
+    bool allOfThem = true;
+    for (const TreeEntry& child : children) {
+        allOfThem = Collect(Below(path, child.name), child, extra) && allOfThem;
+    }
+    return allOfThem;
 }
 
 bool TreePlanner::EmitDeletions() {

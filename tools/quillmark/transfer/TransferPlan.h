@@ -10,6 +10,7 @@
 // What is deleted (only with deleteExtra): what the target has and the source has not. Never: what a pattern excludes,
 // what a kept item is in, links and special files, beginnings of unfinished downloads, anything of a folder where one
 // side has a file, and nothing at all when a part of the source could not be read: what cannot be seen is not gone.
+// Nothing of a target folder is touched whose listing has a name that is none, such as "" or "..".
 #pragma once
 
 #include <cstdint>
@@ -37,6 +38,7 @@ struct TreeEntry {
 
     WideString name;
     Kind kind = Kind::File;
+    bool link = false;  // a file behind a link, or a link that leads nowhere
     std::int64_t size = 0;
     CAttributeTime created;
     CAttributeTime modified;
@@ -68,6 +70,7 @@ enum class StepReason {
     Same,          // Skip: also a folder that both have
     Excluded,      // Skip: a pattern says so
     FolderLink,    // Skip: the tree does not go on behind a link
+    Link,          // Skip: a link to a file that only the target has
     Special,       // Skip
     Unfinished,    // Skip: the beginning of a download, under its temporary name
     OnlyInTarget,  // Delete; Skip without deleteExtra
@@ -75,6 +78,7 @@ enum class StepReason {
     NotText,       // Fail: it cannot be sent to a server
     NameTaken,     // Fail: for the target it is the same name as another item's
     WrongKind,     // Fail: a file on one side, a folder on the other
+    InTheWay,      // Fail: a pipe, socket or device stands in the target where it is to go
     TooLarge,      // Fail: the server's folder does not take such a file
     Unreadable,    // Fail: error says why
 };
@@ -91,6 +95,8 @@ struct PlanStep {
     CAttributeTime modified;
     std::string revision;  // of the server item: what is fetched, replaced or deleted
     DWORD error = 0;
+    bool inTarget = false;  // Fail, Skip, Delete: it is about what the target has, and not about the source
+    WideString extra;       // Delete: what only the target has, this item or a folder that it is in
 };
 
 // An earlier state of a local file.
@@ -168,11 +174,15 @@ private:
     bool PlanEntry(const Folder& folder, const TreeEntry& source, const TreeEntry* target,
                    std::vector<Folder>& folders);
     bool PlanExtras(const Folder& folder, const Entries& target, const std::set<WideString>& named);
-    // Collects what is to be deleted of an item that only the target has. False when something of it stays.
-    bool Collect(const WideString& path, const TreeEntry& entry);
+    // Collects what is to be deleted of an item that only the target has; extra: that item, or a folder that it is in.
+    // False when something of it stays.
+    bool Collect(const WideString& path, const TreeEntry& entry, const WideString& extra);
+    bool CollectChildren(const WideString& path, const WideString& extra);
     bool EmitDeletions();
 
     [[nodiscard]] bool ReadBoth(const Folder& folder, Entries& source, Entries& target);
+    // False after the failure was told. Sorted by name.
+    [[nodiscard]] bool ReadTarget(const WideString& path, Entries& entries);
     [[nodiscard]] WideString KeyOf(const WideString& name) const;
     bool Emit(const PlanStep& step);
 

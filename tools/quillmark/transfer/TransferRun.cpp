@@ -31,7 +31,7 @@ private:
 
 TransferResult IsAFolder() {
     TransferResult result = FailedWith(ERROR_DIRECTORY);
-    result.why = "it is a folder; ranges and deltas are of one file (" + std::to_string(result.error) + ")";
+    result.why = WithNumber("it is a folder; ranges and deltas are of one file", result.error);
     return result;
 }
 
@@ -59,8 +59,17 @@ private:
 
     // The source's top, or false after the engine was told of the failure.
     [[nodiscard]] bool LookAtSource(TreeEntry& source);
+    [[nodiscard]] const WideString& TargetTop() const { return IsUp() ? Options().server : Options().local; }
+    [[nodiscard]] bool IsMissingInTarget(DWORD error) const {
+        return IsUp() ? ExitCodeFor(error, false) == ExitCode::NotFound : IsLocalItemMissing(error);
+    }
+    [[nodiscard]] DWORD LookAtTargetItem(const WideString& path, TreeEntry& entry) {
+        return IsUp() ? LookAtServer(m_calls, path, entry) : LookAtLocal(path, entry);
+    }
     // Whether the target's top is there; false for found after the engine was told of a failure.
     [[nodiscard]] bool LookAtTarget(bool& there);
+    // The server makes no folder in one that is not there. False after the engine was told of the failure.
+    [[nodiscard]] bool LookAboveTarget();
     [[nodiscard]] bool FailedAtTop(const TransferResult& result);
     [[nodiscard]] bool FailedAtTop(DWORD error) { return FailedAtTop(FailedWith(error)); }
 
@@ -71,6 +80,8 @@ private:
     // Each is false after the engine was told of the failure.
     [[nodiscard]] bool SettleRange(const TreeEntry& source);
     [[nodiscard]] bool CheckBase(DWORD looked, const TreeEntry& target);
+    // The error with which the file cannot go to the target, as far as a look tells. looked: how that look ended.
+    [[nodiscard]] DWORD FindObstacle(DWORD looked, const TreeEntry& target);
     [[nodiscard]] ExitCode TransferFolder();
     // Walks both trees. True when the walk was not ended early.
     bool Walk(bool targetThere, const TreePlanner::Sink& sink);
@@ -79,6 +90,7 @@ private:
     [[nodiscard]] bool MayDelete(const PlanCounts& counts, bool yes) const;
     [[nodiscard]] ExitCode Ended(bool complete);
     [[nodiscard]] ExitCode Printed(const PlanCounts& counts) const;
+    [[nodiscard]] PlanCounts NoCounts() const;
 
     TransferRequest m_request;
     std::unique_ptr<TransferObserver> m_view;
@@ -127,16 +139,31 @@ bool Run::LookAtSource(TreeEntry& source) {
 
 bool Run::LookAtTarget(bool& there) {
     TreeEntry target;
-    const DWORD error = IsUp() ? LookAtServer(m_calls, Options().server, target) : LookAtLocal(Options().local, target);
-    const bool missing = IsUp() ? ExitCodeFor(error, false) == ExitCode::NotFound
-                                : error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    const DWORD error = LookAtTargetItem(TargetTop(), target);
+    const bool missing = IsMissingInTarget(error);
     there = error == ERROR_SUCCESS;
+    if (missing && IsUp()) {
+        return LookAboveTarget();
+    }
     if (missing || (there && target.kind == TreeEntry::Kind::Folder)) {
         return true;
     }
     if (!m_calls.Interrupted()) {
         Engine().Fail(IsUp() ? WideString() : Options().local, Options().server,
                       FailedWith(there ? DWORD{ERROR_DIRECTORY} : error));
+    }
+    return false;
+}
+
+bool Run::LookAboveTarget() {
+    TreeEntry above;
+    const WideString folder = ServerPath(FolderOf(Options().server));
+    const DWORD error = LookAtServer(m_calls, folder, above);
+    if (error == ERROR_SUCCESS && above.kind == TreeEntry::Kind::Folder) {
+        return true;
+    }
+    if (!m_calls.Interrupted()) {
+        Engine().Fail(WideString(), folder, FailedWith(error == ERROR_SUCCESS ? DWORD{ERROR_DIRECTORY} : error));
     }
     return false;
 }
@@ -148,6 +175,12 @@ ExitCode Run::Ended(bool complete) {
 ExitCode Run::Printed(const PlanCounts& counts) const {
     PrintCounts(m_client.Options(), counts);
     return counts.failing == 0 ? ExitCode::Success : ExitCode::SomeFailed;
+}
+
+PlanCounts Run::NoCounts() const {
+    PlanCounts counts;
+    counts.deletes = m_request.plan.deleteExtra;
+    return counts;
 }
 
 ExitCode Run::Transfer() {
@@ -178,10 +211,8 @@ ExitCode Run::TransferFile(const TreeEntry& source) {
     }
     TreeEntry target;
     const bool revisionKnown = Options().onlyDelta && !Options().revision.empty();
-    const bool looks = !IsUp() || (!Options().base.empty() && !revisionKnown);
-    const DWORD looked = !looks   ? DWORD{ERROR_FILE_NOT_FOUND}
-                         : IsUp() ? LookAtServer(m_calls, Options().server, target)
-                                  : LookAtLocal(Options().local, target);
+    const bool looks = !IsUp() || m_request.dryRun || (!Options().base.empty() && !revisionKnown);
+    const DWORD looked = looks ? LookAtTargetItem(TargetTop(), target) : DWORD{ERROR_FILE_NOT_FOUND};
     if ((IsRange() && !SettleRange(source)) || (Options().onlyDelta && !CheckBase(looked, target))) {
         return Ended(true);
     }
@@ -191,13 +222,36 @@ ExitCode Run::TransferFile(const TreeEntry& source) {
         step.size = Options().range.end - Options().range.first;
     }
     if (m_request.dryRun) {
-        PlanCounts counts;
+        if (const DWORD error = FindObstacle(looked, target); error != ERROR_SUCCESS) {
+            step.kind = StepKind::Fail;
+            step.reason = StepReason::Unreadable;
+            step.error = error;
+            step.inTarget = true;
+        }
+        PlanCounts counts = NoCounts();
         counts.Add(step);
         PrintStep(m_client.Options(), Options(), step, true);
         return Printed(counts);
     }
     static_cast<void>(Engine().Take(step));
     return Ended(true);
+}
+
+DWORD Run::FindObstacle(DWORD looked, const TreeEntry& target) {
+    using Kind = TreeEntry::Kind;
+    if (looked == ERROR_SUCCESS) {
+        return target.kind == Kind::Folder ? DWORD{ERROR_DIRECTORY}
+               : target.kind == Kind::File ? DWORD{ERROR_SUCCESS}
+                                           : DWORD{ERROR_ALREADY_EXISTS};
+    }
+    const WideString folder = FolderOf(TargetTop());
+    if (!IsMissingInTarget(looked) || folder.empty()) {
+        return IsMissingInTarget(looked) ? ERROR_SUCCESS : looked;
+    }
+    TreeEntry above;
+    DWORD error = LookAtTargetItem(IsUp() ? ServerPath(folder) : folder, above);
+    error = IsLocalItemMissing(error) ? DWORD{ERROR_PATH_NOT_FOUND} : error;
+    return error == ERROR_SUCCESS && above.kind != Kind::Folder ? DWORD{ERROR_DIRECTORY} : error;
 }
 
 bool Run::SettleRange(const TreeEntry& source) {
@@ -273,7 +327,7 @@ ExitCode Run::TransferFolder() {
     if (!m_request.dryRun) {
         return Ended(Walk(there, [this](const PlanStep& step) { return Engine().Take(step); }));
     }
-    PlanCounts counts;
+    PlanCounts counts = NoCounts();
     const bool whole = Walk(there, [&](const PlanStep& step) {
         counts.Add(step);
         PrintStep(m_client.Options(), Options(), step, true);
@@ -296,7 +350,7 @@ ExitCode Run::Sync(bool yes) {
         return Ended(false);
     }
     std::vector<PlanStep> plan;
-    PlanCounts counts;
+    PlanCounts counts = NoCounts();
     const bool whole = Walk(there, [&](const PlanStep& step) {
         counts.Add(step);
         if (IsWorthTelling(step)) {

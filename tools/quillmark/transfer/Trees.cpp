@@ -27,16 +27,19 @@ TreeEntry EntryOf(const LocalItem& item, const WideString& path) {
         // Some systems tell of the link itself.
         entry.error = LookAtLocal(path, entry);
         entry.kind = entry.error == ERROR_SUCCESS ? entry.kind : Kind::Broken;
-        if (entry.error == ERROR_FILE_NOT_FOUND || entry.error == ERROR_PATH_NOT_FOUND) {
+        if (IsLocalItemMissing(entry.error)) {
             entry.error = ERROR_CANT_RESOLVE_FILENAME;  // the link is there, what it leads to is not
         }
+        entry.link = true;
     } else if (item.folder) {
         entry.kind = item.link ? Kind::FolderLink : Kind::Folder;
-    } else {
-        entry.kind = IsPlainFile(path) ? Kind::File : Kind::Special;
+    } else if (IsPlainFile(path)) {
         entry.size = item.size;
         entry.created = item.created;
         entry.modified = item.modified;
+    } else {
+        entry.error = LookAtLocal(path, entry);
+        entry.kind = entry.error == ERROR_SUCCESS ? Kind::Special : Kind::Broken;
     }
     entry.name = item.name;
     return entry;
@@ -51,7 +54,10 @@ WideString InTree(const WideString& top, const WideString& path) {
 DWORD LocalTree::List(const WideString& path, std::vector<TreeEntry>& entries) {
     const WideString folder = InTree(m_top, path);
     return ForEachLocalItem(folder, [&entries, &folder](const LocalItem& item) {
-        entries.push_back(EntryOf(item, JoinPath(folder, item.name)));
+        TreeEntry entry = EntryOf(item, JoinPath(folder, item.name));
+        if (!IsLocalItemMissing(entry.error)) {  // or else it has gone since the listing was begun
+            entries.push_back(std::move(entry));
+        }
     });
 }
 

@@ -159,7 +159,7 @@ DWORD UploadStore::Remove(const UploadKey& key) const {
         return ERROR_SUCCESS;
     }
     const DWORD error = GetLastError();
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ? ERROR_SUCCESS : error;
+    return IsLocalItemMissing(error) ? ERROR_SUCCESS : error;
 }
 
 DWORD UploadStore::List(const std::string& server, const std::string& user, std::vector<UploadRecord>& records) const {
