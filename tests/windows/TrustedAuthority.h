@@ -15,6 +15,8 @@ public:
     TrustedAuthority& operator=(const TrustedAuthority&) = delete;
 
 private:
+    void RemoveOthers(const CERT_CONTEXT& authority) const;
+
     HANDLE m_turn = nullptr;
     HCERTSTORE m_store = nullptr;
     PCCERT_CONTEXT m_certificate = nullptr;

@@ -157,8 +157,7 @@ int EndParsing(const CLI::App& program, const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) {
         return program.exit(error);
     }
-    const std::string text = UsageError(program, error);
-    std::fwrite(text.data(), 1, text.size(), stderr);
+    WriteError(UsageError(program, error));
     return static_cast<int>(ExitCode::Usage);
 }
 

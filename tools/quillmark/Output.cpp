@@ -10,6 +10,7 @@
 #include "ErrorText.h"
 #include "Json.h"
 #include "System.h"
+#include "terminal/Terminal.h"
 
 namespace quillmark::cli {
 
@@ -40,6 +41,10 @@ void RequireOutput(bool written) {
 
 void Print(const std::string& line) {
     RequireOutput(std::fwrite(line.data(), 1, line.size(), stdout) == line.size() && std::fputc('\n', stdout) != EOF);
+    static const bool atTerminal = IsOutputTerminal();
+    if (atTerminal) {
+        FinishOutput();  // a person reads each line as it comes
+    }
 }
 
 void PrintResult(const GlobalOptions& options, const std::string& line, const JsonObject& object) {
@@ -66,9 +71,7 @@ void PrintError(const std::string& line) {
         errorSink(line);
         return;
     }
-    // In one go: lines of several threads and programs stay whole.
-    const std::string whole = line + "\n";
-    std::fwrite(whole.data(), 1, whole.size(), stderr);
+    WriteError(line + "\n");
 }
 
 void SetErrorSink(ErrorSink sink) {

@@ -21,6 +21,9 @@ struct Argument {
 // Makes standard output and standard error take the program's lines as they are: UTF-8, ended by line feeds.
 void PrepareOutput();
 
+// Writes the text to standard error in one go: lines of several threads and programs stay whole.
+void WriteError(const std::string& text);
+
 // The path with "/" between its names, whatever else the system takes there too.
 [[nodiscard]] WideString WithSlashes(const WideString& path);
 

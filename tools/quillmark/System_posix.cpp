@@ -151,6 +151,10 @@ void PrepareOutput() {
     std::signal(SIGPIPE, SIG_IGN);
 }
 
+void WriteError(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
 WideString WithSlashes(const WideString& path) {
     return path;
 }

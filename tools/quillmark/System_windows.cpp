@@ -145,10 +145,18 @@ void PrepareOutput() {
     static_cast<void>(_setmode(_fileno(stdout), _O_BINARY));
     static_cast<void>(_setmode(_fileno(stderr), _O_BINARY));
     static_cast<void>(_setmode(_fileno(stdin), _O_BINARY));
+    // Without a buffer a console gets one byte at a time, and can make nothing of the bytes of one letter.
+    constexpr std::size_t BufferSize = 64 * 1024;
+    static_cast<void>(std::setvbuf(stdout, nullptr, _IOFBF, BufferSize));
     outputCodePageBefore = ::GetConsoleOutputCP();
     if (outputCodePageBefore != 0 && ::SetConsoleOutputCP(CP_UTF8) != FALSE) {
         std::atexit(RestoreOutputCodePage);  // the console is the user's
     }
+}
+
+void WriteError(const std::string& text) {
+    DWORD written = 0;
+    ::WriteFile(::GetStdHandle(STD_ERROR_HANDLE), text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
 }
 
 WideString WithSlashes(const WideString& path) {

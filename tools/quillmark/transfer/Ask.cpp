@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "Input.h"
+#include "System.h"
 
 namespace quillmark::cli {
 namespace {
@@ -22,11 +23,10 @@ bool ReadLine(std::string& line) {
 }  // namespace
 
 bool AskLine(const std::string& question, HANDLE interrupt, std::string& answer) {
-    std::fwrite(question.data(), 1, question.size(), stderr);
-    std::fflush(stderr);
+    WriteError(question);
     const std::optional<std::string> line = ReadUnlessInterrupted(interrupt, ReadLine);
     if (!line) {
-        std::fputc('\n', stderr);
+        WriteError("\n");
         return false;
     }
     answer = *line;
