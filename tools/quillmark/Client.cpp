@@ -22,34 +22,53 @@ std::string DeviceName() {
     return name.empty() ? "quillmark" : name;
 }
 
-// Splits "https://host:port" into the part before the port and the port; a bracketed IPv6 address keeps its colons.
-// What has more than that is refused, and with an "@" not repeated: a password may stand before it.
-void SplitServer(const std::string& server, std::string& address, DWORD& port) {
-    const std::size_t scheme = server.find("://");
+struct Address {
+    std::string host;  // with the scheme
+    std::string port;  // empty when none is named
+};
+
+// Splits "https://host:port"; a bracketed IPv6 address keeps its colons. What has more than that is refused, and with
+// an
+// "@" not repeated: a password may stand before it.
+Address SplitServer(const std::string& server) {
     if (server.find('@') != std::string::npos) {
         throw Failure("a server address holds no user name; name the user with --user", ExitCode::Usage);
     }
-    if (scheme == std::string::npos ||
-        (server.compare(0, 8, "https://") != 0 && server.compare(0, 7, "http://") != 0)) {
-        throw Failure("'" + server + "' is not a server address: one begins with https:// or http://", ExitCode::Usage);
+    const auto refuse = [&server](const std::string& why) {
+        throw Failure("'" + server + "' is not a server address: " + why, ExitCode::Usage);
+    };
+    std::string text = server;
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char unit) { return unit >= 'A' && unit <= 'Z' ? static_cast<char>(unit - 'A' + 'a') : unit; });
+    if (!text.starts_with("https://") && !text.starts_with("http://")) {
+        refuse("one begins with https:// or http://");
     }
-    const std::size_t behind = std::min(server.find_first_of("/?#", scheme + 3), server.size());
-    if (behind < server.size() && server.substr(behind) != "/") {
-        throw Failure("'" + server + "' is not a server address: nothing follows the name and the port",
-                      ExitCode::Usage);
+    const std::size_t start = text.find("://") + 3;
+    const std::size_t behind = std::min(text.find_first_of("/?#", start), text.size());
+    if (behind < text.size() && text.substr(behind) != "/") {
+        refuse("nothing follows the name and the port");
     }
-    address = server.substr(0, behind);
-    port = server.compare(0, 8, "https://") == 0 ? 443 : 80;
-    const std::size_t colon = address.rfind(':');
-    if (colon <= scheme || colon < address.rfind(']') + 1) {
-        return;
+    text.resize(behind);
+    const std::size_t colon = text.rfind(':');
+    if (colon < start || colon < text.rfind(']') + 1) {
+        return {text, ""};
     }
-    const char* end = address.data() + address.size();
-    const auto [rest, failure] = std::from_chars(address.data() + colon + 1, end, port);
-    if (failure != std::errc() || rest != end || port == 0 || port > 65535) {
-        throw Failure("'" + address.substr(colon + 1) + "' is not a port number", ExitCode::Usage);
+    if (text[start] != '[' && text.find(':', start) != colon) {
+        refuse("an IPv6 address stands in brackets");
     }
-    address.resize(colon);
+    return {text.substr(0, colon), text.substr(colon + 1)};
+}
+
+DWORD PortOf(const Address& address) {
+    DWORD port = address.host.starts_with("https://") ? 443 : 80;
+    if (!address.port.empty()) {
+        const char* end = address.port.data() + address.port.size();
+        const auto [rest, failure] = std::from_chars(address.port.data(), end, port);
+        if (failure != std::errc() || rest != end || port == 0 || port > 65535) {
+            throw Failure("'" + address.port + "' is not a port number", ExitCode::Usage);
+        }
+    }
+    return port;
 }
 
 // whose: words behind the file's name, for one that this command was not given.
@@ -130,25 +149,39 @@ Client::~Client() {
 }
 
 void Client::UseServer(const std::string& server) {
-    std::string address;
-    DWORD port = 0;
-    SplitServer(server, address, port);
-    WideString wide = WidenUtf8(address);
-    m_server = server;
-    m_api->SetServer(wide);
-    m_api->SetPort(port);
+    const Address address = SplitServer(server);
+    WideString host = WidenUtf8(address.host);
+    m_server = ServerAddress(server);
+    m_api->SetServer(host);
+    m_api->SetPort(PortOf(address));
     if (m_authority.empty()) {
         TrustKeptAuthority();
     }
 }
 
-// Of another server's login nothing is taken over.
+// Of another server's login nothing is taken over. Without the authority it is found out soon enough whether it is
+// needed.
 void Client::TrustKeptAuthority() {
     StoredSession kept;
-    if (LoadSession(m_options.sessionPath, kept) == ERROR_SUCCESS && kept.server == m_server &&
-        !kept.authority.empty()) {
+    if (LoadSession(m_options.sessionPath, kept) != ERROR_SUCCESS || kept.server != m_server ||
+        kept.authority.empty()) {
+        return;
+    }
+    try {
         TrustAuthorities(WidenUtf8(kept.authority), " of the login");
         m_authority = kept.authority;
+    } catch (const Failure& failure) {
+        PrintError("quillmark: " + failure.Sentence() + " A login with --ca names another file.");
+    }
+}
+
+// Before the server makes a session that could not be kept.
+void Client::CheckAuthorityName() const {
+    const bool text = m_options.caPath.empty() || AbsolutePath(m_options.caPath) == WidenUtf8(m_authority);
+    if (!text || m_authority.find_first_of("\r\n") != std::string::npos) {
+        throw Failure("the name '" + Printable(m_options.caPath) +
+                          "' cannot be kept with the login; give the file of certificates another one",
+                      ExitCode::LocalFile);
     }
 }
 
@@ -193,6 +226,7 @@ HANDLE Client::CancelEvent() const {
 }
 
 void Client::Login(StoredSession session, const std::string& password, const std::string& what) {
+    CheckAuthorityName();
     Require(Run([&] { return SignIn(session, password, CancelEvent()); }), what);
     session.authority = m_authority;
     const std::lock_guard lock(m_loginLock);
@@ -261,6 +295,11 @@ DWORD Client::KeepToken(StoredSession session) {
     session.token = m_token;
     session.since = NarrowUtf8(CAttributeTime::Now().ToText());
     return SaveSession(m_options.sessionPath, session);
+}
+
+std::string ServerAddress(const std::string& server) {
+    const Address address = SplitServer(server);
+    return address.host + (address.port.empty() ? "" : ":" + address.port);
 }
 
 StoredSession RequireSession(const GlobalOptions& options) {

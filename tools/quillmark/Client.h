@@ -56,7 +56,7 @@ public:
     Client& operator=(const Client&) = delete;
 
     // Names the server: "https://host:port"; the port may be left out (443 and 80). Without --ca the authority is
-    // trusted that the kept login of this server trusts. Throws Failure.
+    // trusted that the kept login of this server trusts; one that cannot be read is told. Throws Failure.
     void UseServer(const std::string& server);
 
     // Asks the server, named before, what it offers. Throws Failure.
@@ -69,6 +69,8 @@ public:
     // trusted for it. session: all but these and the token. Throws Failure; what: what was being done.
     void Login(StoredSession session, const std::string& password, const std::string& what);
 
+    // The server that is named, as ServerAddress writes it.
+    [[nodiscard]] const std::string& Server() const { return m_server; }
     // The login that Resume took up. It does not change any more, also when the session's token does.
     [[nodiscard]] const StoredSession& Session() const { return m_session; }
     [[nodiscard]] IQuillmarkHttpAPI& Api() { return *m_api; }
@@ -104,6 +106,7 @@ private:
     [[nodiscard]] static DWORD ErrorOf(DWORD error) { return error; }
     [[nodiscard]] static DWORD ErrorOf(const StatusPair& status) { return status.error; }
     void TrustKeptAuthority();
+    void CheckAuthorityName() const;
     [[nodiscard]] DWORD RunCall(const std::function<DWORD()>& operation);
     [[nodiscard]] std::optional<std::string> PasswordForRenewal();
     [[nodiscard]] bool TakeStoredToken();
@@ -125,6 +128,10 @@ private:
     std::unique_ptr<CallObserver> m_observer;
     std::unique_ptr<Calls> m_calls;
 };
+
+// A server's address in the one way that it is kept and compared: scheme and name in small letters, nothing behind the
+// port. Throws Failure for what is no address.
+[[nodiscard]] std::string ServerAddress(const std::string& server);
 
 // The stored login, of the profile and session file in use or of a named profile's. Throws Failure when there is none
 // or when it cannot be read.

@@ -95,11 +95,6 @@ DWORD FileSize(const WideString& path, std::int64_t& size) {
     return error == ERROR_SUCCESS ? file.Size(size) : error;
 }
 
-DWORD MakeEmptyFile(const WideString& path) {
-    LocalFile file;
-    return file.Open(path, GENERIC_WRITE, CREATE_ALWAYS);
-}
-
 DWORD CutFile(const WideString& path, std::int64_t size) {
     LocalFile file;
     DWORD error = file.Open(path, GENERIC_WRITE, OPEN_EXISTING);
@@ -114,7 +109,7 @@ DWORD CopyBytes(const WideString& from, const WideString& to, std::int64_t start
     LocalFile target;
     DWORD error = source.Open(from, GENERIC_READ, OPEN_EXISTING);
     if (error == ERROR_SUCCESS) {
-        error = target.Open(to, GENERIC_WRITE, OPEN_EXISTING);
+        error = target.Open(to, GENERIC_WRITE, OPEN_ALWAYS);
     }
     if (error == ERROR_SUCCESS) {
         error = source.Seek(start);

@@ -55,13 +55,11 @@ private:
 // Bytes of a local file. 0 or an error code.
 [[nodiscard]] DWORD FileSize(const WideString& path, std::int64_t& size);
 
-// Makes an empty file, or makes one that is there empty. 0 or an error code.
-[[nodiscard]] DWORD MakeEmptyFile(const WideString& path);
-
 // Leaves so many bytes of a local file's beginning. 0 or an error code.
 [[nodiscard]] DWORD CutFile(const WideString& path, std::int64_t size);
 
-// Writes bytes of one file, from one offset until before another, to the same place of a file that is there.
+// Writes bytes of one file, from one offset until before another, to the same place of another, which is made when it
+// is missing.
 [[nodiscard]] DWORD CopyBytes(const WideString& from, const WideString& to, std::int64_t start, std::int64_t end);
 
 }  // namespace quillmark::cli

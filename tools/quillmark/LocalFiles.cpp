@@ -66,10 +66,6 @@ DWORD LocalAttributes(const WideString& path, std::shared_ptr<IServerAttributes>
     return ERROR_SUCCESS;
 }
 
-bool IsStored(const IServerAttributes& reply, const IServerAttributes& sent) {
-    return reply.GetSize() == sent.GetSize() && reply.GetLastWriteTime().ToText() == sent.GetLastWriteTime().ToText();
-}
-
 DWORD ApplyTimes(const WideString& path, const IServerAttributes& attributes) {
     if (!attributes.HasTimes()) {
         return ERROR_SUCCESS;

@@ -31,9 +31,6 @@ struct LocalItem {
 // The record of a local file as an upload sends it: times, Windows attributes and size.
 [[nodiscard]] DWORD LocalAttributes(const WideString& path, std::shared_ptr<IServerAttributes>& attributes);
 
-// Whether the server's record is that of what was sent with the other one: the same size and the same last-write time.
-[[nodiscard]] bool IsStored(const IServerAttributes& reply, const IServerAttributes& sent);
-
 // Gives a local file the times of a record.
 [[nodiscard]] DWORD ApplyTimes(const WideString& path, const IServerAttributes& attributes);
 

@@ -21,7 +21,17 @@ WideString LeafName(const WideString& path) {
 }
 
 WideString FolderOf(const WideString& path) {
-    return path.Substring(0, path.size() - LeafName(path).size());
+    std::size_t end = path.size();
+    while (end > 1 && path[end - 1] == QM_W('/')) {
+        --end;
+    }
+    const WideString trimmed = path.Substring(0, end);
+    const std::size_t slash = trimmed.FindLast(QM_W('/'));
+    if (slash == WideString::npos) {
+        return {};
+    }
+    const bool top = slash == 0 || trimmed[slash - 1] == QM_W(':');  // of all, or of a drive
+    return trimmed.Substring(0, top ? slash + 1 : slash);
 }
 
 bool IsOwnName(const WideString& leaf) {

@@ -13,7 +13,7 @@ namespace quillmark::cli {
 // The last component, a trailing '/' aside.
 [[nodiscard]] WideString LeafName(const WideString& path);
 
-// What stands before that, with the slash; empty for a bare name.
+// The folder that a path's last component is in: "/a" of "/a/b/", "/" of "/a"; empty for a bare name.
 [[nodiscard]] WideString FolderOf(const WideString& path);
 
 // Whether a path's last component names an item, and not, as "", "." and ".." do, a place relative to others: what such

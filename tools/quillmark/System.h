@@ -73,8 +73,9 @@ enum class Answer { Given, None, Interrupted, NoTerminal };
 // files take such rights from their folder.
 [[nodiscard]] bool IsOwnersAlone(const WideString& path);
 
-// Gives a file the rights of another whose place it is to take; nothing to be done when that one is not there. On
-// Windows a new file has the rights that its folder gives. 0 or an error code.
+// Gives a file the rights of another whose place it is to take, and its owner at least that to read and write; nothing
+// to be done when that one is not there. On Windows a new file has the rights that its folder gives. 0 or an error
+// code.
 [[nodiscard]] DWORD KeepRights(const WideString& from, const WideString& to);
 
 // Has the parts of a file that nothing was written to take no room, where the system does not do so by itself. 0 or an

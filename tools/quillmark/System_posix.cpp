@@ -249,16 +249,18 @@ bool IsOwnersAlone(const WideString& path) {
 
 DWORD KeepRights(const WideString& from, const WideString& to) {
     constexpr mode_t Rights = S_IRWXU | S_IRWXG | S_IRWXO;
+    constexpr mode_t Needed = S_IRUSR | S_IWUSR;  // or else it could not be renamed or removed like any other
     std::string fromName;
     std::string toName;
     struct stat before {};
     struct stat now {};
     if (!platform::PathToBytes(from, fromName) || !platform::PathToBytes(to, toName) ||
         ::stat(fromName.c_str(), &before) != 0 || ::stat(toName.c_str(), &now) != 0 ||
-        (before.st_mode & Rights) == (now.st_mode & Rights)) {  // a file system without rights shows one for all
+        ((before.st_mode & Rights) | Needed) ==
+            (now.st_mode & Rights)) {  // a file system without rights shows one for all
         return ERROR_SUCCESS;
     }
-    return ::chmod(toName.c_str(), before.st_mode & Rights) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
+    return ::chmod(toName.c_str(), (before.st_mode & Rights) | Needed) == 0 ? ERROR_SUCCESS : ERROR_ACCESS_DENIED;
 }
 
 DWORD MakeSparse(const WideString& /*path*/) {

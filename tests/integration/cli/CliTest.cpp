@@ -1,5 +1,7 @@
 #include "integration/cli/CliTest.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -15,6 +17,16 @@ void CliTest::StartAndLogin(Arguments options) {
     StartServer(std::move(options));
     const ProcessResult login = Quillmark({"login", m_server->HttpUrl(), "--user", "anna"});
     ASSERT_EQ(0, login.exitCode) << login.errors;
+}
+
+ProcessResult CliTest::Unprivileged(const Arguments& arguments) const {
+    Arguments command;
+    if (::geteuid() == 0) {
+        command = {"setpriv", "--bounding-set", "-all", "--inh-caps", "-all", "--reuid", "0", "--"};
+    }
+    const Arguments own = Command(arguments);
+    command.insert(command.end(), own.begin(), own.end());
+    return Process::Run(command, HomeEnvironment());
 }
 
 // Without repetitions: a test that wants some says so.

@@ -29,6 +29,8 @@ protected:
     // otherwise.
     ProcessResult Quillmark(const Arguments& arguments, const Process::Environment& environment = {},
                             const std::string& input = "") const;
+    // The same as somebody whom permissions stop.
+    [[nodiscard]] ProcessResult Unprivileged(const Arguments& arguments) const;
     [[nodiscard]] Arguments Command(const Arguments& arguments) const;
     [[nodiscard]] Process::Environment HomeEnvironment() const;
     // Expects success without a word on standard error, and gives back standard output.

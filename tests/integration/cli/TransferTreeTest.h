@@ -1,8 +1,6 @@
 // What the suites of tree transfers share: trees to write, and summaries to compare.
 #pragma once
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
@@ -78,16 +76,6 @@ protected:
         EXPECT_EQ(exitCode, result.exitCode);
         EXPECT_EQ(output, result.output);
         EXPECT_EQ(errors, Facts(result.errors));
-    }
-    // Runs a command as somebody whom permissions stop.
-    ProcessResult Unprivileged(const Arguments& arguments) const {
-        std::vector<std::string> command;
-        if (::geteuid() == 0) {
-            command = {"setpriv", "--bounding-set", "-all", "--inh-caps", "-all", "--reuid", "0", "--"};
-        }
-        const Arguments own = Command(arguments);
-        command.insert(command.end(), own.begin(), own.end());
-        return Process::Run(command, HomeEnvironment());
     }
 };
 

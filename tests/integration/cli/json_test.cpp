@@ -128,7 +128,7 @@ TEST_F(JsonTest, LoginWhoamiProfilesAndLogout) {
     EXPECT_EQ(who + "\"profile\":null}\n", Json({"login", Server().HttpUrl(), "--user", "anna"}));
     const std::string whoami = OutputOf({"--json", "whoami"});
     EXPECT_TRUE(whoami.starts_with(who + "\"profile\":null,\"since\":\"20")) << whoami;
-    EXPECT_TRUE(whoami.ends_with("Z\",\"authority\":null,\"accepted\":true}\n")) << whoami;
+    EXPECT_TRUE(whoami.ends_with("Z\",\"accepted\":true,\"authority\":null}\n")) << whoami;
     EXPECT_EQ("{\"server\":\"" + Server().HttpUrl() + "\",\"user\":\"anna\",\"unfinishedUploads\":[]}\n",
               Json({"logout"}));
 }

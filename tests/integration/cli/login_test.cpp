@@ -176,12 +176,47 @@ TEST_F(LoginCommandTest, NamesTheKeptAuthorityThatIsGone) {
     const std::string authority = Write("authority.pem", Read(Server().AuthorityFile()));
     ASSERT_EQ(0, Quillmark({"--ca", authority, "login", Server().HttpsUrl(), "--user", "anna"}).exitCode);
     std::filesystem::remove(authority);
+    const std::string warning = "quillmark: cannot read the certificates '" + authority +
+                                "' of the login: the local file does not exist (2) [ERROR_FILE_NOT_FOUND]. Check the "
+                                "path. A login with --ca names "
+                                "another file.\n";
     const ProcessResult missing = Quillmark({"ls"});
-    EXPECT_EQ(8, missing.exitCode);
-    EXPECT_EQ("quillmark: cannot read the certificates '" + authority +
-                  "' of the login: the local file does not exist (2) [ERROR_FILE_NOT_FOUND]. Check the path.\n",
-              missing.errors);
+    EXPECT_EQ(3, missing.exitCode);
+    EXPECT_EQ(0u, missing.errors.find(warning)) << missing.errors;
+    EXPECT_NE(std::string::npos, missing.errors.find("(12175)")) << missing.errors;
+    const ProcessResult doctor = Quillmark({"doctor"});
+    EXPECT_EQ(3, doctor.exitCode);
+    EXPECT_EQ(warning, doctor.errors);
+    EXPECT_NE(std::string::npos, doctor.output.find("FAILED  certificate ")) << doctor.output;
     OutputOf({"--ca", Server().AuthorityFile(), "ls"});
+    const ProcessResult login =
+        Quillmark({"login", Server().HttpsUrl(), "--user", "anna", "--ca", Server().AuthorityFile()});
+    EXPECT_EQ(0, login.exitCode);
+    EXPECT_EQ("", login.errors);
+    OutputOf({"ls"});
+}
+
+TEST_F(LoginCommandTest, RefusesAnAuthorityWhoseNameCannotBeKept) {
+    for (const std::string name : {"line\nbreak", "bad\xff"}) {
+        const std::string authority = Write(name, Read(Server().AuthorityFile()));
+        const ProcessResult result = Quillmark({"--ca", authority, "login", Server().HttpsUrl(), "--user", "anna"});
+        EXPECT_EQ(8, result.exitCode);
+        EXPECT_NE(std::string::npos, result.errors.find("cannot be kept with the login")) << result.errors;
+        EXPECT_FALSE(std::filesystem::exists(SessionFile()));
+    }
+}
+
+TEST_F(LoginCommandTest, WritesAnAddressInOneWay) {
+    const std::string url = Server().HttpUrl();
+    std::string other = url + "/";
+    other.replace(0, 4, "HTTP");
+    const ProcessResult login = Quillmark({"login", other, "--user", "anna"});
+    EXPECT_EQ("Logged in to " + url + " as anna.\n", login.output);
+    EXPECT_NE(std::string::npos, OutputOf({"doctor", other}).find("the server accepts the session of anna"));
+    const ProcessResult bare = Quillmark({"login", "http://::1:8080", "--user", "anna"});
+    EXPECT_EQ(2, bare.exitCode);
+    EXPECT_EQ("quillmark: 'http://::1:8080' is not a server address: an IPv6 address stands in brackets\n",
+              bare.errors);
 }
 
 TEST_F(LoginCommandTest, TakesNoAuthorityFromAnotherServersLogin) {

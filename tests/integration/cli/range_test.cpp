@@ -1,4 +1,6 @@
 // quillmark get --range.
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "integration/cli/CliTest.h"
@@ -94,6 +96,41 @@ TEST_F(RangeCommandTest, ABrokenRangeLeavesTheBytesBehindIt) {
     EXPECT_EQ(3, Get("0-5"));
     EXPECT_EQ("abcdefghijkl", Back());
     EXPECT_EQ(0u, Server().UnusedFaults());
+}
+
+TEST_F(RangeCommandTest, PiecesOfOneFileMayBeFetchedAtTheSameTime) {
+    constexpr std::size_t Pieces = 8;
+    constexpr std::size_t PieceSize = 40'000;
+    std::string content;
+    for (std::size_t index = 0; index < Pieces; ++index) {
+        content += std::string(PieceSize, static_cast<char>('a' + index));
+    }
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("whole", content), "/whole"}).exitCode);
+    std::vector<Process> processes;
+    for (std::size_t index = 0; index < Pieces; ++index) {
+        const std::string range = std::to_string(index * PieceSize) + "-" + std::to_string((index + 1) * PieceSize);
+        processes.emplace_back(Command({"get", "-q", "--range", range, "/whole", Local("back")}), Local("out"),
+                               Local("err" + std::to_string(index)), HomeEnvironment());
+    }
+    for (std::size_t index = 0; index < Pieces; ++index) {
+        EXPECT_EQ(0, processes[index].Wait()) << Read(Local("err" + std::to_string(index)));
+    }
+    EXPECT_TRUE(Read(Local("back")) == content);
+}
+
+TEST_F(RangeCommandTest, AFileThatCannotBeWrittenIsToldBeforeAnythingIsFetched) {
+    ASSERT_EQ(0, Quillmark({"put", "-q", Write("whole", "0123456789"), "/whole"}).exitCode);
+    std::filesystem::create_directory(Local("kept"));
+    Write("kept/f", "old");
+    ASSERT_EQ(0, ::chmod(Local("kept").c_str(), 0500));
+    const ProcessResult inReadOnlyFolder = Unprivileged({"get", "-q", "--range", "0-2", "/whole", Local("kept/f")});
+    EXPECT_EQ(0, inReadOnlyFolder.exitCode) << inReadOnlyFolder.errors;
+    EXPECT_EQ("01d", Read(Local("kept/f")));
+    ASSERT_EQ(0, ::chmod(Local("kept/f").c_str(), 0400));
+    const ProcessResult refused = Unprivileged({"--trace", "get", "-q", "--range", "0-2", "/whole", Local("kept/f")});
+    ASSERT_EQ(0, ::chmod(Local("kept").c_str(), 0700));
+    EXPECT_EQ(8, refused.exitCode);
+    EXPECT_EQ(std::string::npos, refused.errors.find("skip=")) << refused.errors;
 }
 
 }  // namespace

@@ -8,10 +8,13 @@
 namespace quillmark::testing {
 namespace {
 
-constexpr const char* Item =
-    R"({"name":"f","directory":false,"revision":"7","creation_time":"2026-01-02T03:04:05.678Z",)"
-    R"("modification_time":"2026-01-02T03:04:05.678Z","size":7,"attributes":128,"permissions":"WRITE",)"
-    R"("folder_permissions":"WRITE"})";
+// The record of the stored file, which has three chunks unless a test says otherwise.
+std::string Item(int size = 196'608) {
+    return R"({"name":"f","directory":false,"revision":"7","creation_time":"2026-01-02T03:04:05.678Z",)"
+           R"("modification_time":"2026-01-02T03:04:05.678Z","attributes":128,"permissions":"WRITE",)"
+           R"("folder_permissions":"WRITE","size":)" +
+           std::to_string(size) + "}";
+}
 
 std::string Progress(std::int64_t received, bool locked = false) {
     return JsonReply(R"({"bytes_received":")" + std::to_string(received) + R"(","is_locked":")" +
@@ -114,26 +117,26 @@ protected:
 };
 
 TEST_F(ResumableScriptTest, MarksFirstAndLastChunk) {
-    EXPECT_EQ(0, SendTo({Progress(65536), Progress(131072), JsonReply(Item)}).exitCode);
+    EXPECT_EQ(0, SendTo({Progress(65536), Progress(131072), JsonReply(Item())}).exitCode);
     EXPECT_EQ((Lines{"POST 0 65536 start", "POST 65536 65536", "POST 131072 65536 finish"}), Requests());
 }
 
 TEST_F(ResumableScriptTest, AnEmptyFileIsOneChunkWithoutAByte) {
     WriteFile("");
-    EXPECT_EQ(0, SendTo({JsonReply(Item)}).exitCode);
+    EXPECT_EQ(0, SendTo({JsonReply(Item(0))}).exitCode);
     EXPECT_EQ((Lines{"POST 0 0 start finish"}), Requests());
 }
 
 TEST_F(ResumableScriptTest, AChunkOutOfStepGoesOnFromTheServersOffset) {
     const ProcessResult result =
-        SendTo({Progress(65536), Refusal("409 Conflict", 1202), Progress(131072), JsonReply(Item)});
+        SendTo({Progress(65536), Refusal("409 Conflict", 1202), Progress(131072), JsonReply(Item())});
     EXPECT_EQ(0, result.exitCode) << result.errors;
     EXPECT_EQ((Lines{"POST 0 65536 start", "POST 65536 65536", "GET", "POST 131072 65536 finish"}), Requests());
 }
 
 TEST_F(ResumableScriptTest, AServerThatLostAChunkGetsItAgain) {
     const ProcessResult result = SendTo({Progress(65536), Refusal("409 Conflict", 1202), Progress(0), Progress(65536),
-                                         Progress(131072), JsonReply(Item)});
+                                         Progress(131072), JsonReply(Item())});
     EXPECT_EQ(0, result.exitCode) << result.errors;
     EXPECT_EQ((Lines{"POST 0 65536 start", "POST 65536 65536", "GET", "POST 0 65536 start", "POST 65536 65536",
                      "POST 131072 65536 finish"}),
@@ -162,7 +165,7 @@ TEST_F(ResumableScriptTest, AServerThatStaysOutOfStepIsGivenUp) {
 
 TEST_F(ResumableScriptTest, WaitsForAnUploadThatIsLocked) {
     const ProcessResult result = SendTo({Progress(65536), Refusal("423 Locked", 1030), Progress(65536, true),
-                                         Progress(65536, true), Progress(131072), JsonReply(Item)});
+                                         Progress(65536, true), Progress(131072), JsonReply(Item())});
     EXPECT_EQ(0, result.exitCode) << result.errors;
     EXPECT_EQ((Lines{"POST 0 65536 start", "POST 65536 65536", "GET", "GET", "GET", "POST 131072 65536 finish"}),
               Requests());
@@ -181,14 +184,14 @@ TEST_F(ResumableScriptTest, AsksAnUploadThatItKnowsBeforeItSends) {
     EXPECT_EQ(
         6, SendTo({Progress(65536), Refusal("423 Locked", 1030), Progress(65536, true)}, {"--patience", "0"}).exitCode);
     // The same server to the host: its address is part of the key.
-    m_script->Continue({Progress(65536, true), Progress(131072), JsonReply(Item)});
+    m_script->Continue({Progress(65536, true), Progress(131072), JsonReply(Item())});
     EXPECT_EQ(0, Send().exitCode);
     EXPECT_EQ((Lines{"GET", "GET", "POST 131072 65536 finish"}), Requests());
 }
 
 TEST_F(ResumableScriptTest, CompletesWhatTheServerHasInFull) {
     ASSERT_EQ(9, SendTo({Progress(65536), Progress(131072), JsonReply("no item")}).exitCode);
-    m_script->Continue({Progress(196608), JsonReply(Item)});
+    m_script->Continue({Progress(196608), JsonReply(Item())});
     EXPECT_EQ(0, Send().exitCode);
     EXPECT_EQ((Lines{"GET", "POST finish as /f"}), Requests());
     EXPECT_TRUE(Records().empty());
@@ -196,7 +199,7 @@ TEST_F(ResumableScriptTest, CompletesWhatTheServerHasInFull) {
 
 TEST_F(ResumableScriptTest, AsksForTheRevisionAgainWhenItCompletes) {
     ASSERT_EQ(9, SendTo({Progress(65536), Progress(131072), JsonReply("no item")}, {"--revision", "r"}).exitCode);
-    m_script->Continue({Progress(196608), JsonReply(Item)});
+    m_script->Continue({Progress(196608), JsonReply(Item())});
     EXPECT_EQ(0, Send({"--revision", "r"}).exitCode);
     EXPECT_EQ((Lines{"GET", "POST 196608 0 finish"}), Requests());
 }

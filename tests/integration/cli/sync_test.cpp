@@ -209,6 +209,30 @@ TEST_F(SyncTest, DeletesNothingThereWhenAFileCouldNotBeSent) {
     EXPECT_EQ("1", ContentOf("/copy/one"));
 }
 
+TEST_F(SyncTest, APlanWithSomethingThatIsNotPossibleDeletesNothingAndDoesNotAsk) {
+    Diverge();
+    std::filesystem::remove(Local("tree/sub/two"));
+    Write("tree/sub/two/deep", "x");
+    const std::string told = "nothing is deleted: not everything before it is possible\n";
+    const ProcessResult dry = Quillmark({"sync", "-n", "--delete", Local("tree"), "/copy"});
+    EXPECT_NE(std::string::npos, dry.output.find(", 0 to delete, ")) << dry.output;
+    EXPECT_NE(std::string::npos, dry.errors.find(told)) << dry.errors;
+    const auto [code, shown] = OnTerminal({"sync", "--delete", Local("tree"), "/copy"}, "n\n");
+    EXPECT_EQ(1, code);
+    EXPECT_EQ(std::string::npos, shown.find("[y/N]")) << shown;
+    EXPECT_EQ("1", ContentOf("/copy/one"));
+}
+
+TEST_F(SyncTest, ALocalItemWhoseNameNoServerCanHaveIsDeleted) {
+    WriteTree();
+    ASSERT_EQ(0, Quillmark({"put", "-q", Local("tree"), "/copy"}).exitCode);
+    Write("tree/bad\xff", "x");
+    Write("tree/worse\xff/f", "x");
+    const ProcessResult result = Quillmark({"sync", "-q", "--down", "--delete", Local("tree"), "/copy"});
+    EXPECT_EQ(0, result.exitCode) << result.errors;
+    EXPECT_EQ((Arguments{"empty", "one", "sub"}), NamesIn(Local("tree")));
+}
+
 TEST_F(SyncTest, DeletesNothingHereWhenAFileCouldNotBeFetched) {
     WriteTree();
     ASSERT_EQ(0, Quillmark({"put", "-q", Local("tree"), "/copy"}).exitCode);
@@ -291,10 +315,9 @@ TEST_F(SyncTest, QuietShowsNothingOfThePlanButWhatIsNotPossible) {
     Write("tree/sub/two/deep", "x");
     const ProcessResult result = Quillmark({"sync", "-q", "--dry-run", "--delete", Local("tree"), "/copy"});
     EXPECT_EQ(1, result.exitCode);
-    EXPECT_EQ("1 to transfer, 3 bytes, 1 to delete, 0 same, 1 not possible\n", result.output);
-    EXPECT_EQ("not possible: " + Local("tree/sub/two") +
-                  ": a file stands where the folder is to go (267) "
-                  "[ERROR_DIRECTORY]\n",
+    EXPECT_EQ("1 to transfer, 3 bytes, 0 to delete, 0 same, 1 not possible\n", result.output);
+    EXPECT_EQ("nothing is deleted: not everything before it is possible\nnot possible: " + Local("tree/sub/two") +
+                  ": a file stands where the folder is to go (267) [ERROR_DIRECTORY]\n",
               result.errors);
 }
 

@@ -89,6 +89,10 @@ TEST_F(TransferCommandTest, PutSaysHowAFileGoesIntoTheFolderInItsWay) {
     const ProcessResult result = Quillmark({"put", Write("file", "hello"), "/a"});
     EXPECT_NE(std::string::npos, result.errors.find("\n        To put it into that folder, write '/a/'.\n"))
         << result.errors;
+    ASSERT_EQ(0, Quillmark({"put", "-q", Local("file"), "/f"}).exitCode);
+    const ProcessResult below = Quillmark({"put", Local("file"), "/f/x"});
+    EXPECT_EQ(6, below.exitCode);
+    EXPECT_EQ(std::string::npos, below.errors.find("into that folder")) << below.errors;
 }
 
 TEST_F(TransferCommandTest, PutReportsAFileInTheFoldersWay) {
@@ -230,6 +234,33 @@ TEST_F(TransferCommandTest, GetKeepsTheRightsOfTheFileThatItReplaces) {
     }
 }
 
+TEST_F(TransferCommandTest, AFileThatMayOnlyBeReadIsNotReplacedAndLeavesNothingInTheWayOfTheNextGet) {
+    for (const std::size_t size : {std::size_t{10}, std::size_t{5'000'000}}) {
+        ASSERT_EQ(0, Quillmark({"put", "-q", Write("file", std::string(size, 'n')), "/f"}).exitCode);
+        ASSERT_EQ(0, ::chmod(Write("folder/f", "old").c_str(), 0400));
+        EXPECT_EQ(8, Unprivileged({"get", "-q", "/f", Local("folder/f")}).exitCode);
+        EXPECT_EQ("old", Read(Local("folder/f")));
+        ASSERT_EQ(0, ::chmod(Local("folder/f").c_str(), 0600));
+        const ProcessResult again = Unprivileged({"get", "-q", "/f", Local("folder/f")});
+        EXPECT_EQ(0, again.exitCode) << again.errors;
+        EXPECT_EQ(size, Read(Local("folder/f")).size());
+        EXPECT_EQ(Arguments{"f"}, NamesIn(Local("folder")));
+    }
+}
+
+TEST_F(TransferCommandTest, TheDryRunOfAFolderBelowAFileTellsWhatWouldPreventIt) {
+    OutputOf({"mkdir", "/a"});
+    const std::string file = Write("file", "x");
+    for (const Arguments& arguments :
+         {Arguments{"get", "-n", "/a", file + "/x/y"}, Arguments{"get", "/a", file + "/x/y"},
+          Arguments{"sync", "-n", "--down", file + "/x/y", "/a"}}) {
+        const ProcessResult result = Quillmark(arguments);
+        EXPECT_EQ(6, result.exitCode) << result.output;
+        EXPECT_EQ(0u, result.errors.find("failed: " + file + ": a file stands where a folder is meant (267)"))
+            << result.errors;
+    }
+}
+
 TEST_F(TransferCommandTest, TheDryRunOfAFileTellsWhatWouldPreventIt) {
     OutputOf({"mkdir", "/a"});
     const std::string file = Write("file", "hello");
@@ -240,11 +271,13 @@ TEST_F(TransferCommandTest, TheDryRunOfAFileTellsWhatWouldPreventIt) {
         EXPECT_EQ("0 to transfer, 0 bytes, 0 to delete, 0 same, 1 not possible\n", result.output);
         EXPECT_EQ(0u, result.errors.find("not possible: " + to + ": " + why)) << result.errors;
     };
-    refused("a file stands where a folder is meant (267)", file, "/a", true);
+    refused("a folder stands where the file is to go (267)", file, "/a", true);
     refused("the server has no such item (21002)", file, "/none/f", true);
     refused("a file stands where a folder is meant (267)", file, "/f/g", true);
     refused("the local folder does not exist (3)", "/f", Local("none/f"), false);
-    refused("the local folder does not exist (3)", "/f", file + "/f", false);
+    refused("a file stands where a folder is meant (267)", "/f", file + "/f", false);
+    ASSERT_EQ(0, ::mkfifo(Local("pipe").c_str(), 0600));
+    refused("a pipe, socket or device stands where it is to go (183)", "/f", Local("pipe"), false);
     EXPECT_EQ("would put " + file + " to /f (again, 5 bytes)\n1 to transfer, 5 bytes, 0 to delete, 0 same\n",
               OutputOf({"put", "-n", file, "/f"}));
 }

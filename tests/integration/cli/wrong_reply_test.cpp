@@ -104,6 +104,29 @@ TEST_F(WrongReplyTest, AnUploadThatSomebodyElseAnsweredIsNoSuccess) {
     EXPECT_EQ("", OutputOf({"ls", "/"}));
 }
 
+TEST_F(WrongReplyTest, AnEmptyFileThatSomebodyElseAnsweredIsNoSuccess) {
+    Answer("POST", "/f", "{}");
+    EXPECT_EQ(5, Quillmark({"put", Write("file", ""), "/f"}).exitCode);
+    Answer("POST", "/f", R"({"size":0})");
+    EXPECT_EQ(5, Quillmark({"put", Local("file"), "/f"}).exitCode);
+}
+
+TEST_F(WrongReplyTest, AResumableUploadThatSomebodyElseAnsweredIsNoSuccessAndGoesOn) {
+    const std::string content = Noise(200'000);
+    const Arguments put = {"put", "--resumable", "--chunk", "64K", Write("file", content), "/f"};
+    const std::string chunk = "/api/1.7/resume/upload/f";
+    Server().AddFaults({{"method", "POST"}, {"path", chunk}, {"kind", "delay"}, {"ms", 1}, {"count", 3}});
+    Server().AddFaults({{"method", "POST"}, {"path", chunk}, {"kind", "reply"}, {"status", 200}, {"body", "{}"}});
+    const ProcessResult refused = Quillmark(put);
+    EXPECT_EQ(5, refused.exitCode) << refused.errors;
+    EXPECT_EQ("", OutputOf({"ls", "/"}));
+    EXPECT_NE("", OutputOf({"uploads"}));
+    const ProcessResult again = Quillmark(put);
+    EXPECT_EQ(0, again.exitCode) << again.errors;
+    EXPECT_TRUE(ContentOf("/f") == content);
+    EXPECT_EQ("", OutputOf({"uploads"}));
+}
+
 TEST_F(WrongReplyTest, AnUploadThatIsThereAlthoughItsRecordIsNotIsASuccess) {
     const std::string file = Write("file", "content");
     ASSERT_EQ(0, Quillmark({"put", "-q", file, "/f"}).exitCode);

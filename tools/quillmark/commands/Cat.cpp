@@ -8,31 +8,18 @@
 #include "LocalFile.h"
 #include "Output.h"
 #include "Paths.h"
-#include "System.h"
 #include "commands/Commands.h"
 #include "transfer/RangeDownload.h"
 
 namespace quillmark::cli {
 namespace {
 
-// A file comes in pieces, each through a temporary file of its own, so that no more than this is needed on the disk and
-// the first bytes are out before the last are fetched.
-constexpr std::int64_t PieceSize = 16 * 1024 * 1024;
 constexpr std::size_t BufferSize = 256 * 1024;
 
 // What the server says when a folder stands where a file is meant.
 constexpr DWORD FolderInPlaceOfFile = SERVER_ERROR_BASE + 1004;
 
 using Attributes = std::shared_ptr<IServerAttributes>;
-
-// The library puts a piece at its place in the file: what is before it stays empty and takes no room.
-DWORD FetchPiece(Calls& calls, const WideString& server, const Attributes& item, const WideString& local,
-                 std::int64_t start, std::int64_t end) {
-    const DWORD error = start == 0 ? ERROR_SUCCESS : MakeSparse(local);
-    return error != ERROR_SUCCESS ? error : calls.Run([&] {
-        return FetchBytes(calls, server, item, local, {start, end}, nullptr);
-    });
-}
 
 DWORD PrintPiece(const WideString& local, std::int64_t start, std::int64_t end) {
     LocalFile file;
@@ -58,19 +45,17 @@ DWORD PrintPiece(const WideString& local, std::int64_t start, std::int64_t end) 
 
 DWORD PrintContents(Calls& calls, const WideString& server) {
     Attributes item;
-    DWORD error = calls.Run([&] { return calls.Api().GetPathAttributes(server, item, calls.CancelEvent()).error; });
+    const DWORD error =
+        calls.Run([&] { return calls.Api().GetPathAttributes(server, item, calls.CancelEvent()).error; });
     if (error == ERROR_SUCCESS && IsFolder(*item)) {
         return FolderInPlaceOfFile;
     }
-    for (std::int64_t start = 0; error == ERROR_SUCCESS && start < item->GetSize(); start += PieceSize) {
-        const std::int64_t end = std::min(start + PieceSize, item->GetSize());
-        const TemporaryFile piece;
-        error = FetchPiece(calls, server, item, piece.Path(), start, end);
-        if (error == ERROR_SUCCESS) {
-            error = PrintPiece(piece.Path(), start, end);
-        }
+    if (error != ERROR_SUCCESS) {
+        return error;
     }
-    return error;
+    return FetchPieces(
+        calls, server, item, {0, item->GetSize()}, nullptr,
+        [](const WideString& local, const ByteRange& piece) { return PrintPiece(local, piece.first, piece.end); });
 }
 
 }  // namespace

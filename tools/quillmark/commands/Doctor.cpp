@@ -42,8 +42,8 @@ ExitCode RunDoctor(std::string server, const GlobalOptions& global) {
     const bool loggedIn = LoadSession(global.sessionPath, session) == ERROR_SUCCESS;
     if (server.empty()) {
         session = RequireSession(global);
-        server = session.server;
     }
+    server = ServerAddress(server.empty() ? session.server : server);
     ExitCode exit = ExitCode::Success;
     const bool own = loggedIn && server == session.server;
     Examine(global, server, own ? &session : nullptr, [&](const Finding& finding) {

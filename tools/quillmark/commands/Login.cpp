@@ -33,16 +33,16 @@ ExitCode RunLogin(const LoginOptions& options, const GlobalOptions& global) {
     }
     const std::string who = options.integrated ? " with the ticket of the logged-on user" : " as " + options.user;
     StoredSession session;
-    session.server = options.server;
+    session.server = client.Server();
     session.user = options.user;
     session.device = options.device;
     session.deviceToken = options.deviceToken;
     session.integrated = options.integrated ? "yes" : "";
-    client.Login(session, password, "cannot log in to " + options.server + who);
+    client.Login(session, password, "cannot log in to " + session.server + who);
     JsonObject result;
     result.Add("server", session.server).AddKnown("user", session.user).Add("device", session.device);
     result.AddKnown("profile", ProfileName(global));
-    PrintResult(global, "Logged in to " + options.server + who + ".", result);
+    PrintResult(global, "Logged in to " + session.server + who + ".", result);
     return ExitCode::Success;
 }
 

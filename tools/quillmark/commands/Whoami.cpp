@@ -68,8 +68,8 @@ ExitCode RunWhoami(const GlobalOptions& global) {
     const std::string profile = ProfileName(global);
     JsonObject result;
     result.Add("server", session.server).AddKnown("user", session.user).Add("device", session.device);
-    result.AddKnown("profile", profile).AddKnown("since", session.since).AddKnown("authority", session.authority);
-    result.AddFlag("accepted", exit == ExitCode::Success);
+    result.AddKnown("profile", profile).AddKnown("since", session.since);
+    result.AddFlag("accepted", exit == ExitCode::Success).AddKnown("authority", session.authority);
     const std::string file = Printable(global.sessionPath);
     const std::string trusts = session.authority.empty() ? "" : "\ntrusts:  " + Printable(WidenUtf8(session.authority));
     PrintResult(global,

@@ -168,7 +168,7 @@ std::string DeclaredFunction(const DeclaredCommand& program) {
             const std::string kind = argument.choices.empty() ? Kind(argument) : "-";
             arguments += (arguments.empty() ? "" : " ") + kind;
         }
-        const std::string globals = command == &program ? "" : " " + Names(program.options);
+        const std::string globals = command == &program ? "" : " " + Names(CommonOptions(program, *command));
         text += "    " + ShellQuoted(command->Name()) + ")\n";
         text += "        commands=" + ShellQuoted(commands) + "\n";
         text += "        options=" + ShellQuoted(Names(command->options) + globals) + "\n";

@@ -184,6 +184,21 @@ std::string Explanation(const Declared& declared) {
     return text;
 }
 
+std::vector<Declared> CommonOptions(const DeclaredCommand& program, const DeclaredCommand& command) {
+    std::vector<Declared> common;
+    for (Declared option : program.options) {
+        for (const Declared& own : command.options) {
+            std::erase_if(option.names, [&own](const std::string& name) {
+                return std::find(own.names.begin(), own.names.end(), name) != own.names.end();
+            });
+        }
+        if (!option.names.empty()) {
+            common.push_back(std::move(option));
+        }
+    }
+    return common;
+}
+
 std::vector<const DeclaredCommand*> AllCommands(const DeclaredCommand& program) {
     std::vector<const DeclaredCommand*> all;
     Collect(program, all);

@@ -61,6 +61,9 @@ struct Paragraph {
 // The whole explanation, in sentences: what the declaration says, and what a value may be.
 [[nodiscard]] std::string Explanation(const Declared& declared);
 
+// The options of the program that a command has, too: without names under which it has options of its own.
+[[nodiscard]] std::vector<Declared> CommonOptions(const DeclaredCommand& program, const DeclaredCommand& command);
+
 // The command and all below it, each before its own.
 [[nodiscard]] std::vector<const DeclaredCommand*> AllCommands(const DeclaredCommand& program);
 

@@ -157,7 +157,7 @@ std::string Function(const DeclaredCommand& command, const DeclaredCommand& prog
     }
     text += std::string("  _arguments -s") + (descends ? " -C" : "") + OptionLines(command.options);
     if (&command != &program) {
-        text += OptionLines(program.options);
+        text += OptionLines(CommonOptions(program, command));
     }
     const std::string keep = &command == &program ? "  __quillmark_login\n" : "";
     text += descends ? " \\\n    '1: :->commands' \\\n    '*:: :->rest'\n" + keep + Descent(command)

@@ -6,6 +6,7 @@
 #include "Deltas.h"
 #include "LocalFile.h"
 #include "LocalFiles.h"
+#include "transfer/Stored.h"
 
 namespace quillmark::cli {
 namespace {

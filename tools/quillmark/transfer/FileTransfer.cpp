@@ -7,6 +7,7 @@
 #include "System.h"
 #include "transfer/PartFile.h"
 #include "transfer/RangeDownload.h"
+#include "transfer/Stored.h"
 #include "transfer/Trees.h"
 
 namespace quillmark::cli {
@@ -104,7 +105,8 @@ TransferResult FileTransfer::Put(const PlanStep& step, const TransferFile& file,
         return DoneWith(*stored);
     }
     TransferResult result = FailedWith(error);
-    if (error == FolderInTheWay) {
+    Attributes present;
+    if (error == FolderInTheWay && LookAgain(file, present) == ERROR_SUCCESS && IsFolder(*present)) {
         result.why = WithNumber("a folder stands there", error);
         result.nextStep = "To put it into that folder, write '" + Printable(file.server) + "/'.";
     }
@@ -181,7 +183,7 @@ DWORD FileTransfer::SendWhole(const TransferFile& file, Attributes& stored, cons
         Attributes sent;
         DWORD error = SendOnce(file, expected, sent, stored, progress);
         if (error == ERROR_SUCCESS) {
-            error = ConfirmStored(file, *sent, stored);
+            error = m_calls.Run([&] { return ConfirmStored(m_calls, file.server, *sent, stored); });
         }
         if (error != ERROR_SUCCESS || !HasChanged(file.local, *sent)) {
             return error;
@@ -220,17 +222,6 @@ std::optional<DWORD> FileTransfer::SettleUpload(const TransferFile& file, const 
     }
     stored = present;
     return ERROR_SUCCESS;
-}
-
-// A success whose record is not that of the file may have come from somebody else than the server: it is asked.
-DWORD FileTransfer::ConfirmStored(const TransferFile& file, const IServerAttributes& sent, Attributes& stored) const {
-    if (stored->GetSize() == sent.GetSize()) {
-        return ERROR_SUCCESS;
-    }
-    if (const DWORD error = LookAgain(file, stored); error != ERROR_SUCCESS) {
-        return error;
-    }
-    return IsStored(*stored, sent) ? ERROR_SUCCESS : ERROR_INVALID_DATA;
 }
 
 DWORD FileTransfer::SendResumably(const TransferFile& file, Attributes& stored, const Progress& progress) {

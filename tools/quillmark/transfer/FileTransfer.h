@@ -60,8 +60,6 @@ private:
     // expected: the revision of the item, empty for any. sent: the record of what was sent.
     [[nodiscard]] DWORD SendOnce(const TransferFile& file, const std::string& expected, Attributes& sent,
                                  Attributes& stored, const Progress& progress);
-    [[nodiscard]] DWORD ConfirmStored(const TransferFile& file, const IServerAttributes& sent,
-                                      Attributes& stored) const;
     [[nodiscard]] DWORD SendDelta(const PlanStep& step, const TransferFile& file, Attributes& stored,
                                   const Progress& progress);
     [[nodiscard]] TransferResult PutInBackground(const PlanStep& step, const TransferFile& file,

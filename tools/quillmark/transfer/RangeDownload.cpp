@@ -1,10 +1,17 @@
 #include "transfer/RangeDownload.h"
 
+#include <algorithm>
+
 #include "LocalFile.h"
+#include "LocalFiles.h"
 #include "System.h"
-#include "transfer/PartFile.h"
 
 namespace quillmark::cli {
+namespace {
+
+constexpr std::int64_t PieceSize = 16 * 1024 * 1024;
+
+}  // namespace
 
 DWORD FetchBytes(const Calls& calls, const WideString& server, const std::shared_ptr<IServerAttributes>& item,
                  const WideString& local, const ByteRange& range, const std::shared_ptr<IProgressSink>& progress) {
@@ -22,21 +29,36 @@ DWORD FetchBytes(const Calls& calls, const WideString& server, const std::shared
     return error;
 }
 
+DWORD FetchPieces(Calls& calls, const WideString& server, const std::shared_ptr<IServerAttributes>& item,
+                  const ByteRange& range, const std::shared_ptr<IProgressSink>& progress,
+                  const std::function<DWORD(const WideString&, const ByteRange&)>& take) {
+    DWORD error = ERROR_SUCCESS;
+    for (std::int64_t start = range.first; error == ERROR_SUCCESS && start < range.end; start += PieceSize) {
+        const ByteRange piece = {start, std::min(start + PieceSize, range.end)};
+        const TemporaryFile file;
+        error = MakeSparse(file.Path());
+        if (error == ERROR_SUCCESS) {
+            error = calls.Run([&] { return FetchBytes(calls, server, item, file.Path(), piece, progress); });
+        }
+        if (error == ERROR_SUCCESS) {
+            error = take(file.Path(), piece);
+        }
+    }
+    return error;
+}
+
 DWORD FetchRange(Calls& calls, const WideString& server, const std::shared_ptr<IServerAttributes>& item,
                  const WideString& local, const ByteRange& range, const std::shared_ptr<IProgressSink>& progress) {
-    const TemporaryFile fetched(TemporaryName(local));
-    DWORD error = MakeEmptyFile(fetched.Path());
-    if (error == ERROR_SUCCESS) {
-        error = MakeSparse(fetched.Path());
+    {
+        LocalFile target;  // what cannot be written is told before anything is fetched
+        const DWORD error = target.Open(local, GENERIC_WRITE, OPEN_EXISTING);
+        if (error != ERROR_SUCCESS && !IsLocalItemMissing(error)) {
+            return error;
+        }
     }
-    if (error == ERROR_SUCCESS) {
-        error = calls.Run([&] { return FetchBytes(calls, server, item, fetched.Path(), range, progress); });
-    }
-    if (error == ERROR_SUCCESS) {
-        LocalFile target;  // its being there is all that is needed
-        error = target.Open(local, GENERIC_WRITE, OPEN_ALWAYS);
-    }
-    return error == ERROR_SUCCESS ? CopyBytes(fetched.Path(), local, range.first, range.end) : error;
+    return FetchPieces(calls, server, item, range, progress, [&](const WideString& fetched, const ByteRange& piece) {
+        return CopyBytes(fetched, local, piece.first, piece.end);
+    });
 }
 
 }  // namespace quillmark::cli

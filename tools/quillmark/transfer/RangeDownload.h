@@ -1,6 +1,8 @@
 // Getting bytes of an item into the same place of a local file.
 #pragma once
 
+#include <functional>
+
 #include "Calls.h"
 #include "Texts.h"
 
@@ -14,8 +16,15 @@ namespace quillmark::cli {
                                const std::shared_ptr<IServerAttributes>& item, const WideString& local,
                                const ByteRange& range, const std::shared_ptr<IProgressSink>& progress);
 
-// The same, with the usual repetitions, into a local file that is made when it is missing and keeps its other bytes. It
-// changes when all bytes of the range have come. 0 or an error code.
+// Fetches the range piece by piece, with the usual repetitions, each through a temporary file that has the piece at its
+// place: no more than that is needed on the disk, and the first bytes are there before the last are fetched. Ends with
+// the first error, of a piece or of take.
+[[nodiscard]] DWORD FetchPieces(Calls& calls, const WideString& server, const std::shared_ptr<IServerAttributes>& item,
+                                const ByteRange& range, const std::shared_ptr<IProgressSink>& progress,
+                                const std::function<DWORD(const WideString& local, const ByteRange& piece)>& take);
+
+// The same into a local file that is made when it is missing and keeps its other bytes; a piece changes it when all of
+// the piece has come.
 [[nodiscard]] DWORD FetchRange(Calls& calls, const WideString& server, const std::shared_ptr<IServerAttributes>& item,
                                const WideString& local, const ByteRange& range,
                                const std::shared_ptr<IProgressSink>& progress);

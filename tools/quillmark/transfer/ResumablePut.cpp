@@ -5,6 +5,7 @@
 #include "LocalFiles.h"
 #include "Paths.h"
 #include "System.h"
+#include "transfer/Stored.h"
 
 namespace quillmark::cli {
 namespace {
@@ -160,11 +161,18 @@ ResumablePut::Result ResumablePut::SendChunk(Attempt& attempt, Attributes& store
         error = finished ? m_store.Remove(record.key) : Abandon(record);
         return error == ERROR_SUCCESS ? Result() : error;
     }
-    if (finished) {
-        stored = item;
-        return m_store.Remove(record.key);
+    return finished ? Stored(attempt, item, stored) : Result(ERROR_SUCCESS);
+}
+
+// The record stays where it cannot be told: the next attempt asks the server how far it is.
+ResumablePut::Result ResumablePut::Stored(const Attempt& attempt, const Attributes& item, Attributes& stored) const {
+    Attributes present = item;
+    const DWORD error = ConfirmStored(m_calls, attempt.record.key.remote, *attempt.attributes, present);
+    if (error != ERROR_SUCCESS) {
+        return error;
     }
-    return ERROR_SUCCESS;
+    stored = present;
+    return m_store.Remove(attempt.record.key);
 }
 
 ResumablePut::Result ResumablePut::Recover(Attempt& attempt, DWORD error, std::int64_t corrected) {
@@ -265,11 +273,7 @@ ResumablePut::Result ResumablePut::Complete(Attempt& attempt, Attributes& stored
         error = Abandon(attempt.record);
         return error == ERROR_SUCCESS ? Result() : error;
     }
-    if (error != ERROR_SUCCESS) {
-        return error;
-    }
-    stored = item;
-    return m_store.Remove(key);
+    return error == ERROR_SUCCESS ? Stored(attempt, item, stored) : Result(error);
 }
 
 bool ResumablePut::IsFolderMissing(const WideString& remote) const {

@@ -80,6 +80,7 @@ private:
     // Has the server store what it has.
     [[nodiscard]] DWORD Finish(const Attempt& attempt, const Attributes& item);
     Result Complete(Attempt& attempt, Attributes& stored);
+    Result Stored(const Attempt& attempt, const Attributes& item, Attributes& stored) const;
     // Whether the folder that the item goes to is missing.
     [[nodiscard]] bool IsFolderMissing(const WideString& remote) const;
     // The server refused to store what it has.

@@ -281,7 +281,10 @@ void TransferEngine::Delete(const PlanStep& step) {
 // come.
 bool TransferEngine::MayDelete() {
     if (!m_mayDelete) {
-        m_mayDelete = m_summary.failed == 0;
+        {
+            const std::lock_guard lock(m_lock);
+            m_mayDelete = m_summary.failed == 0;
+        }
         if (!*m_mayDelete) {
             m_observer.Note("nothing is deleted: not everything before it has succeeded");
         }
@@ -296,7 +299,8 @@ DWORD TransferEngine::CheckGoneFromServer(const PlanStep& step) {
         TreeEntry present;
         const DWORD error = LookAtServer(m_calls, InTree(m_options.server, step.extra), present);
         m_checkedExtra = step.extra;
-        m_checkedError = error == ERROR_SUCCESS ? StillOnServer : UnlessGone(error);
+        const bool unknown = error == ERROR_NO_UNICODE_TRANSLATION;  // a server cannot have such a name
+        m_checkedError = error == ERROR_SUCCESS ? StillOnServer : unknown ? DWORD{ERROR_SUCCESS} : UnlessGone(error);
     }
     return m_checkedError;
 }

@@ -68,8 +68,11 @@ private:
     }
     // Whether the target's top is there; false for found after the engine was told of a failure.
     [[nodiscard]] bool LookAtTarget(bool& there);
-    // The server makes no folder in one that is not there. False after the engine was told of the failure.
+    // Whether the target's top can be made: the server wants the folder above it to be there, here all that are missing
+    // are made. False after the engine was told of the failure.
     [[nodiscard]] bool LookAboveTarget();
+    // Empty when the path tells none.
+    [[nodiscard]] WideString FolderAbove(const WideString& path) const;
     [[nodiscard]] bool FailedAtTop(const TransferResult& result);
     [[nodiscard]] bool FailedAtTop(DWORD error) { return FailedAtTop(FailedWith(error)); }
 
@@ -80,12 +83,16 @@ private:
     // Each is false after the engine was told of the failure.
     [[nodiscard]] bool SettleRange(const TreeEntry& source);
     [[nodiscard]] bool CheckBase(DWORD looked, const TreeEntry& target);
-    // The error with which the file cannot go to the target, as far as a look tells. looked: how that look ended.
-    [[nodiscard]] DWORD FindObstacle(DWORD looked, const TreeEntry& target);
+    // Turns the step of one file into a failure when it cannot go to the target, as far as a look tells. looked: how
+    // that look ended.
+    void FindObstacle(DWORD looked, const TreeEntry& target, PlanStep& step);
     [[nodiscard]] ExitCode TransferFolder();
     // Walks both trees. True when the walk was not ended early.
     bool Walk(bool targetThere, const TreePlanner::Sink& sink);
 
+    // Nothing is deleted when something before it is not possible; told with the first deletion. counts: of the steps
+    // so far.
+    [[nodiscard]] bool IsWithheld(const PlanStep& step, const PlanCounts& counts);
     [[nodiscard]] ExitCode CarryOut(const std::vector<PlanStep>& plan, const PlanCounts& counts);
     [[nodiscard]] bool MayDelete(const PlanCounts& counts, bool yes) const;
     [[nodiscard]] ExitCode Ended(bool complete);
@@ -98,6 +105,7 @@ private:
     Calls m_calls;
     Client& m_client;
     AbilityTable m_table;
+    bool m_withholds = false;
     std::unique_ptr<TransferEngine> m_engine;
 };
 
@@ -142,10 +150,10 @@ bool Run::LookAtTarget(bool& there) {
     const DWORD error = LookAtTargetItem(TargetTop(), target);
     const bool missing = IsMissingInTarget(error);
     there = error == ERROR_SUCCESS;
-    if (missing && IsUp()) {
+    if (missing) {
         return LookAboveTarget();
     }
-    if (missing || (there && target.kind == TreeEntry::Kind::Folder)) {
+    if (there && target.kind == TreeEntry::Kind::Folder) {
         return true;
     }
     if (!m_calls.Interrupted()) {
@@ -157,15 +165,24 @@ bool Run::LookAtTarget(bool& there) {
 
 bool Run::LookAboveTarget() {
     TreeEntry above;
-    const WideString folder = ServerPath(FolderOf(Options().server));
-    const DWORD error = LookAtServer(m_calls, folder, above);
-    if (error == ERROR_SUCCESS && above.kind == TreeEntry::Kind::Folder) {
+    WideString folder = FolderAbove(TargetTop());
+    DWORD error = LookAtTargetItem(folder, above);
+    while (!IsUp() && IsLocalItemMissing(error) && !folder.empty()) {
+        folder = FolderAbove(folder);
+        error = folder.empty() ? DWORD{ERROR_SUCCESS} : LookAtLocal(folder, above);
+    }
+    if (folder.empty() || (error == ERROR_SUCCESS && above.kind == TreeEntry::Kind::Folder)) {
         return true;
     }
     if (!m_calls.Interrupted()) {
-        Engine().Fail(WideString(), folder, FailedWith(error == ERROR_SUCCESS ? DWORD{ERROR_DIRECTORY} : error));
+        Engine().Fail(IsUp() ? WideString() : folder, IsUp() ? folder : WideString(),
+                      FailedWith(error == ERROR_SUCCESS ? DWORD{ERROR_DIRECTORY} : error));
     }
     return false;
+}
+
+WideString Run::FolderAbove(const WideString& path) const {
+    return IsUp() ? ServerPath(FolderOf(path)) : FolderOf(path);
 }
 
 ExitCode Run::Ended(bool complete) {
@@ -222,12 +239,7 @@ ExitCode Run::TransferFile(const TreeEntry& source) {
         step.size = Options().range.end - Options().range.first;
     }
     if (m_request.dryRun) {
-        if (const DWORD error = FindObstacle(looked, target); error != ERROR_SUCCESS) {
-            step.kind = StepKind::Fail;
-            step.reason = StepReason::Unreadable;
-            step.error = error;
-            step.inTarget = true;
-        }
+        FindObstacle(looked, target, step);
         PlanCounts counts = NoCounts();
         counts.Add(step);
         PrintStep(m_client.Options(), Options(), step, true);
@@ -237,21 +249,26 @@ ExitCode Run::TransferFile(const TreeEntry& source) {
     return Ended(true);
 }
 
-DWORD Run::FindObstacle(DWORD looked, const TreeEntry& target) {
+void Run::FindObstacle(DWORD looked, const TreeEntry& target, PlanStep& step) {
     using Kind = TreeEntry::Kind;
-    if (looked == ERROR_SUCCESS) {
-        return target.kind == Kind::Folder ? DWORD{ERROR_DIRECTORY}
-               : target.kind == Kind::File ? DWORD{ERROR_SUCCESS}
-                                           : DWORD{ERROR_ALREADY_EXISTS};
+    DWORD error = looked;
+    if (IsMissingInTarget(looked)) {
+        TreeEntry above;
+        const WideString folder = FolderAbove(TargetTop());
+        error = folder.empty() ? DWORD{ERROR_SUCCESS} : LookAtTargetItem(folder, above);
+        error = IsLocalItemMissing(error) ? DWORD{ERROR_PATH_NOT_FOUND} : error;
+        error =
+            error == ERROR_SUCCESS && !folder.empty() && above.kind != Kind::Folder ? DWORD{ERROR_DIRECTORY} : error;
+    } else if (looked == ERROR_SUCCESS && target.kind != Kind::File) {
+        step.kind = StepKind::Fail;
+        step.reason = target.kind == Kind::Folder ? StepReason::WrongKind : StepReason::InTheWay;
     }
-    const WideString folder = FolderOf(TargetTop());
-    if (!IsMissingInTarget(looked) || folder.empty()) {
-        return IsMissingInTarget(looked) ? ERROR_SUCCESS : looked;
+    if (error != ERROR_SUCCESS) {
+        step.kind = StepKind::Fail;
+        step.reason = StepReason::Unreadable;
+        step.error = error;
     }
-    TreeEntry above;
-    DWORD error = LookAtTargetItem(IsUp() ? ServerPath(folder) : folder, above);
-    error = IsLocalItemMissing(error) ? DWORD{ERROR_PATH_NOT_FOUND} : error;
-    return error == ERROR_SUCCESS && above.kind != Kind::Folder ? DWORD{ERROR_DIRECTORY} : error;
+    step.inTarget = step.kind == StepKind::Fail;
 }
 
 bool Run::SettleRange(const TreeEntry& source) {
@@ -329,8 +346,10 @@ ExitCode Run::TransferFolder() {
     }
     PlanCounts counts = NoCounts();
     const bool whole = Walk(there, [&](const PlanStep& step) {
-        counts.Add(step);
-        PrintStep(m_client.Options(), Options(), step, true);
+        if (!IsWithheld(step, counts)) {
+            counts.Add(step);
+            PrintStep(m_client.Options(), Options(), step, true);
+        }
         return Answer::GoOn;
     });
     return whole ? Printed(counts) : ExitCode::Cancelled;
@@ -352,9 +371,11 @@ ExitCode Run::Sync(bool yes) {
     std::vector<PlanStep> plan;
     PlanCounts counts = NoCounts();
     const bool whole = Walk(there, [&](const PlanStep& step) {
-        counts.Add(step);
-        if (IsWorthTelling(step)) {
-            plan.push_back(step);
+        if (!IsWithheld(step, counts)) {
+            counts.Add(step);
+            if (IsWorthTelling(step)) {
+                plan.push_back(step);
+            }
         }
         return Answer::GoOn;
     });
@@ -377,6 +398,15 @@ ExitCode Run::Sync(bool yes) {
         return ExitCode::Cancelled;
     }
     return CarryOut(plan, counts);
+}
+
+bool Run::IsWithheld(const PlanStep& step, const PlanCounts& counts) {
+    const bool withheld = step.kind == StepKind::Delete && counts.failing != 0;
+    if (withheld && !m_withholds) {
+        m_view->Note("nothing is deleted: not everything before it is possible");
+    }
+    m_withholds = m_withholds || withheld;
+    return withheld;
 }
 
 ExitCode Run::CarryOut(const std::vector<PlanStep>& plan, const PlanCounts& counts) {
