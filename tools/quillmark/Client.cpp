@@ -27,9 +27,8 @@ struct Address {
     std::string port;  // empty when none is named
 };
 
-// Splits "https://host:port"; a bracketed IPv6 address keeps its colons. What has more than that is refused, and with
-// an
-// "@" not repeated: a password may stand before it.
+// Splits "https://host:port"; a bracketed IPv6 address keeps its colons. What has more than that is refused, and where
+// it has an "@" it is not repeated: a password may stand before it.
 Address SplitServer(const std::string& server) {
     if (server.find('@') != std::string::npos) {
         throw Failure("a server address holds no user name; name the user with --user", ExitCode::Usage);

@@ -1,6 +1,17 @@
 #include "Paths.h"
 
 namespace quillmark::cli {
+namespace {
+
+WideString WithoutTrailingSlashes(const WideString& path) {
+    std::size_t end = path.size();
+    while (end > 0 && path[end - 1] == QM_W('/')) {
+        --end;
+    }
+    return path.Substring(0, end);
+}
+
+}  // namespace
 
 WideString JoinPath(const WideString& folder, const WideString& name) {
     WideString joined = folder;
@@ -11,21 +22,13 @@ WideString JoinPath(const WideString& folder, const WideString& name) {
 }
 
 WideString LeafName(const WideString& path) {
-    std::size_t end = path.size();
-    while (end > 0 && path[end - 1] == QM_W('/')) {
-        --end;
-    }
-    const WideString trimmed = path.Substring(0, end);
+    const WideString trimmed = WithoutTrailingSlashes(path);
     const std::size_t slash = trimmed.FindLast(QM_W('/'));
     return slash == WideString::npos ? trimmed : trimmed.Substring(slash + 1);
 }
 
 WideString FolderOf(const WideString& path) {
-    std::size_t end = path.size();
-    while (end > 1 && path[end - 1] == QM_W('/')) {
-        --end;
-    }
-    const WideString trimmed = path.Substring(0, end);
+    const WideString trimmed = WithoutTrailingSlashes(path);
     const std::size_t slash = trimmed.FindLast(QM_W('/'));
     if (slash == WideString::npos) {
         return {};
