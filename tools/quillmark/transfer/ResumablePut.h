@@ -80,6 +80,7 @@ private:
     // Has the server store what it has.
     [[nodiscard]] DWORD Finish(const Attempt& attempt, const Attributes& item);
     Result Complete(Attempt& attempt, Attributes& stored);
+    // After the answer that the item is stored: has it confirmed, and forgets the upload. item: the answer's record.
     Result Stored(const Attempt& attempt, const Attributes& item, Attributes& stored) const;
     // Whether the folder that the item goes to is missing.
     [[nodiscard]] bool IsFolderMissing(const WideString& remote) const;
